@@ -1,0 +1,102 @@
+#include "Core/AtomicFile.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace quillant {
+
+namespace {
+
+std::error_code lastError() {
+  return {errno, std::generic_category()};
+}
+
+/// A file descriptor that closes itself.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  explicit operator bool() const { return fd_ >= 0; }
+  int get() const { return fd_; }
+  /// Closes now and tells whether that worked: some file systems report a failed write only here.
+  bool close() {
+    const int fd = fd_;
+    fd_ = -1;
+    return ::close(fd) == 0;
+  }
+
+ private:
+  int fd_;
+};
+
+std::filesystem::path folderOf(const std::filesystem::path& path) {
+  return path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
+}
+
+bool writeAll(int fd, std::string_view contents) {
+  while (!contents.empty()) {
+    const auto written = ::write(fd, contents.data(), contents.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return false;
+    contents.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+}  // namespace
+
+FileError::FileError(std::string_view action, const std::filesystem::path& path, std::error_code code)
+    : Error(fmt::format("could not {} {}: {}", action, path.string(), code.message())),
+      code_(code),
+      path_(path) {}
+
+namespace AtomicFile {
+
+void write(const std::filesystem::path& path, std::string_view contents, unsigned mode) {
+  const auto folder = folderOf(path);
+  std::string temporary = (folder / ("." + path.filename().string() + ".XXXXXX")).string();
+  Descriptor file(::mkstemp(temporary.data()));
+  if (!file) throw FileError("write", path, lastError());
+  const bool written = ::fchmod(file.get(), mode) == 0 && writeAll(file.get(), contents) &&
+                       ::fsync(file.get()) == 0 && file.close() &&
+                       ::rename(temporary.c_str(), path.c_str()) == 0;
+  if (!written) {
+    const auto error = lastError();
+    ::unlink(temporary.c_str());
+    throw FileError("write", path, error);
+  }
+  // The new file is in place; a folder that cannot be synced does not undo that.
+  if (const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); opened)
+    ::fsync(opened.get());
+}
+
+std::string read(const std::filesystem::path& path, std::size_t limit) {
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0) throw FileError("read", path, lastError());
+  if (S_ISDIR(status.st_mode)) throw FileError("read", path, std::make_error_code(std::errc::is_a_directory));
+  std::string contents;
+  contents.resize(std::min(limit, static_cast<std::size_t>(status.st_size)) + 1);
+  std::size_t size = 0;
+  for (;;) {
+    const auto count = ::read(file.get(), contents.data() + size, contents.size() - size);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) throw FileError("read", path, lastError());
+    if (count == 0) break;
+    size += static_cast<std::size_t>(count);
+    if (size > limit) throw FileError("read", path, std::make_error_code(std::errc::file_too_large));
+    if (size == contents.size()) contents.resize(std::min(limit + 1, size * 2));
+  }
+  contents.resize(size);
+  return contents;
+}
+
+}  // namespace AtomicFile
+}  // namespace quillant

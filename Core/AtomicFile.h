@@ -1,0 +1,37 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "Core/Error.h"
+
+namespace quillant {
+
+/// A file that could not be read or written.
+class FileError : public Error {
+ public:
+  /// "could not write /a/b.json: No space left on device".
+  FileError(std::string_view action, const std::filesystem::path& path, std::error_code code);
+  std::error_code code() const { return code_; }
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::error_code code_;
+  std::filesystem::path path_;
+};
+
+/// Whole files, all or nothing. Blocking; throws `FileError`.
+namespace AtomicFile {
+
+/// Replaces `path` so that a crash at any moment leaves the old or the new contents, whole: a temporary file
+/// in the same folder, fsync, rename, fsync of the folder. `mode` holds for the new file. On failure no
+/// temporary file stays behind.
+void write(const std::filesystem::path& path, std::string_view contents, unsigned mode = 0644);
+
+/// The whole file; one larger than `limit` bytes is refused with `file_too_large`.
+std::string read(const std::filesystem::path& path, std::size_t limit = std::size_t{1} << 30);
+
+}  // namespace AtomicFile
+}  // namespace quillant

@@ -1,0 +1,81 @@
+#include "Core/JSON.h"
+
+#include <fmt/format.h>
+
+namespace quillant {
+
+namespace {
+
+std::string describeAt(const std::string& problem, const std::string& path) {
+  return path.empty() ? problem : fmt::format("{}: {}", path, problem);
+}
+
+/// Builds a document as nlohmann's own handler does, and refuses deep nesting.
+class DepthLimit : public nlohmann::detail::json_sax_dom_parser<Json> {
+  using Base = nlohmann::detail::json_sax_dom_parser<Json>;
+
+ public:
+  explicit DepthLimit(Json& result) : Base(result, false) {}
+
+  bool start_object(std::size_t length) { return enter() && Base::start_object(length); }
+  bool start_array(std::size_t length) { return enter() && Base::start_array(length); }
+  bool end_object() { return leave() && Base::end_object(); }
+  bool end_array() { return leave() && Base::end_array(); }
+  bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception& error) {
+    const bool range = dynamic_cast<const nlohmann::detail::out_of_range*>(&error) != nullptr;
+    problem = range ? fmt::format("a number at byte {} is too large", position)
+                    : fmt::format("not valid JSON at byte {}", position);
+    return false;
+  }
+
+  std::string problem = "not valid JSON";
+
+ private:
+  bool enter() {
+    if (++depth_ <= JSON::maximumDepth) return true;
+    problem = fmt::format("nested deeper than {} levels", JSON::maximumDepth);
+    return false;
+  }
+  bool leave() {
+    --depth_;
+    return true;
+  }
+
+  std::size_t depth_ = 0;
+};
+
+}  // namespace
+
+JSONError::JSONError(Kind kind, std::string problem, std::string path)
+    : Error(describeAt(problem, path)), kind_(kind), problem_(std::move(problem)), path_(std::move(path)) {}
+
+JSONError JSONError::inside(std::string_view step) const {
+  const bool joined = path_.empty() || path_.front() == '[';
+  return {kind_, problem_, std::string(step) + (joined ? "" : ".") + path_};
+}
+
+namespace JSON {
+
+Json parse(std::string_view text) {
+  Json result;
+  DepthLimit handler(result);
+  if (!Json::sax_parse(text.begin(), text.end(), &handler))
+    throw JSONError(JSONError::Kind::malformed, handler.problem);
+  return result;
+}
+
+std::string pretty(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string compact(const Json& json) {
+  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+void throwWrongType(const Json& json, std::string_view expected) {
+  throw JSONError(JSONError::Kind::wrongType,
+                  fmt::format("expected {}, found {}", expected, json.type_name()));
+}
+
+}  // namespace JSON
+}  // namespace quillant

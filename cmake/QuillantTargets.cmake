@@ -1,0 +1,47 @@
+# How Quillant's targets are made: one library a folder, one test program a library.
+
+add_library(quillant_options INTERFACE)
+target_compile_options(quillant_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Werror
+  -fno-math-errno)
+# A default member initializer is enough: designated initializers may name only what differs.
+target_compile_options(quillant_options INTERFACE -Wno-missing-field-initializers)
+if(QUILLANT_SANITIZE)
+  target_compile_options(quillant_options INTERFACE
+    -fsanitize=${QUILLANT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  target_link_options(quillant_options INTERFACE -fsanitize=${QUILLANT_SANITIZE})
+endif()
+
+# quillant_library(<name> [PUBLIC <targets>...] [PRIVATE <targets>...])
+# A library of every source in the current folder; sub-folders are libraries of their own.
+function(quillant_library name)
+  cmake_parse_arguments(ARG "" "" "PUBLIC;PRIVATE" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  if(NOT sources) # a folder whose first source is still to come
+    add_library(${name} INTERFACE)
+    target_include_directories(${name} INTERFACE ${CMAKE_SOURCE_DIR})
+    target_link_libraries(${name} INTERFACE ${ARG_PUBLIC})
+    return()
+  endif()
+  add_library(${name} STATIC ${sources})
+  target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE quillant_options ${ARG_PRIVATE})
+endfunction()
+
+# quillant_test(<folder> LIBS <targets>... [TIMEOUT <seconds>] [SERIAL])
+# The test program of one folder under Tests/. SERIAL keeps it from running beside another test.
+function(quillant_test folder)
+  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "LIBS" ${ARGN})
+  string(REPLACE "/" "" name ${folder})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Tests/${folder}/*.cpp)
+  add_executable(${name}Tests ${sources})
+  target_link_libraries(${name}Tests PRIVATE ${ARG_LIBS} TestSupport quillant_options GTest::gmock GTest::gtest_main)
+  add_test(NAME ${name} COMMAND ${name}Tests)
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+  if(ARG_SERIAL)
+    set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
+  endif()
+endfunction()
