@@ -1,0 +1,34 @@
+#pragma once
+
+#include <mutex>
+#include <optional>
+
+#include "Core/MediaTime.h"
+
+namespace quillant {
+
+/// Takes paused time out of time stamps. One clock is shared by every writer of a session and by the cursor
+/// recorder, so that all of them stay in step through a pause.
+///
+/// All times are host-clock times. Safe on any thread: the lock is held for a comparison and a subtraction.
+class PauseClock {
+ public:
+  /// Opens a pause at `now`; nothing if one is open.
+  void pause(MediaTime now);
+  /// Closes the open pause at `now`; nothing if there is none.
+  void resume(MediaTime now);
+  bool isPaused() const;
+
+  /// `time` without all closed pauses; nothing while paused, when a sample is to be dropped.
+  std::optional<MediaTime> adjust(MediaTime time) const;
+  /// How long the recording has been paused in all, a pause that is still open at `now` included.
+  MediaTime pausedTime(MediaTime now) const;
+
+ private:
+  mutable std::mutex lock_;
+  bool paused_ = false;
+  MediaTime pauseStart_ = MediaTime::invalid();
+  MediaTime accumulatedOffset_ = MediaTime::zero();
+};
+
+}  // namespace quillant
