@@ -47,10 +47,7 @@ class Signal {
     const auto id = state_->next++;
     state_->handlers.emplace(id, std::make_shared<Handler>(std::move(handler)));
     return Connection([weak = std::weak_ptr<State>(state_), id] {
-      const auto state = weak.lock();
-      if (!state) return;
-      const std::lock_guard lock(state->mutex);
-      state->handlers.erase(id);
+      if (const auto state = weak.lock()) state->remove(id);
     });
   }
 
@@ -65,6 +62,11 @@ class Signal {
 
  private:
   struct State {
+    void remove(std::uint64_t id) {
+      const std::lock_guard lock(mutex);
+      handlers.erase(id);
+    }
+
     std::mutex mutex;
     std::map<std::uint64_t, std::shared_ptr<Handler>> handlers;
     std::uint64_t next = 0;

@@ -1,9 +1,8 @@
-#include "Core/MediaTime.h"
-
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 #include <limits>
+
+#include "Core/MediaTime.h"
 
 namespace quillant {
 namespace {

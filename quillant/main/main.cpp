@@ -1,1 +1,3 @@
-int main() { return 70; }
+int main() {
+  return 70;
+}

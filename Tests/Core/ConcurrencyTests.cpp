@@ -1,0 +1,124 @@
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <gtest/gtest.h>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "Core/SerialQueue.h"
+#include "Core/Signal.h"
+#include "Core/Task.h"
+
+namespace quillant {
+namespace {
+
+using namespace std::chrono_literals;
+
+TEST(SerialQueue, RunsWorkInOrderAndBeforeItEnds) {
+  std::vector<int> order;
+  {
+    SerialQueue queue("quillant.test");
+    for (int i = 0; i < 1000; ++i) queue.async([&order, i] { order.push_back(i); });
+  }
+  ASSERT_EQ(order.size(), 1000U);
+  EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+TEST(SerialQueue, SyncReturnsValuesAndErrorsAndNests) {
+  SerialQueue queue("quillant.test");
+  EXPECT_EQ(queue.sync([&] { return queue.isCurrent() ? queue.sync([] { return 7; }) : 0; }), 7);
+  EXPECT_THROW(queue.sync([]() -> int { throw std::runtime_error("x"); }), std::runtime_error);
+}
+
+TEST(SerialQueue, MayBeDestroyedOnItsOwnThread) {
+  std::promise<void> done;
+  auto queue = std::make_shared<SerialQueue>("quillant.test");
+  auto* raw = queue.get();
+  raw->async([held = std::move(queue), &done]() mutable {
+    held.reset();
+    done.set_value();
+  });
+  EXPECT_EQ(done.get_future().wait_for(10s), std::future_status::ready);
+}
+
+TEST(QueueTimer, RepeatsUntilCancelledOnItsQueue) {
+  SerialQueue queue("quillant.test");
+  std::promise<void> third;
+  int count = 0;
+  std::unique_ptr<QueueTimer> timer;
+  queue.sync([&] {
+    timer = std::make_unique<QueueTimer>(queue, 0ms, 1ms, [&] {
+      if (++count != 3) return;
+      timer->cancel();
+      third.set_value();
+    });
+  });
+  ASSERT_EQ(third.get_future().wait_for(10s), std::future_status::ready);
+  queue.sync([] {});
+  EXPECT_EQ(queue.sync([&] { return count; }), 3);
+}
+
+TEST(Task, RunsOnTheStrandItIsSentToAndCarriesErrors) {
+  const auto strand = makeStrand();
+  int unguarded = 0;
+  const auto increment = [&]() -> Task<int> { co_return ++unguarded; };
+  std::vector<std::future<int>> results;
+  for (int i = 0; i < 500; ++i)
+    results.push_back(asio::co_spawn(backgroundExecutor(), runOn(strand, increment()), asio::use_future));
+  for (auto& result : results) result.get();
+  EXPECT_EQ(unguarded, 500);
+  EXPECT_THROW(runBlocking([]() -> Task<int> {
+                 throw std::runtime_error("x");
+                 co_return 0;
+               }()),
+               std::runtime_error);
+}
+
+TEST(Continuation, TakesTheFirstValueWhicheverComesFirst) {
+  for (const bool early : {true, false}) {
+    const auto strand = makeStrand();
+    const Continuation<int> continuation(strand);
+    if (early) continuation.resume(1);
+    auto result = asio::co_spawn(strand, continuation.wait(), asio::use_future);
+    continuation.resume(early ? 2 : 1);
+    ASSERT_EQ(result.wait_for(10s), std::future_status::ready);
+    EXPECT_EQ(result.get(), 1);
+  }
+}
+
+TEST(Task, SleepsSaturateInsteadOfOverflowing) {
+  asio::io_context context;
+  bool woke = false;
+  asio::co_spawn(
+      context,
+      [&]() -> Task<> {
+        co_await sleepSeconds(1e300);
+        woke = true;
+      },
+      asio::detached);
+  context.run_for(20ms);
+  EXPECT_FALSE(woke);
+  EXPECT_TRUE(runBlocking(sleepSeconds(-1)));
+}
+
+TEST(Signal, CallsWhoIsConnectedAndSurvivesChangesWhileEmitting) {
+  auto signal = std::make_unique<Signal<int>>();
+  std::vector<int> seen;
+  Connection late;
+  auto first = signal->connect([&](int value) {
+    seen.push_back(value);
+    if (value == 1) late = signal->connect([&](int other) { seen.push_back(other * 10); });
+  });
+  signal->emit(1);
+  signal->emit(2);
+  first.disconnect();
+  signal->emit(3);
+  EXPECT_EQ(seen, (std::vector{1, 2, 20, 30}));
+  signal.reset();
+  late.disconnect();
+}
+
+}  // namespace
+}  // namespace quillant
