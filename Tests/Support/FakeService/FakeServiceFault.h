@@ -1,0 +1,87 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "Core/JSONForward.h"
+#include "Core/RawTexts.h"
+
+namespace quillant {
+
+/// The steps of a client's road, one for each kind of request that the service takes.
+enum class FakeServiceStep {
+  signIn,
+  me,
+  createUpload,
+  refreshPresign,
+  putVideo,
+  putThumb,
+  putCaptions,
+  completeUpload,
+};
+
+template <>
+inline constexpr auto rawTexts<FakeServiceStep> = std::to_array<RawText<FakeServiceStep>>({
+    {FakeServiceStep::signIn, "signIn"},
+    {FakeServiceStep::me, "me"},
+    {FakeServiceStep::createUpload, "createUpload"},
+    {FakeServiceStep::refreshPresign, "refreshPresign"},
+    {FakeServiceStep::putVideo, "putVideo"},
+    {FakeServiceStep::putThumb, "putThumb"},
+    {FakeServiceStep::putCaptions, "putCaptions"},
+    {FakeServiceStep::completeUpload, "completeUpload"},
+});
+
+enum class FakeServiceFailure {
+  error,       ///< `status`, and a body with `message` and `code` where they are given.
+  body,        ///< `status` and `body` as it stands, the request not carried out.
+  cut,         ///< A reset, after `afterBytes` of the request's body.
+  lostAnswer,  ///< The request is carried out; instead of the answer comes a reset.
+  hang,        ///< The request is read, and nothing is ever answered.
+  slowDrip,    ///< An answer of one byte every 20 ms, without end.
+  html,        ///< Status 200 and a page, as a hotel's network answers.
+  halfJSON,    ///< Status 200 and the first half of an object.
+  wrongTypes,  ///< Status 200 and an object with every known key, none of the right type.
+  hugeBody,    ///< `status` and 10 MB of text.
+  redirect,    ///< Status 302 to `location`.
+  headerBomb,  ///< Header lines without end.
+};
+
+template <>
+inline constexpr auto rawTexts<FakeServiceFailure> = std::to_array<RawText<FakeServiceFailure>>({
+    {FakeServiceFailure::error, "error"},
+    {FakeServiceFailure::body, "body"},
+    {FakeServiceFailure::cut, "cut"},
+    {FakeServiceFailure::lostAnswer, "lostAnswer"},
+    {FakeServiceFailure::hang, "hang"},
+    {FakeServiceFailure::slowDrip, "slowDrip"},
+    {FakeServiceFailure::html, "html"},
+    {FakeServiceFailure::halfJSON, "halfJSON"},
+    {FakeServiceFailure::wrongTypes, "wrongTypes"},
+    {FakeServiceFailure::hugeBody, "hugeBody"},
+    {FakeServiceFailure::redirect, "redirect"},
+    {FakeServiceFailure::headerBomb, "headerBomb"},
+});
+
+/// What is to go wrong, where, and how often. As JSON, on the command line and over HTTP, the keys are the
+/// names of the fields, and all but "step" and "failure" may be left out.
+struct FakeServiceFault {
+  FakeServiceStep step = FakeServiceStep::me;
+  FakeServiceFailure failure = FakeServiceFailure::error;
+  int status = 500;
+  std::optional<std::string> message;
+  std::optional<std::string> code;
+  std::string body;
+  std::string location;
+  std::uint64_t afterBytes = 0;
+  int skip = 0;   ///< So many requests of the step are still served.
+  int times = 1;  ///< So many after them fail.
+
+  friend bool operator==(const FakeServiceFault&, const FakeServiceFault&) = default;
+};
+
+void from_json(const Json& json, FakeServiceFault& fault);
+
+}  // namespace quillant
