@@ -1,7 +1,6 @@
-#include "Linux/X11/X11Layout.h"
-
 #include <gtest/gtest.h>
 
+#include "Linux/X11/X11Layout.h"
 #include "Tests/Support/VirtualDisplay.h"
 
 namespace quillant {
@@ -52,6 +51,8 @@ TEST(X11Layout, CountsPointsFromTheMainMonitorsCorner) {
 
   // An id is a monitor's own, wherever it stands in the list and whoever asks.
   EXPECT_NE(layout.main().id, layout.monitors[1].id);
+  ASSERT_EQ(display.run({"xrandr", "--delmonitor", "RIGHT"}), 0);
+  ASSERT_EQ(display.run({"xrandr", "--delmonitor", "LEFT"}), 0);
   ASSERT_EQ(display.run({"xrandr", "--setmonitor", "*LEFT", "600/160x700/190+0+0", "none"}), 0);
   ASSERT_EQ(display.run({"xrandr", "--setmonitor", "RIGHT", "800/210x600/160+600+200", "screen"}), 0);
   const X11Layout swapped = X11Layout::read(X11Connection(display.name()));
