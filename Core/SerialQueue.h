@@ -32,7 +32,9 @@ class SerialQueue {
 
   template <class Work>
   void async(Work&& work) {
-    asio::post(*context_, std::forward<Work>(work));
+    // The work may destroy this queue while `post` is still waking its thread.
+    const auto context = context_;
+    asio::post(*context, std::forward<Work>(work));
   }
 
   /// Runs `work` on the queue and waits for its result, an exception included. On the queue itself it runs
