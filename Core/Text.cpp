@@ -1,7 +1,9 @@
 #include "Core/Text.h"
 
 #include <cstdint>
+#include <unicode/locid.h>
 #include <unicode/uchar.h>
+#include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
 namespace quillant::Text {
@@ -19,6 +21,14 @@ std::string_view trimmed(std::string_view text) {
     end = next;
   }
   return text.substr(start, end - start);
+}
+
+std::string lowercased(std::string_view text) {
+  std::string result;
+  icu::UnicodeString::fromUTF8({text.data(), static_cast<int32_t>(text.size())})
+      .toLower(icu::Locale::getRoot())
+      .toUTF8String(result);
+  return result;
 }
 
 }  // namespace quillant::Text

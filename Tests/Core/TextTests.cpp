@@ -13,5 +13,10 @@ TEST(Text, TrimsWhiteSpaceAndNewLinesAtBothEndsOnly) {
   EXPECT_EQ(Text::trimmed("\xC2 x \x85\xFF "), "\xC2 x \x85\xFF") << "broken bytes are no white space";
 }
 
+TEST(Text, LowersEveryScriptsLetters) {
+  EXPECT_EQ(Text::lowercased("Circle IÉΣ"), "circle iéσ");
+  EXPECT_EQ(Text::lowercased(""), "");
+}
+
 }  // namespace
 }  // namespace quillant

@@ -1,0 +1,75 @@
+#include "Editor/Timeline/TimelineCaptions.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Core/JSON.h"
+
+namespace quillant {
+
+namespace {
+
+double roundedToMillisecond(double seconds) {
+  const double milliseconds = seconds * 1000;
+  return std::isfinite(milliseconds) ? std::round(milliseconds) / 1000 : seconds;
+}
+
+}  // namespace
+
+std::optional<std::size_t> TimelineCaptions::transcriptIndex(std::string_view source,
+                                                             TimelineTranscriptTrack track) const {
+  for (std::size_t i = 0; i < transcripts.size(); ++i)
+    if (transcripts[i].source == source && transcripts[i].track == track) return i;
+  return std::nullopt;
+}
+
+void TimelineCaptions::setTranscript(TimelineTranscript transcript) {
+  if (const auto index = transcriptIndex(transcript.source, transcript.track))
+    transcripts[*index] = std::move(transcript);
+  else
+    transcripts.push_back(std::move(transcript));
+}
+
+void to_json(Json& json, const TimelineCaptionWord& word) {
+  json = Json::array_t{word.start, word.end, word.text};
+}
+
+void from_json(const Json& json, TimelineCaptionWord& word) {
+  if (!json.is_array() || json.size() < 3) JSON::throwWrongType(json, "an array of start, end and text");
+  const auto start = JSON::decode<double>(json[0]);
+  const auto end = JSON::decode<double>(json[1]);
+  word.start = roundedToMillisecond(start);
+  word.end = roundedToMillisecond(std::max(start, end));
+  word.text = JSON::decode<std::string>(json[2]);
+}
+
+void to_json(Json& json, const TimelineTranscript& transcript) {
+  json["source"] = transcript.source;
+  json["track"] = rawText(transcript.track);
+  json["language"] = transcript.language;
+  json["words"] = *transcript.words;
+}
+
+void from_json(const Json& json, TimelineTranscript& transcript) {
+  transcript.source = JSON::required<std::string>(json, "source");
+  transcript.track = JSON::required<TimelineTranscriptTrack>(json, "track");
+  transcript.language = JSON::required<std::string>(json, "language");
+  transcript.words = JSON::required<std::vector<TimelineCaptionWord>>(json, "words");
+}
+
+void to_json(Json& json, const TimelineCaptions& captions) {
+  json["on"] = captions.on;
+  json["style"] = rawText(captions.style);
+  json["transcripts"] = captions.transcripts;
+}
+
+void from_json(const Json& json, TimelineCaptions& captions) {
+  captions.on = JSON::orDefault(json, "on", false);
+  captions.style = TimelineCaptionStyle::box;
+  if (const auto found = json.find("style"); found != json.end() && found->is_string())
+    captions.style = fromRawText<TimelineCaptionStyle>(found->get_ref<const std::string&>())
+                         .value_or(TimelineCaptionStyle::box);
+  captions.transcripts = JSON::orDefault(json, "transcripts", std::vector<TimelineTranscript>());
+}
+
+}  // namespace quillant

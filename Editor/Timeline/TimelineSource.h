@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "Core/JSONForward.h"
+#include "Core/RawTexts.h"
+
+namespace quillant {
+
+/// A video file of the project beside its main recording.
+struct TimelineSource {
+  enum class Kind { recording, file };
+
+  std::string id;
+  Kind kind = Kind::file;
+  std::string fileExtension;
+  std::optional<std::int64_t> facecamOffsetMs;
+  std::string displayName;
+
+  friend bool operator==(const TimelineSource&, const TimelineSource&) = default;
+};
+
+template <>
+inline constexpr auto rawTexts<TimelineSource::Kind> = std::to_array<RawText<TimelineSource::Kind>>(
+    {{TimelineSource::Kind::recording, "recording"}, {TimelineSource::Kind::file, "file"}});
+
+void to_json(Json& json, const TimelineSource& source);
+void from_json(const Json& json, TimelineSource& source);
+
+}  // namespace quillant

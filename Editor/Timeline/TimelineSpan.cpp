@@ -1,0 +1,27 @@
+#include "Editor/Timeline/TimelineSpan.h"
+
+#include <algorithm>
+
+#include "Core/JSON.h"
+
+namespace quillant {
+
+// The trusted number stands first in min and max: they return it when the other is NaN.
+TimelineSpan TimelineSpan::normalized(double duration, double minimumDuration) const {
+  if (!isValidDuration(duration)) return {};
+  const double minimum = std::min(duration, std::max(0.01, minimumDuration));
+  const double newStart = std::min(std::max(0.0, start), std::max(0.0, duration - minimum));
+  return {newStart, std::min(duration, std::max(newStart + minimum, end))};
+}
+
+void to_json(Json& json, const TimelineSpan& span) {
+  json["start"] = span.start;
+  json["end"] = span.end;
+}
+
+void from_json(const Json& json, TimelineSpan& span) {
+  span.start = JSON::required<double>(json, "start");
+  span.end = JSON::required<double>(json, "end");
+}
+
+}  // namespace quillant
