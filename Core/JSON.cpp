@@ -22,19 +22,13 @@ class DepthLimit : public nlohmann::detail::json_sax_dom_parser<Json> {
   bool end_object() { return leave() && Base::end_object(); }
   bool end_array() { return leave() && Base::end_array(); }
   bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception& error) {
-    const bool range = dynamic_cast<const nlohmann::detail::out_of_range*>(&error) != nullptr;
-    problem = range ? fmt::format("a number at byte {} is too large", position)
-                    : fmt::format("not valid JSON at byte {}", position);
-    return false;
+    throw JSON::syntaxError(position, error);
   }
-
-  std::string problem = "not valid JSON";
 
  private:
   bool enter() {
-    if (++depth_ <= JSON::maximumDepth) return true;
-    problem = fmt::format("nested deeper than {} levels", JSON::maximumDepth);
-    return false;
+    if (++depth_ > JSON::maximumDepth) throw JSON::tooDeep();
+    return true;
   }
   bool leave() {
     --depth_;
@@ -59,9 +53,18 @@ namespace JSON {
 Json parse(std::string_view text) {
   Json result;
   DepthLimit handler(result);
-  if (!Json::sax_parse(text.begin(), text.end(), &handler))
-    throw JSONError(JSONError::Kind::malformed, handler.problem);
+  Json::sax_parse(text.begin(), text.end(), &handler);
   return result;
+}
+
+JSONError syntaxError(std::size_t position, const nlohmann::detail::exception& error) {
+  const bool range = dynamic_cast<const nlohmann::detail::out_of_range*>(&error) != nullptr;
+  return {JSONError::Kind::malformed, range ? fmt::format("a number at byte {} is too large", position)
+                                            : fmt::format("not valid JSON at byte {}", position)};
+}
+
+JSONError tooDeep() {
+  return {JSONError::Kind::malformed, fmt::format("nested deeper than {} levels", maximumDepth)};
 }
 
 std::string pretty(const Json& json) {

@@ -51,6 +51,10 @@ Json parse(std::string_view text);
 std::string pretty(const Json& json);
 std::string compact(const Json& json);
 
+// What a handler of the parser's events throws, for a document that is not to be held as a tree.
+JSONError syntaxError(std::size_t position, const nlohmann::detail::exception& error);
+JSONError tooDeep();
+
 [[noreturn]] void throwWrongType(const Json& json, std::string_view expected);
 
 template <class T>
