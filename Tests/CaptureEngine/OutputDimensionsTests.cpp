@@ -1,0 +1,48 @@
+#include <gtest/gtest.h>
+#include <limits>
+
+#include "CaptureEngine/OutputDimensions.h"
+
+namespace quillant {
+
+namespace {
+
+TEST(OutputDimensions, FitTheBoxWithEvenSides) {
+  const auto native = CaptureResolution::native;
+  const auto p1080 = CaptureResolution::p1080;
+  const struct {
+    CaptureResolution resolution;
+    double width, height;
+    OutputDimensions expected;
+  } cases[] = {
+      {native, 3, 3, {2, 2}},
+      {native, 0, -5, {2, 2}},
+      {native, 3841, 2161, {3840, 2160}},
+      {native, std::numeric_limits<double>::quiet_NaN(), 1e300, {2, 1 << 24}},
+      {p1080, 3840, 2160, {1920, 1080}},
+      {p1080, 1081, 1081, {1080, 1080}},
+      {p1080, 2000, 1000, {1920, 960}},
+      {p1080, 1080, 1920, {606, 1080}},  // upright: its height decides
+      {p1080, 2148, 1080, {1920, 964}},  // 1920 / 2148 * 2148 is a hair below 1920
+      {p1080, 1280, 720, {1280, 720}},   // never enlarged
+      {p1080, 1, 2160, {2, 1080}},
+      {native, 1920 / 1.15 * 1.15, 200 * 1.15, {1920, 230}},  // whole pixels that came through points
+  };
+  for (const auto& [resolution, width, height, expected] : cases)
+    EXPECT_EQ(outputDimensions(resolution, width, height), expected) << width << " by " << height;
+}
+
+TEST(OutputDimensions, ReachTheBoxExactlyWhateverTheSource) {
+  for (int side = 1081; side < 9000; ++side) {
+    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side * 2, side).width, 1920) << side;
+    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side, side).height, 1080) << side;
+    // Rounding down, in whole numbers.
+    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side * 2, side).height,
+              1920 * side / (side * 2) / 2 * 2);
+    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side / 3, side).width,
+              std::max(side / 3 * 1080 / side / 2 * 2, 2));
+  }
+}
+
+}  // namespace
+}  // namespace quillant
