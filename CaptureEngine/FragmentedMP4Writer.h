@@ -1,0 +1,97 @@
+#pragma once
+
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CaptureEngine/PauseClock.h"
+#include "Core/Error.h"
+#include "Core/MediaTime.h"
+#include "Core/SerialQueue.h"
+#include "Core/Task.h"
+#include "MediaKit/AssetWriter.h"
+#include "MediaKit/AudioBuffer.h"
+#include "MediaKit/PixelBuffer.h"
+
+namespace quillant {
+
+/// Writes the video of a session, as it happens, into a file that survives the process.
+///
+/// It lives on the queue that its owner gives, which outlives it; the operations say where they run. Times
+/// are host-clock times: the pause clock is applied here, and the first frame becomes 0. A still picture is
+/// repeated once a second, so that the file is as long as the session.
+class FragmentedMP4Writer {
+ public:
+  /// The file cannot be written (any more).
+  class WriterError : public Error {
+   public:
+    explicit WriterError(std::exception_ptr underlying);
+    std::exception_ptr underlying() const { return underlying_; }
+
+   private:
+    std::exception_ptr underlying_;
+  };
+
+  enum class SoundTrack { microphone, systemAudio };
+
+  struct Configuration {
+    std::filesystem::path outputURL;
+    MediaContainer container = MediaContainer::mp4;
+    VideoInputSettings video;
+    bool microphone = false;
+    bool systemAudio = false;
+    std::shared_ptr<PauseClock> pauseClock;             ///< May be null.
+    std::function<MediaTime()> now;                     ///< The host clock.
+    std::function<void(std::exception_ptr)> onFailure;  ///< A repeat met a failed file; on the queue.
+  };
+
+  /// Creates the file, which must not exist. Throws `WriterError`.
+  FragmentedMP4Writer(Configuration configuration, SerialQueue& queue);
+  /// Off the queue or on it; no other call may be under way.
+  ~FragmentedMP4Writer();
+  FragmentedMP4Writer(const FragmentedMP4Writer&) = delete;
+  FragmentedMP4Writer& operator=(const FragmentedMP4Writer&) = delete;
+
+  /// On the queue. What comes during a pause, out of order, or too fast for the encoder is dropped. Throws
+  /// `WriterError` if the file has failed.
+  void append(PixelBufferRef pixelBuffer, MediaTime time);
+  /// Any thread; never fails. Sound before the first frame, or of a track that the file lacks, is dropped.
+  void appendAudio(AudioBuffer buffer, SoundTrack track);
+  /// On the queue; the heartbeat calls it once a second. Repeats the last picture if nothing was appended for
+  /// more than 0.9 s before `hostTime`.
+  void repeatIfStill(MediaTime hostTime);
+
+  /// The adjusted time of the first frame; invalid before it. Off the queue or on it.
+  MediaTime sessionStartTime();
+  /// Closes the file; a second call does nothing. Throws `WriterError`.
+  Task<void> finish();
+
+  AssetWriterCounters counters() const { return writer_.counters(); }
+  std::vector<std::string> warnings() const { return writer_.warnings(); }
+
+ private:
+  bool appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
+  std::optional<MediaTime> adjust(MediaTime time) const;
+  Task<void> finishOnQueue();
+  void appendFinalFrame();
+
+  const Configuration configuration_;
+  SerialQueue& queue_;
+  AssetWriter writer_;
+  AssetWriter::Input videoInput_;
+  std::optional<AssetWriter::Input> micInput_;
+  std::optional<AssetWriter::Input> systemAudioInput_;
+
+  // Everything below belongs to the queue.
+  bool finished_ = false;
+  MediaTime sessionStartTime_ = MediaTime::invalid();
+  PixelBufferRef lastPixelBuffer_;
+  MediaTime lastAppendTime_ = MediaTime::invalid();
+  std::unique_ptr<QueueTimer> heartbeat_;
+};
+
+}  // namespace quillant

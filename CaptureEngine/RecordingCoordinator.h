@@ -1,0 +1,134 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "CaptureEngine/CaptureOptions.h"
+#include "CaptureEngine/CaptureServices.h"
+#include "CaptureEngine/FailureCause.h"
+#include "CaptureEngine/RecordingArtifacts.h"
+#include "CaptureEngine/SessionCapturing.h"
+#include "Core/AsyncStream.h"
+#include "Core/MediaTime.h"
+#include "Core/Task.h"
+#include "Core/UUID.h"
+
+namespace quillant {
+
+/// The one front door of the capture engine: takes a request, runs the session, and says how it ended.
+///
+/// An actor: every operation may be called on any thread and runs on the coordinator's own strand. It records
+/// many times in a row, one session at a time.
+class RecordingCoordinator : public std::enable_shared_from_this<RecordingCoordinator> {
+ public:
+  struct Request {
+    std::filesystem::path outputURL;  ///< The screen video; the names of all other files derive from it.
+    double duration = 0;  ///< Seconds of wall time, pauses included, after which the session ends.
+    std::optional<std::uint32_t> displayID;  ///< Absent: the main display.
+    std::optional<CaptureArea> area;
+    std::optional<std::uint32_t> windowID;
+    bool mic = false;
+    std::optional<std::string> micDeviceID;
+    bool systemAudio = false;
+    bool facecam = false;
+    bool telemetry = true;
+    std::optional<int> frameRate;  ///< Absent: 30.
+    CaptureResolution resolution = CaptureResolution::native;
+  };
+
+  enum class Phase { idle, recording, paused, stopping };
+
+  struct Completed {
+    RecordingArtifacts artifacts;
+  };
+  struct SessionFailed {
+    std::string reason;
+    FailureCause cause = FailureCause::unknown;
+    RecordingArtifacts salvaged;
+  };
+  /// Nothing was recorded, though an empty file may have been left.
+  struct FailedToStart {
+    std::string reason;
+  };
+  struct Discarded {};
+  using Outcome = std::variant<Completed, SessionFailed, FailedToStart, Discarded>;
+
+  /// Makes the capturer of one session. Throws an `Error`.
+  using MakeCapturer =
+      std::function<Task<std::shared_ptr<SessionCapturing>>(Request request, FailureCallback onFailure)>;
+
+  /// What the coordinator does not decide itself.
+  struct Environment {
+    MakeCapturer makeCapturer;
+    std::function<MediaTime()> now;                   ///< The host clock.
+    std::function<Task<bool>(double seconds)> sleep;  ///< False if it was cut short.
+    /// Free bytes of the volume that holds a path.
+    std::function<std::optional<std::int64_t>(const std::filesystem::path&)> availableBytes;
+  };
+
+  /// A coordinator whose sessions capture with `services`.
+  static std::shared_ptr<RecordingCoordinator> make(CaptureServices services);
+  static std::shared_ptr<RecordingCoordinator> make(Environment environment);
+  ~RecordingCoordinator();
+  RecordingCoordinator(const RecordingCoordinator&) = delete;
+  RecordingCoordinator& operator=(const RecordingCoordinator&) = delete;
+
+  Task<Phase> phase();
+  /// Seconds recorded so far, pauses left out; 0 while nothing is recorded.
+  Task<double> elapsedSeconds();
+  /// The current phase at once, then every change.
+  Task<AsyncStream<Phase>> phaseStream();
+
+  /// Runs a whole session.
+  Task<Outcome> record(Request request);
+  Task<void> stop();
+  /// Ends the session and removes every file of it.
+  Task<void> discard();
+  Task<void> pause();
+  Task<void> resume();
+
+ private:
+  struct Idle {};
+  struct Recording {
+    std::shared_ptr<SessionCapturing> capturer;
+  };
+  struct Paused {
+    std::shared_ptr<SessionCapturing> capturer;
+  };
+  struct Stopping {};
+  using State = std::variant<Idle, Recording, Paused, Stopping>;
+
+  explicit RecordingCoordinator(Environment environment);
+
+  // What follows runs on the strand.
+  static Phase phaseOf(const State& state);
+  std::shared_ptr<SessionCapturing> activeCapturer() const;
+  void setState(State state);
+  Task<Outcome> runSession(Request request);
+  Task<void> endAtLimit(double duration, std::uint64_t session);
+  Task<void> finish(std::exception_ptr failure);
+  Outcome outcome(std::exception_ptr failure, SessionCapturing::Finalized finalized) const;
+  Task<void> discardSession();
+  void pauseSession();
+  void resumeSession();
+  double secondsRecorded() const;
+  AsyncStream<Phase> observePhases();
+
+  const Environment environment_;
+  const Executor strand_ = makeStrand();
+  State state_ = Idle{};
+  bool starting_ = false;
+  bool discarding_ = false;
+  std::uint64_t session_ = 0;  // counts ended sessions, so that a limit never ends a later one
+  std::optional<Continuation<Outcome>> finishContinuation_;
+  MediaTime recordingStartHost_ = MediaTime::invalid();
+  std::map<UUID, AsyncStream<Phase>::Source> phaseObservers_;
+};
+
+}  // namespace quillant

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string_view>
+
+/// What a command tells its user. The two streams are not ordered against each other.
+namespace quillant::Console {
+
+/// `line` and a new line, to standard output.
+void print(std::string_view line);
+/// `text` as it stands, to standard error, at once.
+void writeError(std::string_view text);
+
+}  // namespace quillant::Console
