@@ -1,5 +1,6 @@
 #include "Core/JSON.h"
 
+#include <cmath>
 #include <fmt/format.h>
 
 namespace quillant {
@@ -38,6 +39,24 @@ class DepthLimit : public nlohmann::detail::json_sax_dom_parser<Json> {
   std::size_t depth_ = 0;
 };
 
+void requireFinite(const Json& json) {
+  if (json.is_number_float() && !std::isfinite(json.get_ref<const Json::number_float_t&>()))
+    throw JSONError(JSONError::Kind::invalidValue, "the number is not finite");
+  if (!json.is_structured()) return;
+  for (auto at = json.begin(); at != json.end(); ++at) {
+    try {
+      requireFinite(*at);
+    } catch (const JSONError& error) {
+      throw error.inside(json.is_object() ? at.key() : fmt::format("[{}]", at - json.begin()));
+    }
+  }
+}
+
+std::string dump(const Json& json, int indentation) {
+  requireFinite(json);
+  return json.dump(indentation, ' ', false, Json::error_handler_t::replace);
+}
+
 }  // namespace
 
 JSONError::JSONError(Kind kind, std::string problem, std::string path)
@@ -68,11 +87,11 @@ JSONError tooDeep() {
 }
 
 std::string pretty(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace);
+  return dump(json, 2);
 }
 
 std::string compact(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return dump(json, -1);
 }
 
 void throwWrongType(const Json& json, std::string_view expected) {

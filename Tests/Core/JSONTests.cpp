@@ -1,3 +1,4 @@
+#include <cmath>
 #include <gtest/gtest.h>
 
 #include "Core/Date.h"
@@ -82,6 +83,15 @@ TEST(JSON, RefusesDepthWithoutRecursing) {
 TEST(JSON, WritesSortedKeysAndReplacesBrokenText) {
   EXPECT_EQ(JSON::pretty({{"b", 1}, {"a", {1.5}}}), "{\n  \"a\": [\n    1.5\n  ],\n  \"b\": 1\n}");
   EXPECT_EQ(JSON::compact("a\xFF"), "\"a\xEF\xBF\xBD\"");
+}
+
+TEST(JSON, WritesNoNumberThatCannotBeReadBack) {
+  try {
+    JSON::compact({{"a", {1.5, {{"b", std::nan("")}}}}});
+    ADD_FAILURE();
+  } catch (const JSONError& error) {
+    EXPECT_EQ(error.path(), "a[1].b");
+  }
 }
 
 TEST(UUID, IsWrittenInUpperCaseAndReadInEither) {
