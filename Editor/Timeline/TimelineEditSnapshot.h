@@ -71,7 +71,7 @@ struct TimelineEditSnapshot {
   /// Whether the clips play anything else than the recording from 0 to `duration` at normal speed.
   bool changesPlayback(double duration) const;
 
-  std::vector<TimelineClip> effectiveClips(double duration) const;
+  CopyOnWriteVector<TimelineClip> effectiveClips(double duration) const;
   /// Stores the result of an edit of the clips; where the trio already says the same, no list is kept.
   void setClips(std::vector<TimelineClip> clips, double duration);
   /// Shows the camera as a bubble in every clip.
@@ -88,8 +88,8 @@ struct TimelineEditSnapshot {
   std::optional<FacecamSettings> activeCameraSettings(double time, double duration,
                                                       const std::optional<FacecamSettings>& fallback) const;
 
-  /// What the snapshot says apart from identities and from the form of its clips. Two snapshots are the same
-  /// edit when these are equal.
+  /// What the snapshot says apart from identities and from the form of its clips. Two snapshots whose contents
+  /// have the same JSON are the same edit.
   TimelineEditSnapshot contentOnly() const;
 
   friend bool operator==(const TimelineEditSnapshot&, const TimelineEditSnapshot&) = default;

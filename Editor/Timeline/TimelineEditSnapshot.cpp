@@ -1,0 +1,173 @@
+#include "Editor/Timeline/TimelineEditSnapshot.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Editor/Timeline/SortByStart.h"
+#include "Editor/Timeline/TimelineClipList.h"
+#include "Editor/Timeline/TimelineClipSpeed.h"
+#include "Editor/Timeline/TimelineTolerances.h"
+
+namespace quillant {
+
+namespace {
+
+/// How far two clips' times may differ and still say the same.
+constexpr double sameTimeTolerance = 0.0005;
+constexpr double minimumCameraClipLength = 0.1;
+
+bool changesSpeed(double speed) {
+  return std::isfinite(speed) && TimelineClipSpeed::normalized(speed) != 1;
+}
+
+bool overridesCameraLayout(const TimelineClip& clip) {
+  return clip.cameraLayout() != TimelineCameraLayout::bubble;
+}
+
+bool saySame(const TimelineClip& left, const TimelineClip& right) {
+  return left.source == right.source && std::abs(left.start - right.start) < sameTimeTolerance &&
+         std::abs(left.end - right.end) < sameTimeTolerance &&
+         TimelineClipSpeed::normalized(left.speed) == TimelineClipSpeed::normalized(right.speed) &&
+         left.sound == right.sound && left.cameraLayout() == right.cameraLayout();
+}
+
+template <class Record>
+void eraseIdentities(CopyOnWriteVector<Record>& records) {
+  if (records.empty()) return;
+  for (auto& record : records.mutate()) record.id = {};
+}
+
+}  // namespace
+
+bool TimelineEditSnapshot::isMuted(TimelineMuteRow row) const {
+  return std::ranges::find(mutedRows, row) != mutedRows.end();
+}
+
+void TimelineEditSnapshot::setMuted(TimelineMuteRow row, bool on) {
+  std::erase(mutedRows, row);
+  if (on) mutedRows.push_back(row);
+  std::ranges::sort(mutedRows, {}, rawText<TimelineMuteRow>);
+  mutedRows.erase(std::ranges::unique(mutedRows).begin(), mutedRows.end());
+}
+
+std::optional<TimelineAudioRow> TimelineEditSnapshot::audioRow(const UUID& id) const {
+  const auto holds = [&id](const auto& clips) {
+    return std::ranges::find(clips, id, &TimelineAudioClip::id) != clips.end();
+  };
+  if (holds(audioClips)) return TimelineAudioRow::voice;
+  if (holds(musicClips)) return TimelineAudioRow::music;
+  return std::nullopt;
+}
+
+bool TimelineEditSnapshot::hasEdits() const {
+  return !zoomRegions.empty() || !trimRegions.empty() || !annotationRegions.empty() ||
+         !clipSplitTimes.empty() || hasClipSpeedEdits() || !cameraClips.empty() || clipList ||
+         !sources.empty() || !audioClips.empty() || !musicClips.empty() ||
+         recordingSound != TimelineRecordingSound() || !mutedRows.empty() || autoZoomsOff ||
+         !hiddenAutoZooms.empty() || (captions && captions->on);
+}
+
+bool TimelineEditSnapshot::hasClipSpeedEdits() const {
+  if (clipList) return std::ranges::any_of(*clipList, changesSpeed, &TimelineClip::speed);
+  return std::ranges::any_of(clipSpeeds, changesSpeed, [](const auto& entry) { return entry.second; });
+}
+
+bool TimelineEditSnapshot::changesPlayback(double duration) const {
+  const auto clips = effectiveClips(duration);
+  if (clips.empty()) return false;
+  if (clips.front().start > timeTolerance || clips.back().end < duration - timeTolerance) return true;
+  const auto jumps = [](const TimelineClip& left, const TimelineClip& right) {
+    return std::abs(right.start - left.end) > timeTolerance;
+  };
+  return std::ranges::adjacent_find(clips, jumps) != clips.end() ||
+         std::ranges::any_of(
+             clips, [](const TimelineClip& clip) { return clip.source || changesSpeed(clip.speed); });
+}
+
+CopyOnWriteVector<TimelineClip> TimelineEditSnapshot::effectiveClips(double duration) const {
+  if (clipList) return *clipList;
+  return TimelineClipList::fromLegacy(trimRegions, clipSplitTimes, clipSpeeds, duration);
+}
+
+void TimelineEditSnapshot::setClips(std::vector<TimelineClip> clips, double duration) {
+  const auto stored = TimelineClipList::fromLegacy(trimRegions, clipSplitTimes, clipSpeeds, duration);
+  if (std::ranges::equal(stored, clips, saySame)) {
+    clipList.reset();
+    clipListDuration = 0;
+  } else {
+    clipList = std::move(clips);
+    clipListDuration = duration;
+  }
+}
+
+void TimelineEditSnapshot::clearCameraLayouts(double duration) {
+  if (!clipList || std::ranges::none_of(*clipList, overridesCameraLayout)) return;
+  auto clips = **clipList;
+  for (auto& clip : clips) {
+    clip.cameraHidden.reset();
+    clip.cameraFullScreen.reset();
+  }
+  setClips(std::move(clips), duration);
+}
+
+TimelineEditSnapshot TimelineEditSnapshot::zooms(const std::optional<std::string>& source) const {
+  auto result = *this;
+  std::erase_if(result.zoomRegions.mutate(), [&](const auto& zoom) { return zoom.source != source; });
+  if (source) {
+    result.annotationRegions = {};
+    result.cameraClips = {};
+  }
+  return result;
+}
+
+std::vector<TimelineCameraClip> TimelineEditSnapshot::resolvedCameraClips(
+    double duration, const std::optional<FacecamSettings>& fallback) const {
+  std::vector<TimelineCameraClip> result;
+  for (const auto& clip : cameraClips) {
+    const auto span = clip.span.normalized(duration, minimumCameraClipLength);
+    if (clip.span.length() >= timeTolerance && span.length() >= timeTolerance)
+      result.push_back({.id = clip.id, .span = span, .settings = clip.settings.clamped()});
+  }
+  sortByStart(result, [](const auto& clip) { return clip.span.start; });
+  if (result.empty() && fallback && isValidDuration(duration))
+    result.push_back({.id = UUID::random(), .span = {0, duration}, .settings = fallback->clamped()});
+  return result;
+}
+
+std::optional<FacecamSettings> TimelineEditSnapshot::activeCameraSettings(
+    double time, double duration, const std::optional<FacecamSettings>& fallback) const {
+  const auto clips = resolvedCameraClips(duration, fallback);
+  const auto covers = [&](const TimelineCameraClip& clip) {
+    return clip.span.start <= time &&
+           (time < clip.span.end || std::abs(clip.span.end - duration) < timeTolerance);
+  };
+  const auto found = std::find_if(clips.rbegin(), clips.rend(), covers);
+  if (found == clips.rend() || !found->settings.enabled) return std::nullopt;
+  return found->settings;
+}
+
+TimelineEditSnapshot TimelineEditSnapshot::contentOnly() const {
+  auto result = *this;
+  if (clipList && clipListDuration > 0) {
+    if (auto legacy = TimelineClipList::legacy(*clipList, clipListDuration)) {
+      result.trimRegions = std::move(legacy->trimRegions);
+      result.clipSplitTimes = std::move(legacy->splitTimes);
+      result.clipSpeeds = std::move(legacy->clipSpeeds);
+      result.clipList.reset();
+      result.clipListDuration = 0;
+    }
+  }
+  eraseIdentities(result.zoomRegions);
+  eraseIdentities(result.hiddenAutoZooms);
+  eraseIdentities(result.trimRegions);
+  eraseIdentities(result.annotationRegions);
+  eraseIdentities(result.cameraClips);
+  if (result.clipList) eraseIdentities(*result.clipList);
+  eraseIdentities(result.audioClips);
+  eraseIdentities(result.musicClips);
+  if (!result.cameraClips.empty())
+    for (auto& clip : result.cameraClips.mutate()) clip.settings = clip.settings.clamped();
+  return result;
+}
+
+}  // namespace quillant
