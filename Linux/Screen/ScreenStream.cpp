@@ -1,0 +1,200 @@
+#include "Linux/Screen/ScreenStream.h"
+
+#include <algorithm>
+#include <array>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <utility>
+
+#include "Core/HostClock.h"
+#include "Linux/Screen/DisplaySource.h"
+
+namespace quillant {
+
+namespace {
+
+/// The server draws in many formats; every server in use keeps its root in this one.
+void requireBGRA(const X11Connection& x) {
+  const auto* setup = xcb_get_setup(x.get());
+  bool fourBytes = false;
+  for (auto it = xcb_setup_pixmap_formats_iterator(setup); it.rem; xcb_format_next(&it))
+    fourBytes |= it.data->depth == x.screen().root_depth && it.data->bits_per_pixel == 32;
+  bool redMask = false;
+  for (auto depth = xcb_screen_allowed_depths_iterator(&x.screen()); depth.rem; xcb_depth_next(&depth))
+    for (auto it = xcb_depth_visuals_iterator(depth.data); it.rem; xcb_visualtype_next(&it))
+      redMask |= it.data->visual_id == x.screen().root_visual && it.data->red_mask == 0xff0000;
+  if (!fourBytes || !redMask || setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST)
+    throw ScreenError(
+        ScreenError::Kind::unavailable,
+        "the display server's pixels are not of 8 bits a colour (the screen's depth must be 24)");
+}
+
+/// What the stream's thread caught, as the errors that a stream may tell of.
+std::exception_ptr screenError(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const ScreenError&) {
+    return error;
+  } catch (const std::exception& other) {
+    return std::make_exception_ptr(ScreenError(ScreenError::Kind::unavailable, other.what()));
+  }
+}
+
+ScreenError serverLost() {
+  return {ScreenError::Kind::serverLost, "the display server has gone away"};
+}
+
+}  // namespace
+
+ScreenStream::ScreenStream(std::string displayName, const StreamConfiguration& configuration,
+                           SerialQueue& sampleQueue, StreamCallbacks callbacks)
+    : displayName_(std::move(displayName)),
+      configuration_(configuration),
+      interval_(std::chrono::nanoseconds(configuration.minimumFrameInterval.converted(1'000'000'000).value)),
+      sampleQueue_(sampleQueue),
+      delivery_(std::make_shared<Delivery>()),
+      wakeUp_(std::make_shared<WakeUp>()),
+      strand_(makeStrand()),
+      started_(strand_),
+      finished_(strand_) {
+  delivery_->callbacks = std::move(callbacks);
+}
+
+ScreenStream::~ScreenStream() {
+  if (!thread_.joinable()) return;
+  requestStop();
+  thread_.join();
+}
+
+Task<void> ScreenStream::startCapture() {
+  thread_ = std::thread([this] { run(); });
+  if (const auto error = co_await runOn(strand_, started_.wait())) {
+    thread_.join();
+    std::rethrow_exception(error);
+  }
+}
+
+Task<void> ScreenStream::stopCapture() {
+  if (!thread_.joinable()) co_return;
+  requestStop();
+  co_await runOn(strand_, finished_.wait());
+  thread_.join();
+  // What was posted before does nothing any more, but it may be running.
+  const Continuation<bool> passed(strand_);
+  sampleQueue_.async([passed] { passed.resume(true); });
+  co_await runOn(strand_, passed.wait());
+}
+
+void ScreenStream::requestStop() {
+  delivery_->isOpen = false;
+  stopping_ = true;
+  wakeUp_->signal();
+  // Ends a wait for an answer, too, which a server that hangs would never give.
+  ::shutdown(xcb_get_file_descriptor(x_->get()), SHUT_RDWR);
+}
+
+void ScreenStream::run() {
+  pthread_setname_np(pthread_self(), "quillant.screen");
+  try {
+    setUp();
+  } catch (...) {
+    started_.resume(screenError(std::current_exception()));
+    return;
+  }
+  started_.resume(nullptr);
+  try {
+    while (!stopping_) {
+      handleEvents();
+      if (pending_ && !starved_ && Clock::now() >= due_)
+        capture();
+      else
+        waitForNews();
+    }
+  } catch (...) {
+    sampleQueue_.async([delivery = delivery_, error = screenError(std::current_exception())] {
+      if (delivery->isOpen.exchange(false)) delivery->callbacks.onStopped(error);
+    });
+  }
+  finished_.resume(true);
+}
+
+void ScreenStream::setUp() {
+  x_.emplace(displayName_);
+  requireBGRA(*x_);
+  source_ = std::make_unique<DisplaySource>(*x_, configuration_.displayID, configuration_.sourceRect);
+  pool_ = std::make_shared<FramePool>(configuration_.width, configuration_.height, configuration_.queueDepth,
+                                      wakeUp_);
+  reader_.emplace(*x_, *pool_, source_->picture());
+  due_ = Clock::now();
+}
+
+void ScreenStream::handleEvents() {
+  while (const X11Reply<xcb_generic_event_t> event{xcb_poll_for_event(x_->get())}) {
+    switch (source_->handle(*event)) {
+      case CaptureSource::Change::none:
+        break;
+      case CaptureSource::Change::replaced:
+        reader_->replace(source_->picture());
+        [[fallthrough]];
+      case CaptureSource::Change::damaged:
+        // What comes after a rest is read at once and begins a new rhythm.
+        if (!std::exchange(pending_, true)) due_ = std::max(due_, Clock::now());
+        break;
+    }
+  }
+  if (!x_->isAlive()) throw serverLost();
+}
+
+void ScreenStream::waitForNews() {
+  xcb_flush(x_->get());
+  std::array<pollfd, 2> descriptors{
+      {{xcb_get_file_descriptor(x_->get()), POLLIN, 0}, {wakeUp_->descriptor(), POLLIN, 0}}};
+  const bool untilDue = pending_ && !starved_;
+  timespec timeout{};
+  if (untilDue) {
+    const auto left = std::max(Clock::duration::zero(), due_ - Clock::now());
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+    timeout = {seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
+  }
+  ::ppoll(descriptors.data(), descriptors.size(), untilDue ? &timeout : nullptr, nullptr);
+  if (descriptors[1].revents != 0) {
+    wakeUp_->clear();
+    starved_ = false;
+  }
+}
+
+void ScreenStream::capture() {
+  if (source_->picture().drawable == XCB_NONE) {
+    pending_ = false;
+    return;
+  }
+  auto* slot = pool_->acquire();
+  if (!slot) {  // the damage stays with the server meanwhile
+    starved_ = true;
+    return;
+  }
+  const auto now = Clock::now();
+  due_ = due_ + interval_ > now ? due_ + interval_ : now + interval_;
+  auto damage = source_->takeDamage();
+  const MediaTime time = HostClock::now();
+  auto changed = reader_->read(*slot, std::move(damage));
+  pixelsFetched_ = reader_->pixelsFetched();
+  if (!changed) {
+    pool_->putBack(*slot);
+    throw x_->isAlive() ? source_->ended() : serverLost();
+  }
+  pending_ = false;
+  if (changed->empty())
+    pool_->putBack(*slot);
+  else
+    deliver(pool_->publish(*slot, std::move(*changed)), time);
+}
+
+void ScreenStream::deliver(PixelBufferRef buffer, MediaTime time) {
+  sampleQueue_.async([delivery = delivery_, buffer = std::move(buffer), time]() mutable {
+    if (delivery->isOpen) delivery->callbacks.onFrame(std::move(buffer), time);
+  });
+}
+
+}  // namespace quillant

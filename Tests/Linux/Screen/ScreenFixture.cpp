@@ -1,0 +1,219 @@
+#include "Tests/Linux/Screen/ScreenFixture.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Linux/Screen/PixelRects.h"
+
+namespace quillant {
+
+namespace {
+
+constexpr auto deadline = std::chrono::seconds(20);
+
+bool isInside(const std::vector<PixelRect>& rects, int x, int y) {
+  return std::ranges::any_of(rects, [&](const PixelRect& rect) {
+    return PixelRects::contains(rect, {x, y, 1, 1});
+  });
+}
+
+}  // namespace
+
+void Grid::fill(const PixelRect& rect, std::uint32_t color) {
+  const PixelRect visible = PixelRects::intersection(rect, {0, 0, width, height});
+  for (int y = visible.y; y < visible.y + visible.height; ++y)
+    for (int x = visible.x; x < visible.x + visible.width; ++x) at(x, y) = color;
+}
+
+Grid Grid::crop(const PixelRect& rect) const {
+  Grid result(rect.width, rect.height);
+  Grid source = *this;
+  for (int y = 0; y < rect.height; ++y)
+    for (int x = 0; x < rect.width; ++x)
+      if (PixelRects::contains({0, 0, width, height}, {rect.x + x, rect.y + y, 1, 1}))
+        result.at(x, y) = source.at(rect.x + x, rect.y + y);
+  return result;
+}
+
+Grid gridOf(const PixelBuffer& buffer) {
+  Grid grid(buffer.width, buffer.height);
+  for (int y = 0; y < buffer.height; ++y) {
+    std::memcpy(&grid.at(0, y), buffer.planes[0].data + std::ptrdiff_t{y} * buffer.planes[0].stride,
+                static_cast<std::size_t>(buffer.width) * 4);
+    for (int x = 0; x < buffer.width; ++x) grid.at(x, y) &= 0xffffff;
+  }
+  return grid;
+}
+
+testing::AssertionResult shows(const PixelBuffer& buffer, const Grid& expected) {
+  Grid actual = gridOf(buffer);
+  if (actual.width != expected.width || actual.height != expected.height)
+    return testing::AssertionFailure() << actual.width << " by " << actual.height << " instead of "
+                                       << expected.width << " by " << expected.height;
+  Grid wanted = expected;
+  for (int y = 0; y < wanted.height; ++y)
+    for (int x = 0; x < wanted.width; ++x)
+      if (actual.at(x, y) != wanted.at(x, y))
+        return testing::AssertionFailure() << "at " << x << ", " << y << ": " << std::hex << actual.at(x, y)
+                                           << " instead of " << wanted.at(x, y);
+  return testing::AssertionSuccess();
+}
+
+StreamCallbacks Frames::callbacks() {
+  return {.onFrame = [this](PixelBufferRef buffer, MediaTime time) { take(std::move(buffer), time); },
+          .onStopped =
+              [this](std::exception_ptr error) {
+                const std::lock_guard lock(mutex_);
+                errors_.push_back(std::move(error));
+                changed_.notify_all();
+              }};
+}
+
+void Frames::take(PixelBufferRef buffer, MediaTime time) {
+  const std::lock_guard lock(mutex_);
+  Grid now = gridOf(*buffer);
+  EXPECT_EQ(buffer->sequence, times_.size() + 1);
+  if (!times_.empty()) {
+    EXPECT_GT(time, times_.back());
+    EXPECT_FALSE(buffer->changed.empty());
+    for (int y = 0; y < now.height; ++y)
+      for (int x = 0; x < now.width; ++x)
+        if (now.at(x, y) != last_.at(x, y) && !isInside(buffer->changed, x, y)) {
+          ADD_FAILURE() << "frame " << buffer->sequence << " does not tell of the change at " << x << ", "
+                        << y;
+          y = now.height;
+          break;
+        }
+  }
+  last_ = std::move(now);
+  times_.push_back(time);
+  if (!keepAll)
+    for (auto& held : buffers_) held = nullptr;
+  buffers_.push_back(std::move(buffer));
+  changed_.notify_all();
+}
+
+std::size_t Frames::count() {
+  const std::lock_guard lock(mutex_);
+  return times_.size();
+}
+
+PixelBufferRef Frames::wait(std::size_t number) {
+  std::unique_lock lock(mutex_);
+  if (!changed_.wait_for(lock, deadline, [&] { return times_.size() >= number; })) {
+    ADD_FAILURE() << "frame " << number << " does not come";
+    return nullptr;
+  }
+  return buffers_[number - 1];
+}
+
+testing::AssertionResult Frames::waitUntilShown(const Grid& expected) {
+  std::unique_lock lock(mutex_);
+  testing::AssertionResult result = testing::AssertionFailure() << "no frame came";
+  changed_.wait_for(lock, deadline, [&] {
+    if (!buffers_.empty() && buffers_.back()) result = shows(*buffers_.back(), expected);
+    return static_cast<bool>(result);
+  });
+  return result;
+}
+
+std::optional<ScreenError::Kind> Frames::waitForEnd() {
+  std::unique_lock lock(mutex_);
+  if (!changed_.wait_for(lock, deadline, [&] { return !errors_.empty(); })) return std::nullopt;
+  try {
+    std::rethrow_exception(errors_.front());
+  } catch (const ScreenError& error) {
+    EXPECT_FALSE(error.description().empty());
+    return error.kind();
+  }
+}
+
+void Frames::letGo() {
+  const std::lock_guard lock(mutex_);
+  for (auto& held : buffers_) held = nullptr;
+}
+
+std::vector<MediaTime> Frames::times() {
+  const std::lock_guard lock(mutex_);
+  return times_;
+}
+
+int Frames::ends() {
+  const std::lock_guard lock(mutex_);
+  return static_cast<int>(errors_.size());
+}
+
+void ScreenFixture::SetUp() {
+  if (!VirtualDisplay::isAvailable()) GTEST_SKIP() << "no Xvfb";
+  makeDisplay(400, 300);
+}
+
+void ScreenFixture::makeDisplay(int width, int height, const std::vector<std::string>& arguments) {
+  x.reset();
+  display = std::make_unique<VirtualDisplay>(width, height, arguments);
+  x = std::make_unique<X11Connection>(display->name());
+  gc_ = xcb_generate_id(x->get());
+  xcb_create_gc(x->get(), gc_, x->root(), 0, nullptr);
+  root = Grid(width, height);
+  draw({{{0, 0, width, height}, 0x102030}});
+}
+
+void ScreenFixture::draw(const std::vector<std::pair<PixelRect, std::uint32_t>>& fills, xcb_window_t window) {
+  xcb_grab_server(x->get());
+  for (const auto& [rect, color] : fills) {
+    xcb_change_gc(x->get(), gc_, XCB_GC_FOREGROUND, &color);
+    const xcb_rectangle_t area{static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
+                               static_cast<std::uint16_t>(rect.width),
+                               static_cast<std::uint16_t>(rect.height)};
+    xcb_poly_fill_rectangle(x->get(), window == XCB_NONE ? x->root() : window, gc_, 1, &area);
+    if (window == XCB_NONE) root.fill(rect, color);
+  }
+  xcb_ungrab_server(x->get());
+  flush();
+}
+
+xcb_window_t ScreenFixture::makeWindow(const PixelRect& frame, std::uint32_t color, xcb_window_t parent) {
+  const xcb_window_t window = xcb_generate_id(x->get());
+  xcb_create_window(x->get(), XCB_COPY_FROM_PARENT, window, parent == XCB_NONE ? x->root() : parent,
+                    static_cast<std::int16_t>(frame.x), static_cast<std::int16_t>(frame.y),
+                    static_cast<std::uint16_t>(frame.width), static_cast<std::uint16_t>(frame.height), 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL, &color);
+  map(window);
+  return window;
+}
+
+void ScreenFixture::map(xcb_window_t window) {
+  xcb_map_window(x->get(), window);
+  flush();
+}
+
+void ScreenFixture::configure(xcb_window_t window, std::uint16_t mask,
+                              const std::vector<std::uint32_t>& values) {
+  xcb_configure_window(x->get(), window, mask, values.data());
+  flush();
+}
+
+void ScreenFixture::flush() {
+  x->wait(xcb_get_input_focus_reply, xcb_get_input_focus(x->get()));
+}
+
+StreamConfiguration ScreenFixture::wholeDisplay() {
+  const auto info = X11ScreenService(display->name()).content().displays.front();
+  return {.displayID = info.id,
+          .width = info.pixelWidth,
+          .height = info.pixelHeight,
+          .minimumFrameInterval = {1, 500}};
+}
+
+ScreenStream& ScreenFixture::start(const StreamConfiguration& configuration, const std::string& displayName) {
+  stream = std::make_unique<ScreenStream>(displayName.empty() ? display->name() : displayName, configuration,
+                                          queue, frames.callbacks());
+  runBlocking(stream->startCapture());
+  return *stream;
+}
+
+void ScreenFixture::stop() {
+  runBlocking(stream->stopCapture());
+}
+
+}  // namespace quillant

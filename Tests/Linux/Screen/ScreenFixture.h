@@ -1,0 +1,101 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+#include <xcb/composite.h>
+
+#include "CaptureEngine/ScreenService.h"
+#include "Linux/Screen/ScreenStream.h"
+#include "Linux/Screen/X11ScreenService.h"
+#include "Linux/X11/X11Connection.h"
+#include "Tests/Support/VirtualDisplay.h"
+
+namespace quillant {
+
+/// A picture in the test's own memory; a pixel is 0xRRGGBB.
+struct Grid {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint32_t> pixels;
+
+  Grid(int w, int h)
+      : width(w), height(h), pixels(static_cast<std::size_t>(w) * static_cast<std::size_t>(h)) {}
+  std::uint32_t& at(int x, int y) {
+    return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                  static_cast<std::size_t>(x)];
+  }
+  void fill(const PixelRect& rect, std::uint32_t color);
+  Grid crop(const PixelRect& rect) const;  ///< Black where `rect` reaches beyond.
+};
+
+Grid gridOf(const PixelBuffer& buffer);
+/// Compares every pixel; a failure names the first that differs.
+testing::AssertionResult shows(const PixelBuffer& buffer, const Grid& expected);
+
+/// What a stream has delivered, and waits with a deadline for more. Every buffer is checked on arrival: what
+/// differs from the one before lies inside what it says has changed, and the stamps rise.
+class Frames {
+ public:
+  StreamCallbacks callbacks();
+  std::size_t count();
+  /// The frame of a number from 1; null, with a failure, if it does not come.
+  PixelBufferRef wait(std::size_t number);
+  /// Waits until the newest frame shows `expected`.
+  testing::AssertionResult waitUntilShown(const Grid& expected);
+  /// Waits for the end; the kind of its error.
+  std::optional<ScreenError::Kind> waitForEnd();
+  void letGo();  ///< Forgets the buffers, so that they return to the pool.
+  std::vector<MediaTime> times();
+  int ends();
+  bool keepAll = true;  ///< False: only the newest buffer is held.
+
+ private:
+  void take(PixelBufferRef buffer, MediaTime time);
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<PixelBufferRef> buffers_;  // null once let go
+  std::vector<MediaTime> times_;
+  Grid last_{0, 0};
+  std::vector<std::exception_ptr> errors_;
+};
+
+/// A virtual display of 400 by 300 pixels, a client that draws on it, and a model of what it shows.
+class ScreenFixture : public testing::Test {
+ protected:
+  void SetUp() override;
+  void makeDisplay(int width, int height, const std::vector<std::string>& arguments = {});
+
+  /// Fills rectangles of `window` in one go, as no capture can see them half done.
+  void draw(const std::vector<std::pair<PixelRect, std::uint32_t>>& fills, xcb_window_t window = XCB_NONE);
+  xcb_window_t makeWindow(const PixelRect& frame, std::uint32_t color, xcb_window_t parent = XCB_NONE);
+  void map(xcb_window_t window);
+  void configure(xcb_window_t window, std::uint16_t mask, const std::vector<std::uint32_t>& values);
+  /// Waits until the server has carried out what was asked of it.
+  void flush();
+
+  /// All of the only display, at a rate at which no test waits.
+  StreamConfiguration wholeDisplay();
+  ScreenStream& start(const StreamConfiguration& configuration, const std::string& displayName = {});
+  void stop();
+
+  std::unique_ptr<VirtualDisplay> display;
+  std::unique_ptr<X11Connection> x;
+  Grid root{0, 0};
+  Frames frames;
+  SerialQueue queue{"test.samples"};
+  std::unique_ptr<ScreenStream> stream;
+
+ private:
+  xcb_gcontext_t gc_ = 0;
+};
+
+}  // namespace quillant
