@@ -18,6 +18,7 @@ quillant_pkg(PULSE libpulse)
 quillant_pkg(CURL libcurl)
 quillant_pkg(SECRET libsecret-1)
 quillant_pkg(CAIRO cairo)
+quillant_pkg(PNG libpng)
 
 find_library(YUV_LIBRARY yuv REQUIRED)
 find_path(YUV_INCLUDE_DIR libyuv.h REQUIRED)
