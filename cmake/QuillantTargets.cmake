@@ -23,6 +23,9 @@ if(QUILLANT_SANITIZE)
     target_compile_options(quillant_options INTERFACE -Wno-tsan)
   endif()
 endif()
+if(QUILLANT_FUZZ)
+  target_compile_options(quillant_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # quillant_library(<name> [PUBLIC <targets>...] [PRIVATE <targets>...])
 # A library of every source in the current folder; sub-folders are libraries of their own.
