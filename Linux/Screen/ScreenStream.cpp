@@ -9,6 +9,7 @@
 
 #include "Core/HostClock.h"
 #include "Linux/Screen/DisplaySource.h"
+#include "Linux/Screen/WindowSource.h"
 
 namespace quillant {
 
@@ -122,7 +123,10 @@ void ScreenStream::run() {
 void ScreenStream::setUp() {
   x_.emplace(displayName_);
   requireBGRA(*x_);
-  source_ = std::make_unique<DisplaySource>(*x_, configuration_.displayID, configuration_.sourceRect);
+  if (configuration_.windowID)
+    source_ = std::make_unique<WindowSource>(*x_, *configuration_.windowID);
+  else
+    source_ = std::make_unique<DisplaySource>(*x_, configuration_.displayID, configuration_.sourceRect);
   pool_ = std::make_shared<FramePool>(configuration_.width, configuration_.height, configuration_.queueDepth,
                                       wakeUp_);
   reader_.emplace(*x_, *pool_, source_->picture());

@@ -3,6 +3,7 @@
 #include "Linux/Screen/ScreenStream.h"
 #include "Linux/X11/X11Connection.h"
 #include "Linux/X11/X11Layout.h"
+#include "Linux/X11/X11Windows.h"
 
 namespace quillant {
 
@@ -24,6 +25,8 @@ ShareableContent X11ScreenService::content() try {
   const X11Layout layout = X11Layout::read(x);
   ShareableContent content;
   for (const auto& monitor : layout.monitors) content.displays.push_back(displayInfo(monitor, layout));
+  for (auto& window : X11Windows::list(x))
+    content.windows.push_back({window.id, std::move(window.title), layout.points(window.frame)});
   return content;
 } catch (const X11Error& error) {
   throw ScreenError(ScreenError::Kind::unavailable, error.description());

@@ -2,6 +2,7 @@
 #include <random>
 
 #include "Linux/Screen/PixelRects.h"
+#include "MediaKit/BGRAScaler.h"
 #include "Tests/Linux/Screen/ScreenFixture.h"
 
 namespace quillant {
@@ -49,6 +50,204 @@ TEST_F(DisplayStream, FetchesAndTellsWhatWasDrawnAndNothingElse) {
   stop();
   EXPECT_EQ(frames.count(), number);
   EXPECT_EQ(frames.ends(), 0);
+}
+
+TEST_F(DisplayStream, KeepsEveryBufferOfThePoolUpToDate) {
+  std::mt19937 random(7);
+  const auto upTo = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+  auto configuration = wholeDisplay();
+  configuration.queueDepth = 3;
+  start(configuration);
+  for (int round = 0; round < 120; ++round) {
+    // Held in every pattern, so that each buffer has missed something else when its turn comes.
+    frames.keepAll = upTo(3) == 0;
+    if (upTo(2) == 0 || round % 8 == 0) frames.letGo();
+    draw({{{upTo(380), upTo(280), 1 + upTo(90), 1 + upTo(90)},
+           static_cast<std::uint32_t>(random() & 0xffffff)}});
+    if (upTo(3) == 0) {
+      frames.letGo();
+      draw({{{upTo(380), upTo(280), 20, 20}, static_cast<std::uint32_t>(random() & 0xffffff)}});
+      ASSERT_TRUE(frames.waitUntilShown(root)) << "round " << round;
+    }
+  }
+}
+
+TEST_F(DisplayStream, CarriesDamageOverWhileEveryBufferIsHeld) {
+  auto configuration = wholeDisplay();
+  configuration.queueDepth = 2;
+  auto& running = start(configuration);
+  ASSERT_TRUE(frames.wait(1));
+  draw({{{0, 0, 20, 20}, 0xff0000}});
+  ASSERT_TRUE(frames.wait(2));
+  const auto fetched = running.pixelsFetched();
+  draw({{{40, 0, 20, 20}, 0x00ff00}});
+  draw({{{200, 200, 80, 80}, 0x0000ff}});
+  EXPECT_EQ(frames.count(), 2U);
+  EXPECT_EQ(running.pixelsFetched(), fetched);
+  frames.letGo();
+  const auto frame = frames.wait(3);
+  ASSERT_TRUE(frame);
+  EXPECT_TRUE(shows(*frame, root));
+  EXPECT_EQ(frame->changed, (std::vector<PixelRect>{{40, 0, 20, 20}, {200, 200, 80, 80}}));
+  EXPECT_EQ(running.pixelsFetched(), fetched + 400 + 6400);
+}
+
+TEST_F(DisplayStream, NeverGoesBeyondTheRate) {
+  auto configuration = wholeDisplay();
+  configuration.minimumFrameInterval = {1, 40};
+  frames.keepAll = false;
+  start(configuration);
+  for (std::uint32_t i = 0; frames.count() < 20; ++i) draw({{{0, 0, 50, 50}, i & 0xffffff}});
+  stop();
+  const auto times = frames.times();
+  EXPECT_LE(static_cast<double>(times.size() - 1), (times.back() - times.front()).seconds() * 40 + 1);
+}
+
+TEST_F(DisplayStream, CutsEachDisplayOutOfTheDesktop) {
+  makeDisplay(700, 400);
+  // The main one is on the right and lower; the other is left of it and higher, with a negative origin.
+  ASSERT_EQ(display->run({"xrandr", "--setmonitor", "LEFT", "300/80x200/53+0+0", "none"}), 0);
+  ASSERT_EQ(display->run({"xrandr", "--setmonitor", "*RIGHT", "400/106x300/80+300+100", "screen"}), 0);
+  const auto displays = X11ScreenService(display->name()).content().displays;
+  ASSERT_EQ(displays.size(), 2U);
+  EXPECT_TRUE(displays[0].isMain && !displays[1].isMain);
+  EXPECT_EQ(displays[1].frame, (Rect{-300, -100, 300, 200}));
+
+  const std::vector<PixelRect> places{{300, 100, 400, 300}, {0, 0, 300, 200}};
+  for (std::size_t i = 0; i < 2; ++i) {
+    Frames own;
+    ScreenStream one(display->name(),
+                     {.displayID = displays[i].id,
+                      .width = displays[i].pixelWidth,
+                      .height = displays[i].pixelHeight,
+                      .minimumFrameInterval = {1, 500}},
+                     queue, own.callbacks());
+    runBlocking(one.startCapture());
+    EXPECT_TRUE(own.waitUntilShown(root.crop(places[i])));
+    const auto before = one.pixelsFetched();
+    draw({{{places[1 - i].x + 50, places[1 - i].y + 20, 30, 30}, 0x335577}});  // on the other one
+    draw({{{places[i].x + 11, places[i].y + 13, 30, 30}, 0x775533}});
+    EXPECT_TRUE(own.waitUntilShown(root.crop(places[i])));
+    EXPECT_EQ(own.wait(2)->changed, (std::vector<PixelRect>{{10, 12, 32, 32}}));
+    EXPECT_EQ(one.pixelsFetched(), before + 32 * 32);
+    runBlocking(one.stopCapture());
+  }
+}
+
+TEST_F(DisplayStream, TakesAnAreaInPointsAndLeavesTheRestBlack) {
+  const std::string resources = "Xft.dpi:\t192\n";
+  xcb_change_property(x->get(), XCB_PROP_MODE_REPLACE, x->root(), XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING,
+                      8, static_cast<std::uint32_t>(resources.size()), resources.data());
+  flush();
+  auto configuration = wholeDisplay();
+  configuration.sourceRect = Rect{150, 10.5, 60, 40};  // pixels 300, 21 to 420, 101: 20 beyond the right edge
+  configuration.width = 120;
+  configuration.height = 80;
+  start(configuration);
+  draw({{{310, 31, 200, 20}, 0xabcdef}, {{0, 0, 300, 300}, 0x112233}});
+  EXPECT_TRUE(frames.waitUntilShown(root.crop({300, 21, 120, 80})));
+}
+
+TEST_F(DisplayStream, ScalesWhatChanged) {
+  auto configuration = wholeDisplay();
+  configuration.width = 266;
+  configuration.height = 200;
+  start(configuration);
+  ASSERT_TRUE(frames.wait(1));
+  std::mt19937 random(3);
+  for (int i = 0; i < 20; ++i) {
+    draw({{{static_cast<int>(random() % 380), static_cast<int>(random() % 280), 25, 17},
+           static_cast<std::uint32_t>(random() & 0xffffff)}});
+    Grid scaled(266, 200);
+    scaleBGRA({reinterpret_cast<std::uint8_t*>(root.pixels.data()), 400 * 4}, 400, 300,
+              {reinterpret_cast<std::uint8_t*>(scaled.pixels.data()), 266 * 4}, 266, 200, {0, 0, 266, 200});
+    ASSERT_TRUE(frames.waitUntilShown(scaled));
+    std::int64_t changed = 0;
+    for (const auto& rect : frames.wait(frames.count())->changed) changed += PixelRects::area(rect);
+    EXPECT_LT(changed, 700);
+    frames.letGo();
+  }
+}
+
+TEST_F(DisplayStream, EndsWhenItsDisplayChangesAndOnlyThen) {
+  ASSERT_EQ(display->run({"xrandr", "--setmonitor", "LEFT", "200/53x300/80+0+0", "screen"}), 0);
+  ASSERT_EQ(display->run({"xrandr", "--setmonitor", "RIGHT", "200/53x300/80+200+0", "none"}), 0);
+  auto configuration = wholeDisplay();
+  configuration.width = 200;
+  start(configuration);
+  ASSERT_TRUE(frames.wait(1));
+  ASSERT_EQ(display->run({"xrandr", "--setmonitor", "THIRD", "50/13x50/13+300+0", "none"}), 0);
+  draw({{{0, 0, 10, 10}, 0xffffff}});
+  ASSERT_TRUE(frames.wait(2));
+  ASSERT_EQ(frames.ends(), 0);
+  ASSERT_EQ(display->run({"xrandr", "--delmonitor", "LEFT"}), 0);
+  EXPECT_EQ(frames.waitForEnd(), ScreenError::Kind::displayChanged);
+  stop();
+  EXPECT_EQ(frames.ends(), 1);
+}
+
+TEST_F(DisplayStream, EndsWhenTheScreenTakesAnotherSize) {
+  start(wholeDisplay());
+  ASSERT_TRUE(frames.wait(1));
+  ASSERT_EQ(display->run({"xrandr", "--newmode", "320x200", "0", "320", "320", "320", "320", "200", "200",
+                          "200", "200"}),
+            0);
+  ASSERT_EQ(display->run({"xrandr", "--addmode", "screen", "320x200"}), 0);
+  ASSERT_EQ(display->run({"xrandr", "--output", "screen", "--mode", "320x200"}), 0);
+  EXPECT_EQ(frames.waitForEnd(), ScreenError::Kind::displayChanged);
+}
+
+TEST_F(DisplayStream, EndsWhenTheServerGoesAway) {
+  start(wholeDisplay());
+  ASSERT_TRUE(frames.wait(1));
+  display->kill();
+  EXPECT_EQ(frames.waitForEnd(), ScreenError::Kind::serverLost);
+  stop();
+  stop();
+  EXPECT_EQ(frames.ends(), 1);
+}
+
+TEST_F(DisplayStream, StopsAlthoughTheServerHangs) {
+  start(wholeDisplay());
+  ASSERT_TRUE(frames.wait(1));
+  draw({{{0, 0, 10, 10}, 0xffffff}});
+  ::kill(display->processID(), SIGSTOP);
+  stop();
+  ::kill(display->processID(), SIGCONT);
+  EXPECT_EQ(frames.ends(), 0);
+}
+
+TEST_F(DisplayStream, GoesWithoutSharedMemory) {
+  makeDisplay(400, 300, {"-extension", "MIT-SHM"});
+  start(wholeDisplay());
+  EXPECT_TRUE(frames.waitUntilShown(root));
+  draw({{{15, 25, 33, 44}, 0x336699}, {{300, 200, 80, 80}, 0x996633}});
+  EXPECT_TRUE(frames.waitUntilShown(root));
+}
+
+TEST_F(DisplayStream, SaysWhyItCannotStart) {
+  const auto kindAndText = [&](const std::string& name, const StreamConfiguration& configuration) {
+    try {
+      start(configuration, name);
+      return std::pair(std::optional<ScreenError::Kind>(), std::string());
+    } catch (const ScreenError& error) {
+      return std::pair(std::optional(error.kind()), error.description());
+    }
+  };
+  auto configuration = wholeDisplay();
+  EXPECT_EQ(kindAndText(":59999", configuration),
+            std::pair(std::optional(ScreenError::Kind::unavailable),
+                      std::string("the display server ':59999' cannot be reached or refuses this user")));
+  EXPECT_THROW(X11ScreenService(":59999").content(), ScreenError);
+  const auto id = std::exchange(configuration.displayID, 0);
+  EXPECT_EQ(kindAndText({}, configuration), std::pair(std::optional(ScreenError::Kind::displayChanged),
+                                                      std::string("display 0 is no longer connected")));
+  configuration.displayID = id;
+  makeDisplay(400, 300, {"-extension", "DAMAGE"});
+  EXPECT_EQ(kindAndText({}, configuration).first, ScreenError::Kind::unavailable);
+  display =
+      std::make_unique<VirtualDisplay>(400, 300, std::vector<std::string>{"-screen", "0", "400x300x16"});
+  EXPECT_EQ(kindAndText({}, configuration).first, ScreenError::Kind::unavailable);
 }
 
 }  // namespace

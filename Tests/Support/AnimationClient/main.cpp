@@ -89,9 +89,9 @@ std::optional<Options> parse(const std::vector<std::string_view>& arguments) {
       if (!at) return std::nullopt;
       options.at = *at;
     } else if (option == "--rate" || option == "--duration") {
-      const auto value_ = number(value);
-      if (!value_ || (option == "--rate" && *value_ == 0)) return std::nullopt;
-      (option == "--rate" ? options.rate : options.duration) = *value_;
+      const auto parsed = number(value);
+      if (!parsed || (option == "--rate" && *parsed == 0)) return std::nullopt;
+      (option == "--rate" ? options.rate : options.duration) = *parsed;
     } else {
       return std::nullopt;
     }

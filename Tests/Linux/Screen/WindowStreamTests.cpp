@@ -1,0 +1,143 @@
+#include "MediaKit/BGRAScaler.h"
+#include "Tests/Linux/Screen/ScreenFixture.h"
+
+namespace quillant {
+namespace {
+
+constexpr std::uint32_t red = 0xc02010;
+constexpr std::uint32_t green = 0x20c010;
+constexpr std::uint32_t blue = 0x1020c0;
+constexpr std::uint32_t black = 0;
+
+/// A window of 101 by 81 at 50, 40, recorded at 100 by 80.
+class WindowStream : public ScreenFixture {
+ protected:
+  void SetUp() override {
+    ScreenFixture::SetUp();
+    if (IsSkipped()) return;
+    window = makeWindow({50, 40, 101, 81}, red);
+    picture.fill({0, 0, 100, 80}, red);
+  }
+
+  void record(xcb_window_t recorded) {
+    start({.windowID = recorded, .width = 100, .height = 80, .minimumFrameInterval = {1, 500}});
+  }
+  void drawInside(const PixelRect& rect, std::uint32_t color) {
+    draw({{rect, color}}, window);
+    picture.fill(rect, color);
+  }
+
+  xcb_window_t window = XCB_NONE;
+  Grid picture{100, 80};
+};
+
+TEST_F(WindowStream, ShowsTheWindowAloneWhateverCoversIt) {
+  record(window);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+  makeWindow({40, 30, 60, 200}, blue);  // covers the left half
+  const auto inside = makeWindow({10, 50, 20, 10}, green, window);
+  picture.fill({10, 50, 20, 10}, green);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+  drawInside({5, 5, 20, 20}, blue);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+  EXPECT_EQ(frames.wait(frames.count())->changed, (std::vector<PixelRect>{{4, 4, 22, 22}}));
+
+  // Moved partly beyond the screen, it is still whole.
+  configure(window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, {350, static_cast<std::uint32_t>(-30)});
+  drawInside({60, 0, 40, 20}, green);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+  configure(inside, XCB_CONFIG_WINDOW_X, {70});
+  picture.fill({10, 50, 20, 10}, red);
+  picture.fill({70, 50, 20, 10}, green);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+}
+
+TEST_F(WindowStream, FitsAResizedWindowFromTheTopLeft) {
+  const auto resize = [&](std::uint32_t width, std::uint32_t height) {
+    configure(window, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, {width, height});
+    draw({{{0, 0, 400, 300}, red}, {{0, 0, 40, 40}, green}}, window);
+  };
+  record(window);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+
+  resize(60, 50);
+  Grid smaller(100, 80);
+  smaller.fill({0, 0, 60, 50}, red);
+  smaller.fill({0, 0, 40, 40}, green);
+  EXPECT_TRUE(frames.waitUntilShown(smaller));
+
+  resize(200, 240);  // three times too high: the whole shrinks to a third
+  Grid source(200, 240);
+  source.fill({0, 0, 200, 240}, red);
+  source.fill({0, 0, 40, 40}, green);
+  Grid taller(100, 80);
+  const auto plane = [](Grid& grid) {
+    return PixelBuffer::Plane{reinterpret_cast<std::uint8_t*>(grid.pixels.data()), grid.width * 4};
+  };
+  scaleBGRA(plane(source), 200, 240, plane(taller), 67, 80, {0, 0, 67, 80});
+  EXPECT_TRUE(frames.waitUntilShown(taller));
+  draw({{{90, 90, 21, 33}, blue}}, window);
+  source.fill({90, 90, 21, 33}, blue);
+  scaleBGRA(plane(source), 200, 240, plane(taller), 67, 80, {0, 0, 67, 80});
+  EXPECT_TRUE(frames.waitUntilShown(taller));
+
+  resize(101, 81);
+  picture.fill({0, 0, 40, 40}, green);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+}
+
+TEST_F(WindowStream, KeepsTheLastPictureWhileTheWindowIsNotShown) {
+  const auto frame = makeWindow({10, 10, 200, 200}, blue);
+  xcb_reparent_window(x->get(), window, frame, 20, 20);
+  map(window);
+  record(window);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+  // Hidden by itself, then with its frame, as window managers do it.
+  for (const auto hidden : {window, frame}) {
+    xcb_unmap_window(x->get(), hidden);
+    draw({{{0, 0, 400, 300}, green}});
+    map(hidden);
+    picture.fill({0, 0, 100, 80}, red);  // shown again, it begins empty
+    drawInside({7, 9, 30, 30}, hidden == window ? green : blue);
+    EXPECT_TRUE(frames.waitUntilShown(picture));
+  }
+  stop();
+  EXPECT_EQ(frames.ends(), 0);
+}
+
+TEST_F(WindowStream, WaitsForAWindowThatIsNotShownYet) {
+  xcb_unmap_window(x->get(), window);
+  flush();
+  record(window);
+  map(window);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+}
+
+TEST_F(WindowStream, EndsWhenTheWindowIsClosed) {
+  record(window);
+  ASSERT_TRUE(frames.wait(1));
+  xcb_destroy_window(x->get(), window);
+  flush();
+  EXPECT_EQ(frames.waitForEnd(), ScreenError::Kind::windowClosed);
+  stop();
+  EXPECT_EQ(frames.ends(), 1);
+  try {
+    record(window);
+    FAIL();
+  } catch (const ScreenError& error) {
+    EXPECT_EQ(error.kind(), ScreenError::Kind::windowClosed);
+  }
+}
+
+TEST_F(WindowStream, LeavesTheBorderOut) {
+  configure(window, XCB_CONFIG_WINDOW_BORDER_WIDTH, {7});
+  const auto info = X11ScreenService(display->name()).content().windows.front();
+  EXPECT_EQ(info.frame, (Rect{57, 47, 101, 81}));
+  record(info.id);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+  drawInside({0, 0, 9, 9}, black);
+  EXPECT_TRUE(frames.waitUntilShown(picture));
+}
+
+}  // namespace
+}  // namespace quillant
