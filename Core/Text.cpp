@@ -1,9 +1,12 @@
 #include "Core/Text.h"
 
 #include <cstdint>
+#include <memory>
+#include <unicode/brkiter.h>
 #include <unicode/locid.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
+#include <unicode/utext.h>
 #include <unicode/utf8.h>
 
 namespace quillant::Text {
@@ -29,6 +32,44 @@ std::string lowercased(std::string_view text) {
       .toLower(icu::Locale::getRoot())
       .toUTF8String(result);
   return result;
+}
+
+std::vector<std::string_view> characters(std::string_view text) {
+  UErrorCode status = U_ZERO_ERROR;
+  const std::unique_ptr<icu::BreakIterator> breaks(
+      icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+  UText source = UTEXT_INITIALIZER;
+  utext_openUTF8(&source, text.data(), static_cast<std::int64_t>(text.size()), &status);
+  std::vector<std::string_view> result;
+  if (U_SUCCESS(status)) breaks->setText(&source, status);
+  if (U_SUCCESS(status)) {
+    auto start = breaks->first();
+    for (auto end = breaks->next(); end != icu::BreakIterator::DONE; end = breaks->next()) {
+      result.push_back(text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)));
+      start = end;
+    }
+  }
+  utext_close(&source);
+  return result;
+}
+
+bool isLetterOrNumber(std::string_view character) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(character.data());
+  std::size_t next = 0;
+  UChar32 first = -1;
+  if (!character.empty()) U8_NEXT(bytes, next, character.size(), first);
+  return first >= 0 &&
+         (u_isUAlphabetic(first) || u_getIntPropertyValue(first, UCHAR_NUMERIC_TYPE) != U_NT_NONE);
+}
+
+bool isUTF8(std::string_view text) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  for (std::size_t next = 0; next < text.size();) {
+    UChar32 character = 0;
+    U8_NEXT(bytes, next, text.size(), character);
+    if (character < 0) return false;
+  }
+  return true;
 }
 
 }  // namespace quillant::Text

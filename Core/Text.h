@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quillant::Text {
 
@@ -10,5 +11,10 @@ namespace quillant::Text {
 std::string_view trimmed(std::string_view text);
 /// In lower case, by the rules of no language in particular. Bytes that are not UTF-8 become U+FFFD.
 std::string lowercased(std::string_view text);
+/// What readers take for one character each, marks and joined signs with their letter.
+std::vector<std::string_view> characters(std::string_view text);
+/// Whether a character is, in any script, a letter or a number.
+bool isLetterOrNumber(std::string_view character);
+bool isUTF8(std::string_view text);
 
 }  // namespace quillant::Text

@@ -18,5 +18,25 @@ TEST(Text, LowersEveryScriptsLetters) {
   EXPECT_EQ(Text::lowercased(""), "");
 }
 
+TEST(Text, TakesALetterAndItsMarksForOneCharacter) {
+  using Characters = std::vector<std::string_view>;
+  EXPECT_EQ(Text::characters("ae\u0301\r\n👩‍👧x"),
+            (Characters{"a", "e\u0301", "\r\n", "👩‍👧", "x"}));
+  EXPECT_EQ(Text::characters(""), Characters{});
+}
+
+TEST(Text, KnowsTheLettersAndNumbersOfEveryScript) {
+  for (const auto* character : {"a", "é", "e\u0301", "ж", "中", "7", "٣", "½"})
+    EXPECT_TRUE(Text::isLetterOrNumber(character)) << character;
+  for (const auto* character : {"", " ", "-", "_", "/", ".", "👩", "\u0301", "\xFF"})
+    EXPECT_FALSE(Text::isLetterOrNumber(character)) << character;
+}
+
+TEST(Text, TellsUTF8FromOtherBytes) {
+  for (const auto* text : {"", "plain", "é中👩"}) EXPECT_TRUE(Text::isUTF8(text)) << text;
+  for (const auto* text : {"\xC3", "a\xFFz", "\xED\xA0\x80", "\xC0\xAF"})
+    EXPECT_FALSE(Text::isUTF8(text)) << text;
+}
+
 }  // namespace
 }  // namespace quillant

@@ -1,0 +1,117 @@
+#include "QuillantCloud/PendingUpload.h"
+
+#include <utility>
+
+#include "Core/JSON.h"
+#include "Core/UUID.h"
+
+namespace quillant {
+
+namespace {
+
+/// Gives every field to `field` with its key: the one list that reading and writing go by.
+template <class Entry, class Field>
+void forEachField(Entry& entry, const Field& field) {
+  field("id", entry.id);
+  field("createdAt", entry.createdAt);
+  field("videoPath", entry.videoPath);
+  field("thumbPath", entry.thumbPath);
+  field("title", entry.title);
+  field("sizeBytes", entry.sizeBytes);
+  field("durationMs", entry.durationMs);
+  field("width", entry.width);
+  field("height", entry.height);
+  field("videoId", entry.videoId);
+  field("slug", entry.slug);
+  field("shareURL", entry.shareURL);
+  field("putVideoURL", entry.putVideoURL);
+  field("putThumbURL", entry.putThumbURL);
+  field("presignExpiresAt", entry.presignExpiresAt);
+  field("captionsDeclared", entry.captionsDeclared);
+  field("captionsPath", entry.captionsPath);
+  field("captionsLanguage", entry.captionsLanguage);
+  field("putCaptionsURL", entry.putCaptionsURL);
+  field("captionsUploaded", entry.captionsUploaded);
+  field("videoUploaded", entry.videoUploaded);
+  field("thumbUploaded", entry.thumbUploaded);
+  field("completed", entry.completed);
+  field("attempts", entry.attempts);
+  field("lastError", entry.lastError);
+  field("lastAttemptAt", entry.lastAttemptAt);
+  field("blockedOnAuth", entry.blockedOnAuth);
+}
+
+struct Writer {
+  Json& json;
+
+  template <class T>
+  void operator()(const char* key, const T& value) const {
+    json[key] = value;
+  }
+  void operator()(const char* key, const Date& date) const { json[key] = date.iso8601(); }
+  template <class T>
+  void operator()(const char* key, const std::optional<T>& value) const {
+    if (value) (*this)(key, *value);
+  }
+};
+
+struct Reader {
+  const Json& json;
+
+  template <class T>
+  void operator()(const char* key, T& value) const {
+    value = JSON::required<T>(json, key);
+  }
+  void operator()(const char* key, Date& date) const {
+    const auto parsed = Date::parseISO8601(JSON::required<std::string>(json, key));
+    if (!parsed) throw JSONError(JSONError::Kind::invalidValue, "not a date", key);
+    date = *parsed;
+  }
+  template <class T>
+  void operator()(const char* key, std::optional<T>& value) const {
+    const auto found = json.find(key);
+    value.reset();
+    if (found != json.end() && !found->is_null()) (*this)(key, value.emplace());
+  }
+};
+
+}  // namespace
+
+PendingUpload PendingUpload::make(std::string videoPath, std::optional<std::string> thumbPath,
+                                  std::optional<std::string> title, std::int64_t sizeBytes,
+                                  std::int64_t durationMs, std::int64_t width, std::int64_t height) {
+  PendingUpload entry;
+  entry.id = UUID::random().text();
+  entry.createdAt = Date::now();
+  entry.videoPath = std::move(videoPath);
+  entry.thumbPath = std::move(thumbPath);
+  entry.title = std::move(title);
+  entry.sizeBytes = sizeBytes;
+  entry.durationMs = durationMs;
+  entry.width = width;
+  entry.height = height;
+  return entry;
+}
+
+bool PendingUpload::urlsAreFresh(Date now) const {
+  constexpr double margin = 60;
+  return presignExpiresAt && presignExpiresAt->secondsSince2001 - now.secondsSince2001 > margin;
+}
+
+CaptionsDeclaration PendingUpload::captionsDeclaration() const {
+  if (!captionsDeclared.value_or(false)) return CaptionsDeclaration::unchanged();
+  if (!captionsPath || !captionsLanguage) return CaptionsDeclaration::none();
+  return CaptionsDeclaration::language(*captionsLanguage);
+}
+
+void to_json(Json& json, const PendingUpload& entry) {
+  json = Json::object();
+  forEachField(entry, Writer{json});
+}
+
+void from_json(const Json& json, PendingUpload& entry) {
+  if (!json.is_object()) JSON::throwWrongType(json, "an object");
+  forEachField(entry, Reader{json});
+}
+
+}  // namespace quillant

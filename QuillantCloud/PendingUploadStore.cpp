@@ -1,0 +1,65 @@
+#include "QuillantCloud/PendingUploadStore.h"
+
+#include <algorithm>
+
+#include "Core/AtomicFile.h"
+#include "Core/JSON.h"
+
+namespace quillant {
+
+namespace {
+
+constexpr std::string_view extension = ".json";
+/// Far above any entry: what is larger is none.
+constexpr std::size_t longestFile = std::size_t{1} << 22;
+
+std::filesystem::path fileOf(const PendingUploadStore& store, const std::string& id) {
+  return store.directory / (id + std::string(extension));
+}
+
+std::optional<PendingUpload> read(const std::filesystem::path& path) {
+  try {
+    return JSON::decode<PendingUpload>(JSON::parse(AtomicFile::read(path, longestFile)));
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
+/// Signed URLs are as good as a password until they lapse, so none but the user may look at an entry.
+void makePrivateFolder(const std::filesystem::path& folder) {
+  std::error_code failed;
+  if (std::filesystem::create_directories(folder, failed))
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_all, failed);
+  if (failed) throw FileError("create", folder, failed);
+}
+
+}  // namespace
+
+void PendingUploadStore::save(const PendingUpload& entry) const {
+  makePrivateFolder(directory);
+  AtomicFile::write(fileOf(*this, entry.id), JSON::pretty(entry), 0600);
+}
+
+std::optional<PendingUpload> PendingUploadStore::load(const std::string& id) const {
+  return read(fileOf(*this, id));
+}
+
+void PendingUploadStore::remove(const std::string& id) const {
+  std::error_code ignored;
+  std::filesystem::remove(fileOf(*this, id), ignored);
+}
+
+std::vector<PendingUpload> PendingUploadStore::all() const {
+  std::vector<PendingUpload> entries;
+  std::error_code failed;
+  for (auto file = std::filesystem::directory_iterator(directory, failed);
+       !failed && file != std::filesystem::directory_iterator(); file.increment(failed)) {
+    if (file->path().extension() != extension) continue;
+    if (auto entry = read(file->path())) entries.push_back(std::move(*entry));
+  }
+  std::stable_sort(entries.begin(), entries.end(),
+                   [](const auto& one, const auto& other) { return one.createdAt < other.createdAt; });
+  return entries;
+}
+
+}  // namespace quillant

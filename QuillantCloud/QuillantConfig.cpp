@@ -1,0 +1,77 @@
+#include "QuillantCloud/QuillantConfig.h"
+
+#include <cstdlib>
+
+#include "Core/Text.h"
+
+namespace quillant::QuillantConfig {
+
+namespace {
+
+std::string environment(const char* name) {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here sets a variable.
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string() : std::string(value);
+}
+
+std::string_view trimmingTrailingSlashes(std::string_view text) {
+  while (text.ends_with('/')) text.remove_suffix(1);
+  return text;
+}
+
+}  // namespace
+
+URL productionURL() {
+  const auto url = URL::parse(QUILLANT_PRODUCTION_ORIGIN);
+  if (!url) std::abort();  // the build was configured with something that is no address
+  return *url;
+}
+
+URL baseURL() {
+  const auto configured = environment("QUILLANT_BASE_URL");
+  if (const auto url = URL::parse(trimmingTrailingSlashes(configured))) return *url;
+  return productionURL();
+}
+
+std::string scope() {
+  if (profileOverride && !profileOverride->empty()) return sanitizeScope(*profileOverride);
+  if (const auto profile = environment("QUILLANT_PROFILE"); !profile.empty()) return sanitizeScope(profile);
+  const auto host = baseURL().host();
+  const auto production = productionURL().host();
+  return host == production || host.ends_with("." + production) ? "prod" : "dev";
+}
+
+std::string sanitizeScope(std::string_view text) {
+  constexpr int longest = 32;
+  const auto lowered = Text::lowercased(text);
+  std::string result;
+  int count = 0;
+  for (const auto character : Text::characters(lowered)) {
+    if (count == longest) break;
+    if (character != "-" && !Text::isLetterOrNumber(character)) continue;
+    result += character;
+    ++count;
+  }
+  return result.empty() ? "dev" : result;
+}
+
+std::string keychainAccount() {
+  return "desktop-token-" + scope();
+}
+
+std::filesystem::path supportDirectory() {
+  std::filesystem::path data = environment("XDG_DATA_HOME");
+  // The base directory rules have a relative path ignored.
+  if (!data.is_absolute()) data = std::filesystem::path(environment("HOME")) / ".local/share";
+  return data / "Quillant";
+}
+
+std::filesystem::path pendingUploadsDirectory() {
+  return supportDirectory() / ("pending-uploads-" + scope());
+}
+
+std::filesystem::path projectsDirectory() {
+  return supportDirectory() / ("projects-" + scope());
+}
+
+}  // namespace quillant::QuillantConfig
