@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "Core/FileDescriptor.h"
+
 namespace quillant {
 
 namespace {
@@ -13,28 +15,6 @@ namespace {
 std::error_code lastError() {
   return {errno, std::generic_category()};
 }
-
-/// A file descriptor that closes itself.
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  explicit operator bool() const { return fd_ >= 0; }
-  int get() const { return fd_; }
-  /// Closes now and tells whether that worked: some file systems report a failed write only here.
-  bool close() {
-    const int fd = fd_;
-    fd_ = -1;
-    return ::close(fd) == 0;
-  }
-
- private:
-  int fd_;
-};
 
 std::filesystem::path folderOf(const std::filesystem::path& path) {
   return path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
@@ -62,7 +42,7 @@ namespace AtomicFile {
 void write(const std::filesystem::path& path, std::string_view contents, unsigned mode) {
   const auto folder = folderOf(path);
   std::string temporary = (folder / ("." + path.filename().string() + ".XXXXXX")).string();
-  Descriptor file(::mkstemp(temporary.data()));
+  FileDescriptor file(::mkstemp(temporary.data()));
   if (!file) throw FileError("write", path, lastError());
   const bool written = ::fchmod(file.get(), mode) == 0 && writeAll(file.get(), contents) &&
                        ::fsync(file.get()) == 0 && file.close() &&
@@ -73,12 +53,12 @@ void write(const std::filesystem::path& path, std::string_view contents, unsigne
     throw FileError("write", path, error);
   }
   // The new file is in place; a folder that cannot be synced does not undo that.
-  if (const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); opened)
+  if (const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); opened)
     ::fsync(opened.get());
 }
 
 std::string read(const std::filesystem::path& path, std::size_t limit) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0) throw FileError("read", path, lastError());
   if (S_ISDIR(status.st_mode)) throw FileError("read", path, std::make_error_code(std::errc::is_a_directory));
