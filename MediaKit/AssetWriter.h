@@ -34,13 +34,14 @@ struct AudioInputSettings {
 /// What the writer has done so far. Counts only rise.
 struct AssetWriterCounters {
   std::uint64_t framesAppended = 0;
+  std::uint64_t framesRefused = 0;  ///< Frames that were offered while the input was not ready.
   std::uint64_t framesEncoded = 0;
   std::uint64_t pixelsConverted = 0;  ///< Pixels brought from the source's format to the encoder's.
   std::uint64_t fragmentsClosed = 0;
 };
 
 /// Writes live video and sound into a fragmented file that stays playable up to its last closed fragment,
-/// whatever happens to the process.
+/// whatever happens to the process. A clean finish makes it an ordinary file with one whole index.
 ///
 /// Made, fed and finished by one owner on one queue; encoding and writing happen on a thread of the writer's
 /// own behind a short bounded queue. Nothing here throws after construction: a failure shows in `status()`.
@@ -52,6 +53,7 @@ class AssetWriter {
   enum class Input : int {};
 
   AssetWriter(std::filesystem::path path, MediaContainer container, MediaTime fragmentInterval);
+  /// Without `finishWriting` the file is left as a killed process would leave it.
   ~AssetWriter();
   AssetWriter(const AssetWriter&) = delete;
   AssetWriter& operator=(const AssetWriter&) = delete;
@@ -68,13 +70,14 @@ class AssetWriter {
 
   /// False while the bounded queue of the input is full: an append would be refused.
   bool isReady(Input input) const;
-  /// Times rise strictly. The buffer is kept until it is encoded. False if it was not taken.
+  /// Times rise strictly. The buffer is kept until it is converted. False if it was not taken; when the input
+  /// was not ready, the picture counts as dropped.
   bool append(Input input, PixelBufferRef buffer, MediaTime time);
   bool append(Input input, AudioBuffer buffer);
 
   void markAsFinished(Input input);
   /// Writes what is queued, the last fragment and the closing index. Afterwards the status is completed or
-  /// failed. With no session the file holds its head only.
+  /// failed. With no sample at all the file holds its head only, which cannot be played.
   Task<void> finishWriting();
 
   Status status() const;             ///< Any thread.

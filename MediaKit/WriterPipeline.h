@@ -1,0 +1,93 @@
+#pragma once
+
+#include <asio/steady_timer.hpp>
+#include <chrono>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "Core/SerialQueue.h"
+#include "MediaKit/AACEncoder.h"
+#include "MediaKit/EncoderPicture.h"
+#include "MediaKit/FragmentFile.h"
+#include "MediaKit/FragmentMuxer.h"
+#include "MediaKit/H264Encoder.h"
+
+namespace quillant {
+
+/// The encoding side of `AssetWriter`: converts, encodes, and decides when a fragment closes.
+///
+/// Everything after construction runs on the queue given to it. Throws `MediaError`; what the disk refuses
+/// shows in `file().error()`.
+class WriterPipeline {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  struct Settings {
+    std::filesystem::path path;
+    MediaContainer container = MediaContainer::mp4;
+    Clock::duration fragmentInterval{};
+    std::vector<VideoInputSettings> video;  ///< Their tracks come first.
+    std::vector<AudioInputSettings> audio;
+  };
+  /// Opens the encoders, then makes the file. Throws `FileError` too.
+  WriterPipeline(const Settings& settings, SerialQueue& queue);
+  ~WriterPipeline();
+
+  struct Done {
+    std::uint64_t pixelsConverted = 0;
+    bool encoded = false;  ///< False if the picture came too soon after the one before.
+  };
+  /// `time` counts from the session's start; `arrived` is when the picture was appended.
+  Done encode(std::size_t video, PixelBufferRef buffer, MediaTime time, Clock::time_point arrived);
+  void encode(std::size_t audio, const AudioBuffer& buffer);
+  bool makeFaster(std::size_t video) { return video_[video].encoder.makeFaster(); }
+  /// Writes all that is held back and the closing index; the disk has it when this returns.
+  void finish();
+  /// Stops the timer: nothing more is written.
+  void abandon() { timer_.cancel(); }
+
+  std::uint64_t fragmentsClosed() const { return fragmentsClosed_; }
+  FragmentFile& file() { return file_; }
+  const FragmentFile& file() const { return file_; }
+
+ private:
+  struct VideoTrack {
+    explicit VideoTrack(const VideoInputSettings& settings);
+    EncoderPicture picture;
+    H264Encoder encoder;
+    std::int64_t frameTicks;  ///< Of a frame at the expected rate.
+    /// The last packet: it is written when the next one tells how long it lasts.
+    std::optional<EncodedPacket> held;
+    std::int64_t lastTime = -1;
+    std::int64_t lastKeyTime = 0;
+    Clock::time_point lastArrival{};
+  };
+
+  FragmentMuxer::Head openMuxer(const Settings& settings);
+  void writeHeld(std::size_t track, std::int64_t duration);
+  void writeSound(std::size_t audio);
+  void noteMedia();
+  Clock::time_point fragmentDue() const;
+  void closeFragmentIfDue();
+  void releaseStalePictures(Clock::time_point now);
+  void closeFragment();
+  void armTimer();
+
+  std::deque<VideoTrack> video_;  // neither kind of track can be moved
+  std::deque<AACEncoder> audio_;
+  FragmentMuxer muxer_;
+  FragmentMuxer::Head head_;
+  FragmentFile file_;
+  asio::steady_timer timer_;
+  Clock::duration interval_;
+  bool timerIsArmed_ = false;
+  bool mediaWaits_ = false;  ///< Something is there that is in no closed fragment.
+  Clock::time_point mediaSince_{};
+  Clock::time_point lastClose_{};
+  Clock::time_point lastPictureWritten_{};
+  std::atomic<std::uint64_t> fragmentsClosed_ = 0;
+};
+
+}  // namespace quillant

@@ -1,0 +1,72 @@
+#include "Tests/Support/Media/StampedFrames.h"
+
+#include <algorithm>
+#include <random>
+
+namespace quillant::StampedFrames {
+
+namespace {
+
+constexpr int bits = 16;
+constexpr int blockSize = 8;
+
+std::shared_ptr<PixelBuffer> makeBuffer(int width, int height) {
+  auto memory = std::make_shared<std::vector<std::uint8_t>>(static_cast<std::size_t>(width) * height * 4);
+  auto buffer = std::make_shared<PixelBuffer>();
+  buffer->width = width;
+  buffer->height = height;
+  buffer->planes[0] = {memory->data(), width * 4};
+  buffer->memory = std::move(memory);
+  return buffer;
+}
+
+template <class Color>
+void paint(PixelBuffer& buffer, PixelRect area, Color&& color) {
+  for (int y = area.y; y < area.y + area.height; ++y)
+    for (int x = area.x; x < area.x + area.width; ++x) {
+      auto* pixel = buffer.planes[0].data + static_cast<std::ptrdiff_t>(y) * buffer.planes[0].stride + 4 * x;
+      const std::uint32_t value = color(x, y);
+      for (int i = 0; i < 4; ++i) pixel[i] = static_cast<std::uint8_t>(value >> (8 * i));
+    }
+}
+
+void stamp(PixelBuffer& buffer, std::uint32_t index) {
+  paint(buffer, {0, 0, bits * blockSize, blockSize},
+        [&](int x, int) { return (index >> (x / blockSize)) & 1 ? 0xFFFFFFFFU : 0xFF000000U; });
+}
+
+}  // namespace
+
+PixelBufferRef moving(int width, int height, std::uint32_t index) {
+  auto buffer = makeBuffer(width, height);
+  const int shift = static_cast<int>(index * 3 % 100'000);
+  paint(*buffer, {0, 0, width, height}, [&](int x, int y) {
+    const int a = ((x + shift) / 24 + y / 24) % 2 ? 200 : 60;
+    return 0xFF000000U | static_cast<std::uint32_t>(a << 16 | ((x + y + shift) & 0xFF) << 8 | (y & 0xFF));
+  });
+  stamp(*buffer, index);
+  return buffer;
+}
+
+PixelBufferRef mostlyStill(int width, int height, std::uint32_t index, int region) {
+  auto buffer = makeBuffer(width, height);
+  paint(*buffer, {0, 0, width, height}, [](int x, int y) {
+    return 0xFF000000U | static_cast<std::uint32_t>((x & 0xFF) << 16 | ((x ^ y) & 0xFF) << 8 | (y & 0xFF));
+  });
+  const PixelRect noise{0, blockSize, std::min(region, width), std::min(region, height - blockSize)};
+  std::minstd_rand random(index + 1);
+  paint(*buffer, noise, [&](int, int) { return 0xFF000000U | static_cast<std::uint32_t>(random()); });
+  stamp(*buffer, index);
+  buffer->sequence = index + 1;
+  buffer->changed = {{0, 0, bits * blockSize, blockSize}, noise};
+  return buffer;
+}
+
+std::uint32_t read(const std::uint8_t* luma, int stride) {
+  std::uint32_t index = 0;
+  for (int bit = 0; bit < bits; ++bit)
+    if (luma[stride * (blockSize / 2) + bit * blockSize + blockSize / 2] > 127) index |= 1U << bit;
+  return index;
+}
+
+}  // namespace quillant::StampedFrames
