@@ -59,10 +59,11 @@ Row fitted(const std::vector<Song>& songs, double from, double to) {
                    .volume = song.volume,
                    .muted = song.muted});
   };
+  constexpr double smallestRest = minimumClipLength + placingTolerance;
   double cursor = std::max(0.0, from);
   double remaining = to - cursor;
-  if (!(remaining > minimumClipLength)) add(*playable.front(), cursor, playable.front()->duration);
-  while (remaining > minimumClipLength && row.size() < maximumFittedClips) {
+  if (!(remaining > smallestRest)) add(*playable.front(), cursor, playable.front()->duration);
+  while (remaining > smallestRest && row.size() < maximumFittedClips) {
     const auto& song = *playable[row.size() % playable.size()];
     const double length = std::min(remaining, song.duration);
     add(song, cursor, length);

@@ -1,0 +1,299 @@
+#include <gtest/gtest.h>
+#include <limits>
+
+#include "Core/JSON.h"
+#include "Editor/Timeline/TimelineClipList.h"
+#include "Editor/Timeline/TimelineEditSnapshot.h"
+#include "Tests/Support/GeneratedEdits.h"
+
+namespace quillant {
+namespace {
+
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+#define ID "\"id\": \"0A1B2C3D-4E5F-6789-ABCD-EF0123456789\""
+#define SPAN "\"span\": {\"start\": 1, \"end\": 2}"
+
+TimelineEditSnapshot decode(const std::string& text) {
+  return JSON::decode<TimelineEditSnapshot>(JSON::parse(text));
+}
+
+TEST(TimelineEditSnapshot, TakesTheDefaultForWhatIsMissing) {
+  EXPECT_EQ(decode("{\"later\": 1}"), TimelineEditSnapshot());
+  const auto edit =
+      decode("{\"zoomRegions\": [{" SPAN "}], \"cameraClips\": [{" SPAN
+             "}],"
+             "\"audioClips\": [{\"source\": \"a\", \"start\": 0, \"sourceStart\": 0, \"sourceEnd\": 1}],"
+             "\"recordingSound\": {\"micMuted\": true}, \"captions\": {}}");
+  EXPECT_NE(edit.zoomRegions[0].id, UUID()) << "a fresh id";
+  EXPECT_EQ(edit.zoomRegions[0], (TimelineZoomRegion{.id = edit.zoomRegions[0].id, .span = {1, 2}}));
+  EXPECT_EQ(edit.zoomRegions[0].depth, 1.75);
+  EXPECT_NE(edit.cameraClips[0].id, UUID());
+  EXPECT_EQ(edit.cameraClips[0].settings,
+            (FacecamSettings{true, "circle", 22, 24, 4, "#FFFFFF", 4, "bottom-right"}));
+  EXPECT_NE(edit.audioClips[0].id, UUID());
+  EXPECT_EQ(edit.audioClips[0].speed, 1);
+  EXPECT_EQ(edit.audioClips[0].volume, 1);
+  EXPECT_EQ(edit.recordingSound, (TimelineRecordingSound{1, true, 1, false, false}));
+  EXPECT_EQ(edit.captions, TimelineCaptions());
+}
+
+TEST(TimelineEditSnapshot, MendsWhatItMayOnReading) {
+  const auto row =
+      decode(
+          "{\"musicClips\": ["
+          "{\"source\": \"b\", \"start\": 3, \"sourceStart\": 0, \"sourceEnd\": 2, \"voiceCleanup\": false},"
+          "{\"source\": \"a\", \"start\": -1, \"sourceStart\": 0, \"sourceEnd\": 4, \"voiceCleanup\": "
+          "true}]}")
+          .musicClips;
+  EXPECT_EQ(row[0].source, "a");
+  EXPECT_EQ(row[0].start, 0);
+  EXPECT_EQ(row[0].voiceCleanup, true);
+  EXPECT_EQ(row[1].start, 4) << "pushed behind the clip before it";
+  EXPECT_EQ(row[1].voiceCleanup, std::nullopt);
+
+  for (const char* style : {"7", "\"neon\"", "null", "{}"}) {
+    const auto captions =
+        *decode(std::string("{\"captions\": {\"on\": true, \"style\": ") + style +
+                ", \"transcripts\": [{\"source\": \"s\", \"track\": \"mic\", \"language\": \"en\","
+                "\"words\": [[1.23456, 1.0, \"word\"], [2e307, 1e308, \"late\"]]}]}}")
+             .captions;
+    EXPECT_EQ(captions.style, TimelineCaptionStyle::box) << style;
+    EXPECT_TRUE(captions.on);
+    EXPECT_EQ(captions.transcripts.at(0).words[0], (TimelineCaptionWord{1.235, 1.235, "word"}));
+    EXPECT_EQ(captions.transcripts.at(0).words[1].end, 1e308);
+  }
+  EXPECT_EQ(decode(R"({"mutedRows": ["voice", "drums", "voice", "clips"]})").mutedRows,
+            (std::vector{TimelineMuteRow::clips, TimelineMuteRow::voice}));
+  EXPECT_EQ(decode(R"({"clips": [], "clipSplitTimes": [3]})").clipList, std::nullopt);
+  EXPECT_EQ(*decode(R"({"clipSpeeds": {"0": 1.5, "12": 2, "0": 1.25}})").clipSpeeds,
+            (std::map<std::int64_t, double>{{0, 1.25}, {12, 2}}));
+  EXPECT_EQ(
+      decode("{\"cameraClips\": [{" SPAN ", \"settings\": {\"enabled\": true, \"shape\": \" Square\\n\","
+             "\"size\": 5, \"cornerRadius\": 1e9, \"borderWidth\": -1, \"borderColor\": \" \","
+             "\"margin\": 13, \"anchor\": \"nowhere\"}}]}")
+          .cameraClips[0]
+          .settings,
+      (FacecamSettings{true, "square", 12, 100, 0, "#FFFFFF", 12, "bottom-right"}));
+}
+
+TEST(TimelineEditSnapshot, NamesTheKeyThatCannotBeRead) {
+  const std::pair<std::string, const char*> cases[] = {
+      {"{\"zoomRegions\": [{}]}", "zoomRegions[0].span"},
+      {"{\"zoomRegions\": [{" SPAN "}, {" SPAN ", \"mode\": \"Auto\"}]}", "zoomRegions[1].mode"},
+      {"{\"zoomRegions\": [{" SPAN ", \"id\": \"7\"}]}", "zoomRegions[0].id"},
+      {"{\"zoomRegions\": [{" SPAN ", \"sourceClickTimestamp\": 1e30}]}",
+       "zoomRegions[0].sourceClickTimestamp"},
+      {"{\"zoomRegions\": [{" SPAN ", \"easing\": \"linear\"}]}", "zoomRegions[0].easing"},
+      {"{\"hiddenAutoZooms\": [{\"span\": {\"start\": 1}}]}", "hiddenAutoZooms[0].span.end"},
+      {"{\"trimRegions\": [{" SPAN "}]}", "trimRegions[0].id"},
+      {"{\"annotationRegions\": [{" ID ", " SPAN ", \"text\": \"\", \"x\": 0, \"y\": 0}]}",
+       "annotationRegions[0].fontSize"},
+      {"{\"clipSplitTimes\": [1, null]}", "clipSplitTimes[1]"},
+      {"{\"clipSpeeds\": {\"one\": 1}}", "clipSpeeds.one"},
+      {"{\"clipSpeeds\": {\"0\": \"fast\"}}", "clipSpeeds.0"},
+      {"{\"cameraClips\": [{" SPAN ", \"settings\": {\"enabled\": true}}]}", "cameraClips[0].settings.shape"},
+      {"{\"clips\": [{" ID ", \"start\": 0, \"end\": true}]}", "clips[0].end"},
+      {"{\"sources\": [{\"id\": \"a\", \"kind\": \"stream\"}]}", "sources[0].kind"},
+      {"{\"audioSources\": [{\"id\": \"a\", \"kind\": \"file\"}]}", "audioSources[0].fileExtension"},
+      {"{\"audioClips\": [{\"start\": 0}]}", "audioClips[0].source"},
+      {"{\"mutedRows\": \"voice\"}", "mutedRows"},
+      {"{\"recordingSound\": {\"micVolume\": \"1\"}}", "recordingSound.micVolume"},
+      {"{\"autoZoomsOff\": 1}", "autoZoomsOff"},
+      {"{\"captions\": {\"transcripts\": [{\"source\": \"\", \"track\": \"mic\", \"language\": \"\","
+       "\"words\": [[0, 1]]}]}}",
+       "captions.transcripts[0].words[0]"},
+      {"{\"captions\": []}", "captions"},
+      {"[]", ""},
+  };
+  for (const auto& [text, path] : cases) {
+    try {
+      decode(text);
+      ADD_FAILURE() << text;
+    } catch (const JSONError& error) {
+      EXPECT_EQ(error.path(), path) << text;
+    }
+  }
+}
+
+Json content(const TimelineEditSnapshot& edit) {
+  return edit.contentOnly();
+}
+
+TEST(TimelineEditSnapshot, IsTheSameEditAfterItsJSON) {
+  for (std::uint64_t seed = 0; seed < 300; ++seed) {
+    const auto edit = GeneratedEdits(seed).snapshot(60, {});
+    const auto back = decode(JSON::pretty(Json(edit)));
+    EXPECT_EQ(Json::diff(content(edit), content(back)), Json::array()) << seed;
+    EXPECT_EQ(back.audioClips, edit.audioClips) << seed;
+  }
+}
+
+TEST(TimelineEditSnapshot, WritesOnlyWhatItHolds) {
+  const Json empty = TimelineEditSnapshot();
+  EXPECT_EQ(JSON::compact(empty),
+            R"({"annotationRegions":[],"cameraClips":[],"clipSpeeds":{},"clipSplitTimes":[],)"
+            R"("trimRegions":[],"zoomRegions":[]})");
+  TimelineEditSnapshot broken;
+  broken.clipSplitTimes = {notANumber};
+  EXPECT_THROW(JSON::pretty(Json(broken)), JSONError) << "rather than a file that cannot be read";
+}
+
+TEST(TimelineEditSnapshot, WritesAListInTheOlderFormWhereThatSaysIt) {
+  const std::vector<TimelineClip> cut = {{.end = 4}, {.start = 6, .end = 10, .speed = 2}};
+  TimelineEditSnapshot edit;
+  edit.clipSplitTimes = {1, 2, 3};
+  edit.setClips(cut, 10);
+  Json json = edit;
+  EXPECT_FALSE(json.contains("clips"));
+  EXPECT_EQ(json["clipSplitTimes"], Json({4.0, 6.0}));
+  EXPECT_EQ(json["clipSpeeds"], Json({{"2", 2.0}}));
+
+  edit.clipListDuration = 0;  // as of a list that came from a file
+  json = edit;
+  EXPECT_EQ(json["clips"].size(), 2u);
+  EXPECT_TRUE(json["clipSplitTimes"].empty());
+
+  edit.setClips({{.id = UUID::random(), .end = 1.0003},
+                 {.start = 1, .end = 2},
+                 {.start = 2, .end = 3, .speed = 1.1},
+                 {.start = 3, .end = 10, .cameraHidden = false}},
+                10);
+  EXPECT_FALSE(edit.clipList) << "the stored form says the same already";
+  EXPECT_EQ(edit.clipListDuration, 0);
+}
+
+TEST(TimelineEditSnapshot, KnowsWhatCountsAsAnEdit) {
+  using Change = void (*)(TimelineEditSnapshot&);
+  struct Case {
+    Change change;
+    bool counts;
+  };
+  const Case cases[] = {
+      {[](auto&) {}, false},
+      {[](auto& e) { e.audioSources = {{.id = "a"}}; }, false},
+      {[](auto& e) { e.captions.emplace(); }, false},
+      {[](auto& e) {
+         e.clipSpeeds.mutate() = {{0, 1.1}, {1, infinity}};
+       },
+       false},
+      {[](auto& e) { e.captions = TimelineCaptions{.on = true}; }, true},
+      {[](auto& e) { e.clipSpeeds.mutate()[3] = 2; }, true},
+      {[](auto& e) { e.clipList.emplace(); }, true},
+      {[](auto& e) { e.recordingSound.voiceCleanup = true; }, true},
+      {[](auto& e) { e.setMuted(TimelineMuteRow::music, true); }, true},
+      {[](auto& e) { e.autoZoomsOff = true; }, true},
+      {[](auto& e) { e.hiddenAutoZooms = {{}}; }, true},
+      {[](auto& e) { e.sources = {{.id = "a"}}; }, true},
+  };
+  for (const auto& c : cases) {
+    TimelineEditSnapshot edit;
+    c.change(edit);
+    EXPECT_EQ(edit.hasEdits(), c.counts) << &c - cases;
+  }
+}
+
+TEST(TimelineEditSnapshot, KnowsWhatChangesPlayback) {
+  using Clips = std::vector<TimelineClip>;
+  const std::pair<Clips, bool> cases[] = {
+      {{{.end = 10}}, false},
+      {{{.start = 0.001, .end = 4}, {.start = 4.0009, .end = 9.9995}}, false},
+      {{{.start = 0.002, .end = 10}}, true},
+      {{{.end = 9.99}}, true},
+      {{{.end = 4}, {.start = 5, .end = 10}}, true},
+      {{{.end = 10, .speed = 1.2}}, true},
+      {{{.end = 10, .speed = 1.1}}, false},
+      {{{.end = 10, .source = "file"}}, true},
+      {{}, false},
+  };
+  for (const auto& [clips, expected] : cases) {
+    TimelineEditSnapshot edit;
+    edit.clipList = clips;
+    EXPECT_EQ(edit.changesPlayback(10), expected) << content(edit)["clips"];
+  }
+  EXPECT_FALSE(TimelineEditSnapshot().changesPlayback(notANumber));
+}
+
+TEST(TimelineEditSnapshot, ShowsTheCameraByItsClipsAndElseByTheFallback) {
+  const FacecamSettings square = {.shape = " SQUARE ", .size = 99};
+  TimelineEditSnapshot edit;
+  edit.cameraClips = {
+      {UUID(), {6, 12}, square}, {UUID(), {2, 8}, {.enabled = false}}, {UUID(), {4, 4.0005}, square}};
+  const auto clips = edit.resolvedCameraClips(10, std::nullopt);
+  ASSERT_EQ(clips.size(), 2u) << "a sliver is no clip";
+  EXPECT_EQ(clips[1].span, (TimelineSpan{6, 10}));
+  EXPECT_EQ(clips[1].settings, square.clamped());
+
+  EXPECT_EQ(edit.activeCameraSettings(1, 10, square), std::nullopt) << "the fallback is for no clips at all";
+  EXPECT_EQ(edit.activeCameraSettings(3, 10, square), std::nullopt) << "switched off";
+  EXPECT_EQ(edit.activeCameraSettings(7, 10, square), square.clamped()) << "the later clip wins";
+  EXPECT_EQ(edit.activeCameraSettings(10, 10, square), square.clamped()) << "at the very end";
+  EXPECT_EQ(edit.activeCameraSettings(7, infinity, square), std::nullopt);
+
+  edit.cameraClips = {{UUID(), {4, 4.0005}, square}};
+  EXPECT_EQ(edit.resolvedCameraClips(10, square).at(0).span, (TimelineSpan{0, 10}));
+  EXPECT_TRUE(edit.resolvedCameraClips(0, square).empty());
+
+  edit.clipList = {{.end = 5, .cameraFullScreen = true}, {.start = 5, .end = 10, .cameraHidden = false}};
+  edit.clearCameraLayouts(10);
+  EXPECT_EQ((*edit.clipList)[0].cameraFullScreen, std::nullopt);
+  EXPECT_EQ((*edit.clipList)[1].cameraHidden, std::nullopt);
+}
+
+TEST(TimelineEditSnapshot, KeepsTheZoomsOfOneFile) {
+  auto edit = GeneratedEdits(3).snapshot(60, {});
+  edit.zoomRegions = {{.depth = 1}, {.depth = 2, .source = "file-0"}, {.depth = 3, .source = "file-1"}};
+  const auto main = edit.zooms(std::nullopt);
+  ASSERT_EQ(main.zoomRegions.size(), 1u);
+  EXPECT_EQ(main.zoomRegions[0].depth, 1);
+  EXPECT_EQ(main.cameraClips, edit.cameraClips);
+  const auto file = edit.zooms("file-1");
+  ASSERT_EQ(file.zoomRegions.size(), 1u);
+  EXPECT_EQ(file.zoomRegions[0].depth, 3);
+  EXPECT_TRUE(file.cameraClips.empty());
+}
+
+TEST(TimelineEditSnapshot, SharesWhatACopyLeavesAlone) {
+  const auto edit = GeneratedEdits(4).snapshot(60, {});
+  auto next = edit;
+  next.zoomRegions.mutate()[0].depth = 9;
+  EXPECT_FALSE(next.zoomRegions.sharesStorage(edit.zoomRegions));
+  EXPECT_TRUE(next.audioClips.sharesStorage(edit.audioClips));
+  EXPECT_TRUE(next.captions->transcripts[0].words.sharesStorage(edit.captions->transcripts[0].words));
+}
+
+TEST(TimelineSpan, IsBroughtIntoTheTimeline) {
+  struct Case {
+    TimelineSpan span;
+    double duration, minimum;
+    TimelineSpan expected;
+  };
+  const Case cases[] = {
+      {{2, 4}, 10, 0.1, {2, 4}},
+      {{0, 5}, 0.05, 0.1, {0, 0.05}},
+      {{9.99, 10}, 10, 0.5, {9.5, 10}},
+      {{-3, -2}, 10, 1, {0, 1}},
+      {{20, 30}, 10, 0, {9.99, 10}},
+      {{4, 2}, 10, 1, {4, 5}},
+      {{1, 2}, -1, 0.1, {0, 0}},
+      {{1, 2}, notANumber, 1, {0, 0}},
+      {{notANumber, notANumber}, 10, 1, {0, 1}},
+      {{-infinity, infinity}, 10, 1, {0, 10}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(c.span.normalized(c.duration, c.minimum), c.expected) << &c - cases;
+}
+
+TEST(TimelineCaptions, ReplacesATranscriptInItsPlace) {
+  TimelineCaptions captions;
+  captions.setTranscript({"a", TimelineTranscriptTrack::mic, "en", {}});
+  captions.setTranscript({"a", TimelineTranscriptTrack::system, "en", {}});
+  captions.setTranscript({"a", TimelineTranscriptTrack::mic, "fr", {}});
+  ASSERT_EQ(captions.transcripts.size(), 2u);
+  EXPECT_EQ(captions.transcripts[0].language, "fr");
+  EXPECT_EQ(captions.transcriptIndex("a", TimelineTranscriptTrack::system), 1u);
+  EXPECT_EQ(captions.transcriptIndex("b", TimelineTranscriptTrack::mic), std::nullopt);
+}
+
+}  // namespace
+}  // namespace quillant
