@@ -19,111 +19,66 @@ const std::vector<DisplayInfo> desk = {
 
 TEST(AreaCaptureMapper, TurnsAnUpwardAreaIntoAPartOfItsDisplay) {
   const struct {
-    const char* name;
     CaptureArea area;
     std::uint32_t display;
     CaptureResolution resolution;
     AreaCaptureGeometry expected;
   } cases[] = {
-      {"top left corner of the main display",
-       {0, 800, 200, 100},
-       1,
-       native,
-       {{0, 0, 200, 100}, {0, 0, 200, 100}, 400, 200}},
-      {"odd points are even pixels at scale 2",
-       {10, 20, 101, 101},
-       1,
-       native,
-       {{10, 779, 101, 101}, {10, 779, 101, 101}, 202, 202}},
-      {"left of the main display, where x is negative; odd pixels shrink towards the lower left",
-       {-1270, 10, 101, 101},
-       2,
-       native,
-       {{10, 610, 100, 100}, {-1270, 790, 100, 100}, 100, 100}},
-      {"above the main display, at scale 1.5",
-       {-100, 1000, 400, 200},
-       3,
-       native,
-       {{100, 780, 400, 200}, {-100, -300, 400, 200}, 600, 300}},
-      {"scaled into the box: the whole source is kept",
-       {0, 0, 1000, 500},
-       1,
-       p1080,
-       {{0, 400, 1000, 500}, {0, 400, 1000, 500}, 1920, 960}},
-      {"reaching out over the display's left and top",
-       {-10, 880, 100, 100},
-       1,
-       native,
-       {{0, 0, 100, 100}, {-10, -80, 100, 100}, 200, 200}},
+      // at the main display's top left corner
+      {{0, 800, 200, 100}, 1, native, {{0, 0, 200, 100}, {0, 0, 200, 100}, 400, 200}},
+      // odd points are even pixels at scale 2
+      {{10, 20, 101, 101}, 1, native, {{10, 779, 101, 101}, {10, 779, 101, 101}, 202, 202}},
+      // left of the main display; odd pixels shrink towards the lower left
+      {{-1270, 10, 101, 101}, 2, native, {{10, 610, 100, 100}, {-1270, 790, 100, 100}, 100, 100}},
+      // above the main display, at scale 1.5
+      {{-100, 1000, 400, 200}, 3, native, {{100, 780, 400, 200}, {-100, -300, 400, 200}, 600, 300}},
+      // scaled into the box: the whole source is kept
+      {{0, 0, 1000, 500}, 1, p1080, {{0, 400, 1000, 500}, {0, 400, 1000, 500}, 1920, 960}},
+      // reaching out over the display's left and top
+      {{-10, 880, 100, 100}, 1, native, {{0, 0, 100, 100}, {-10, -80, 100, 100}, 200, 200}},
   };
-  for (const auto& [name, area, display, resolution, expected] : cases) {
-    const auto geometry = AreaCaptureMapper::geometry(area, display, resolution, desk);
-    ASSERT_TRUE(geometry) << name;
-    EXPECT_EQ(*geometry, expected) << name << ": source " << geometry->sourceRect.x << " "
-                                   << geometry->sourceRect.y << ", region " << geometry->telemetryRegion.x
-                                   << " " << geometry->telemetryRegion.y;
-  }
+  for (const auto& [area, display, resolution, expected] : cases)
+    EXPECT_EQ(AreaCaptureMapper::geometry(area, display, resolution, desk), expected)
+        << area.x << ", " << area.y;
   EXPECT_EQ(AreaCaptureMapper::geometry({0, 0, 100, 100}, 4, native, desk), std::nullopt);
-}
-
-TEST(AreaCaptureMapper, CountsFromTheMainDisplayWhereNoneLiesAtTheOrigin) {
+  // No display at the origin: y counts from the main one.
   const std::vector<DisplayInfo> apart = {{.id = 1, .frame = {50, 0, 800, 700}},
                                           {.id = 2, .frame = {0, 50, 800, 600}, .isMain = true}};
   EXPECT_EQ(AreaCaptureMapper::geometry({0, 0, 10, 10}, 2, native, apart)->telemetryRegion.y, 590);
 }
 
 TEST(AreaCaptureMapper, TakesAWindowsScaleFromTheDisplayUnderItsMiddle) {
-  const struct {
-    Rect frame;
-    double expected;
-  } cases[] = {
-      {{1300, 100, 200, 200}, 2},  // its middle just inside
-      {{-640, 500, 10, 10}, 1},   {{0, -100, 100, 120}, 1.5},
-      {{-100, 200, 200, 100}, 2},  // on the seam: the far edge is not inside
-      {{5000, 5000, 10, 10}, 2},   // beside all of them: the main one's
-  };
-  for (const auto& [frame, expected] : cases)
-    EXPECT_EQ(AreaCaptureMapper::backingScale(frame, desk), expected) << frame.x << ", " << frame.y;
+  const auto scale = [](Rect frame) { return AreaCaptureMapper::backingScale(frame, desk); };
+  EXPECT_EQ(scale({1300, 100, 200, 200}), 2);  // its middle just inside
+  EXPECT_EQ(scale({-640, 500, 10, 10}), 1);
+  EXPECT_EQ(scale({0, -100, 100, 120}), 1.5);
+  EXPECT_EQ(scale({-100, 200, 200, 100}), 2);  // on the seam: a far edge is not inside
+  EXPECT_EQ(scale({5000, 5000, 10, 10}), 2);   // beside all of them: the main one's
   EXPECT_EQ(AreaCaptureMapper::backingScale({0, 0, 1, 1}, {{.id = 1, .scale = 3, .isMain = true}}), 3);
   EXPECT_EQ(AreaCaptureMapper::backingScale({0, 0, 1, 1}, {}), 2);
 }
 
 TEST(WindowCaptureMapper, ShrinksTheRegionToThePixelsThatAreRecorded) {
-  const struct {
-    Rect frame;
-    double scale;
-    CaptureResolution resolution;
-    WindowCaptureGeometry expected;
-  } cases[] = {
-      {{-5, 7, 301, 201}, 1, native, {{-5, 7, 300, 200}, 300, 200}},
-      {{0, 0, 301, 201}, 2, native, {{0, 0, 301, 201}, 602, 402}},
-      {{0, 0, 2000, 1000}, 1, p1080, {{0, 0, 2000, 1000}, 1920, 960}},
-      {{0, 0, 0, -3}, 2, native, {{0, 0, 1, 1}, 2, 2}},         // no size: one pixel, rounded up to two
-      {{0, 0, 100, 100}, 0, native, {{0, 0, 200, 200}, 2, 2}},  // no scale: a hundredth
-  };
-  for (const auto& [frame, scale, resolution, expected] : cases)
-    EXPECT_EQ(WindowCaptureMapper::geometry(frame, scale, resolution), expected)
-        << frame.width << " at " << scale;
+  using Geometry = WindowCaptureGeometry;
+  const auto geometry = WindowCaptureMapper::geometry;
+  EXPECT_EQ(geometry({-5, 7, 301, 201}, 1, native), (Geometry{{-5, 7, 300, 200}, 300, 200}));
+  EXPECT_EQ(geometry({0, 0, 301, 201}, 2, native), (Geometry{{0, 0, 301, 201}, 602, 402}));
+  EXPECT_EQ(geometry({0, 0, 2000, 1000}, 1, p1080), (Geometry{{0, 0, 2000, 1000}, 1920, 960}));
+  EXPECT_EQ(geometry({0, 0, 0, -3}, 2, native), (Geometry{{0, 0, 1, 1}, 2, 2}));  // one pixel, made even
+  EXPECT_EQ(geometry({0, 0, 100, 100}, 0, native),
+            (Geometry{{0, 0, 200, 200}, 2, 2}));  // no scale: a hundredth
 }
 
 TEST(WindowCaptureMapper, FitsAPointIntoTheRegionAsThePictureIs) {
-  const Rect region{100, 100, 400, 300};
-  const struct {
-    const char* name;
-    Point point;
-    Rect live;
-    Point expected;
-  } cases[] = {
-      {"unmoved", {150, 120}, region, {50, 20}},
-      {"moved", {1050, 20}, {1000, 0, 400, 300}, {50, 20}},
-      {"twice as wide and high", {300, 250}, {0, 0, 800, 600}, {150, 125}},
-      {"twice as wide only: fitted, not stretched", {800, 300}, {0, 0, 800, 300}, {400, 150}},
-      {"smaller: not enlarged", {90, 40}, {0, 0, 100, 50}, {90, 40}},
-      {"beside it: on its edge", {-9, 999}, {0, 0, 100, 50}, {0, 50}},
-      {"without a size", {10, 10}, {0, 0, 0, 0}, {1, 1}},
+  const auto map = [](Point point, Rect live) {
+    return WindowCaptureMapper::mapToPayload(point, live, {100, 100, 400, 300});
   };
-  for (const auto& [name, point, live, expected] : cases)
-    EXPECT_EQ(WindowCaptureMapper::mapToPayload(point, live, region), expected) << name;
+  EXPECT_EQ(map({1050, 20}, {1000, 0, 400, 300}), (Point{50, 20}));  // moved
+  EXPECT_EQ(map({300, 250}, {0, 0, 800, 600}), (Point{150, 125}));
+  EXPECT_EQ(map({800, 300}, {0, 0, 800, 300}), (Point{400, 150}));  // fitted, not stretched
+  EXPECT_EQ(map({90, 40}, {0, 0, 100, 50}), (Point{90, 40}));       // not enlarged
+  EXPECT_EQ(map({-9, 999}, {0, 0, 100, 50}), (Point{0, 50}));       // beside it: on its edge
+  EXPECT_EQ(map({10, 10}, {0, 0, 0, 0}), (Point{1, 1}));            // without a size
 }
 
 }  // namespace

@@ -1,90 +1,68 @@
 #include <atomic>
 #include <gtest/gtest.h>
-#include <thread>
 
 #include "CaptureEngine/CursorTelemetryRecorder.h"
 #include "Core/HostClock.h"
+#include "Tests/Support/Eventually.h"
 
 namespace quillant {
 
 namespace {
 
-/// Events from a thread that the test owns.
-class ScriptedClicks : public ClickEventSource {
- public:
-  struct Wires {
-    bool starts = true;
-    std::atomic<int> stops = 0;
-    Handlers handlers;
-  };
-
-  explicit ScriptedClicks(Wires& wires) : wires_(wires) {}
-  bool start(Handlers handlers) override {
-    wires_.handlers = std::move(handlers);
-    return wires_.starts;
+struct ScriptedClicks : ClickEventSource {
+  ScriptedClicks(bool canStart, Handlers& keep) : starts(canStart), handlers(keep) {}
+  bool start(Handlers given) override {
+    handlers = std::move(given);
+    return starts;
   }
-  void stop() override { ++wires_.stops; }
+  void stop() override {}
 
- private:
-  Wires& wires_;
+  const bool starts;
+  Handlers& handlers;
 };
 
-class CursorTelemetryRecorderTest : public testing::Test {
- protected:
+struct RecorderFixture {
+  explicit RecorderFixture(bool eventsCanBeHad)
+      : recorder({.region = {0, 0, 100, 100},
+                  .source =
+                      [this] {
+                        return CursorTrack::Snapshot{{7, 9}, leftDown, false};
+                      }},
+                 std::make_unique<ScriptedClicks>(eventsCanBeHad, handlers)) {
+    recorder.start();
+  }
   CursorTelemetryPayload payload() { return recorder.payload(MediaTime::zero()); }
 
-  template <class Condition>
-  bool eventually(Condition&& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-  }
-
   std::atomic<bool> leftDown = false;
-  ScriptedClicks::Wires wires;
-  CursorTelemetryRecorder recorder{{.region = {0, 0, 100, 100},
-                                    .source =
-                                        [this] {
-                                          return CursorTrack::Snapshot{{7, 9}, leftDown, false};
-                                        }},
-                                   std::make_unique<ScriptedClicks>(wires)};
+  ClickEventSource::Handlers handlers;
+  CursorTelemetryRecorder recorder;
 };
 
-TEST_F(CursorTelemetryRecorderTest, RecordsSamplesAndTheSourcesClicksUntilItIsStopped) {
-  recorder.start();
-  leftDown = true;  // the buttons are not read
-  wires.handlers.onEvent({MouseButton::right, ClickEvent::Kind::down, HostClock::now()});
-  EXPECT_TRUE(eventually([&] { return payload().samples.size() > 3 && !payload().clicks.empty(); }));
-  recorder.stop();
-
-  const auto stopped = payload();
+TEST(CursorTelemetryRecorder, RecordsSamplesAndEventsUntilItIsStopped) {
+  RecorderFixture fixture(true);
+  fixture.leftDown = true;  // not looked at
+  fixture.handlers.onEvent({MouseButton::right, ClickEvent::Kind::down, HostClock::now()});
+  EXPECT_TRUE(
+      eventually([&] { return fixture.payload().samples.size() > 3 && !fixture.payload().clicks.empty(); }));
+  fixture.recorder.stop();
+  const auto stopped = fixture.payload();
   ASSERT_EQ(stopped.clicks.size(), 1U);
   EXPECT_EQ(stopped.clicks[0].button, "right");
   EXPECT_EQ(stopped.samples[0].x, 7);
   EXPECT_EQ(stopped.samples[0].y, 9);
-  EXPECT_TRUE(recorder.clickDiagnostics().fromSystemEvents);
-  EXPECT_EQ(wires.stops, 1);
-  std::this_thread::sleep_for(std::chrono::milliseconds(40));
-  EXPECT_EQ(payload(), stopped);
+  EXPECT_TRUE(fixture.recorder.clickDiagnostics().fromSystemEvents);
+  std::this_thread::sleep_for(std::chrono::milliseconds(40));  // in which it would sample again
+  EXPECT_EQ(fixture.payload(), stopped);
 }
 
-TEST_F(CursorTelemetryRecorderTest, PollsTheButtonsWhereNoEventsAreToBeHad) {
-  wires.starts = false;
-  recorder.start();
-  leftDown = true;
-  EXPECT_TRUE(eventually([&] { return payload().clicks.size() == 1; }));
-  EXPECT_FALSE(recorder.clickDiagnostics().fromSystemEvents);
-}
-
-TEST_F(CursorTelemetryRecorderTest, PollsTheButtonsOnceTheEventsAreLost) {
-  recorder.start();
-  wires.handlers.onLost();
-  EXPECT_TRUE(eventually([&] { return !recorder.clickDiagnostics().fromSystemEvents; }));
-  leftDown = true;
-  EXPECT_TRUE(eventually([&] { return payload().clicks.size() == 1; }));
+TEST(CursorTelemetryRecorder, PollsTheButtonsWithoutEventsAndOnceTheyAreLost) {
+  for (const bool areLost : {false, true}) {
+    RecorderFixture fixture(areLost);
+    if (areLost) fixture.handlers.onLost();
+    EXPECT_TRUE(eventually([&] { return !fixture.recorder.clickDiagnostics().fromSystemEvents; }));
+    fixture.leftDown = true;
+    EXPECT_TRUE(eventually([&] { return fixture.payload().clicks.size() == 1; }));
+  }
 }
 
 }  // namespace

@@ -32,15 +32,12 @@ TEST(OutputDimensions, FitTheBoxWithEvenSides) {
     EXPECT_EQ(outputDimensions(resolution, width, height), expected) << width << " by " << height;
 }
 
-TEST(OutputDimensions, ReachTheBoxExactlyWhateverTheSource) {
+TEST(OutputDimensions, RoundDownAsWholeNumbersDo) {
   for (int side = 1081; side < 9000; ++side) {
-    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side * 2, side).width, 1920) << side;
-    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side, side).height, 1080) << side;
-    // Rounding down, in whole numbers.
-    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side * 2, side).height,
-              1920 * side / (side * 2) / 2 * 2);
-    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side / 3, side).width,
-              std::max(side / 3 * 1080 / side / 2 * 2, 2));
+    const OutputDimensions wide{1920, 1920 * (side - 1) / (side * 2) / 2 * 2};
+    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side * 2, side - 1), wide) << side;
+    const OutputDimensions upright{1080 * (side / 3) / side / 2 * 2, 1080};
+    ASSERT_EQ(outputDimensions(CaptureResolution::p1080, side / 3, side), upright) << side;
   }
 }
 
