@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "Editor/Composition/CursorTelemetryTrack.h"
+#include "Editor/Composition/TimelineExportEditPlan.h"
+#include "Editor/Composition/TimelineZoomEffect.h"
+#include "Editor/Timeline/TimelineEditSnapshot.h"
+
+namespace quillant {
+
+/// The zooms of an edit, laid out on its output once so that a frame costs a look-up. An answer depends on
+/// nothing but the edit, the plan, the time and the track: scrubbing and export agree exactly. Immutable; any
+/// thread.
+class TimelineZoomCanvasTransform {
+ public:
+  /// `plan` is the edit's. Only zooms of the main recording take effect.
+  TimelineZoomCanvasTransform(const TimelineEditSnapshot& edits, TimelineExportEditPlan plan);
+
+  /// None where nothing is zoomed. Of zooms that overlap the later one counts; two that meet hand over
+  /// without passing through scale 1.
+  std::optional<TimelineZoomEffect> activeEffect(double outputTime,
+                                                 const CursorTelemetryTrack* cursorTrack) const;
+
+ private:
+  /// A stretch of output in which a zoom shows: a zoom across a cut has several.
+  struct Piece {
+    std::size_t zoom;
+    TimelineSpan span;
+    std::optional<std::size_t> predecessor;  ///< The zoom that ends where this piece starts.
+    bool hasSuccessor = false;               ///< Another zoom starts where this piece ends.
+  };
+  /// From `start` to the next change, `piece` is the one that counts.
+  struct Change {
+    double start;
+    std::optional<std::size_t> piece;
+  };
+
+  void layOutPieces();
+  void findNeighbours();
+  void findChanges();
+  const Piece* activePiece(double outputTime) const;
+
+  TimelineExportEditPlan plan_;
+  std::vector<TimelineZoomRegion> zooms_;  ///< By start.
+  std::vector<Piece> pieces_;              ///< By zoom, then by time: of two that overlap, the later counts.
+  std::vector<Change> changes_;            ///< By start.
+};
+
+}  // namespace quillant
