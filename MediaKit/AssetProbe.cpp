@@ -1,13 +1,8 @@
 #include "MediaKit/AssetProbe.h"
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <string_view>
-
-extern "C" {
-#include <libavutil/display.h>
-}
 
 #include "MediaKit/MediaInput.h"
 
@@ -32,16 +27,6 @@ std::map<std::uint32_t, FragmentSum> sumFragments(const MediaInput& input) {
   return sums;
 }
 
-int rotationOf(const AVStream& stream) {
-  const auto* matrix = reinterpret_cast<const std::int32_t*>(
-      av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr));
-  if (!matrix) return 0;
-  const double counterclockwise = av_display_rotation_get(matrix);
-  if (std::isnan(counterclockwise)) return 0;
-  const int quarters = static_cast<int>(std::lround(-counterclockwise / 90));
-  return ((quarters % 4) + 4) % 4 * 90;
-}
-
 MediaTime timeOf(std::int64_t count, AVRational timeBase) {
   if (count == AV_NOPTS_VALUE || count <= 0) return MediaTime::zero();
   // Time bases are a fraction of a second in every container but a few odd ones.
@@ -60,7 +45,7 @@ MediaTrack describe(const AVStream& stream) {
     return track;
   }
   track.naturalSize = {double(parameters.width), double(parameters.height)};
-  track.rotation = rotationOf(stream);
+  track.rotation = MediaInput::rotation(stream);
   if (stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0)
     track.nominalFrameRate = av_q2d(stream.avg_frame_rate);
   return track;

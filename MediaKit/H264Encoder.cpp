@@ -2,14 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <span>
 #include <string_view>
+#include <thread>
 #include <x264.h>
 
 #include "Core/Log.h"
 #include "MediaKit/MediaError.h"
+#include "MediaKit/QuantizerControl.h"
 
 namespace quillant {
 
@@ -34,13 +37,23 @@ x264_param_t parameters(const VideoInputSettings& settings) {
   result.i_width = settings.width;
   result.i_height = settings.height;
   result.i_csp = X264_CSP_I420;
-  result.i_threads = 1;
-  result.b_sliced_threads = 0;
+  // Slices of one picture in parallel: no thread holds a picture back.
+  result.i_threads = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
+  result.b_sliced_threads = 1;
   result.i_fps_num = static_cast<std::uint32_t>(std::max(1, settings.expectedFrameRate));
   result.i_fps_den = 1;
   // The writer asks for key frames by time; a count of frames says nothing at a variable rate.
   result.i_keyint_max = X264_KEYINT_MAX_INFINITE;
   result.i_scenecut_threshold = 0;
+  // `QuantizerControl` decides. With weighted prediction off as well, nothing needs the coarse analysis that
+  // is half of the work on a screen.
+  result.rc.i_rc_method = X264_RC_CQP;
+  result.rc.i_qp_constant = QuantizerControl::finest;
+  // The encoder clips what it is told to the range from the quantizer of key pictures to that of B pictures, of
+  // which there are none.
+  result.rc.f_ip_factor = std::exp2(QuantizerControl::keyAdvantage / 6.0F);
+  result.rc.f_pb_factor = std::exp2((QuantizerControl::coarsest - QuantizerControl::finest) / 6.0F);
+  result.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
   result.b_annexb = 0;
   result.b_repeat_headers = 0;
   result.analyse.b_mb_info = 1;
@@ -57,7 +70,9 @@ x264_param_t parameters(const VideoInputSettings& settings) {
 
 struct H264Encoder::Implementation {
   explicit Implementation(const VideoInputSettings& settings)
-      : parameters(quillant::parameters(settings)), encoder(x264_encoder_open(&parameters)) {
+      : parameters(quillant::parameters(settings)),
+        encoder(x264_encoder_open(&parameters)),
+        quantizer(settings.width * settings.height) {
     if (!encoder)
       throw MediaError(MediaError::Kind::codec, "the H.264 encoder cannot be opened with these settings");
   }
@@ -67,6 +82,7 @@ struct H264Encoder::Implementation {
 
   x264_param_t parameters;
   x264_t* encoder;
+  QuantizerControl quantizer;
   std::size_t preset = 0;
 };
 
@@ -102,6 +118,9 @@ EncodedPacket H264Encoder::encode(const EncoderPicture& picture, std::int64_t ti
   x264_picture_t input;
   x264_picture_init(&input);
   input.i_type = frame == Frame::key ? X264_TYPE_IDR : X264_TYPE_AUTO;
+  auto& quantizer = implementation_->quantizer;
+  const int chosen = frame == Frame::key ? quantizer.key() : quantizer.predicted();
+  input.i_qpplus1 = chosen + 1;
   input.i_pts = time;
   input.img.i_csp = X264_CSP_I420;
   input.img.i_plane = 3;
@@ -122,6 +141,7 @@ EncodedPacket H264Encoder::encode(const EncoderPicture& picture, std::int64_t ti
   packet.data.assign(nals[0].p_payload, nals[0].p_payload + size);
   packet.time = output.i_pts;
   packet.isKeyFrame = output.b_keyframe != 0;
+  if (!packet.isKeyFrame) quantizer.account(packet.data.size(), chosen);
   return packet;
 }
 

@@ -2,9 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+extern "C" {
+#include <libavutil/display.h>
+}
 
 #include "Core/AtomicFile.h"
 #include "MediaKit/MovieFragments.h"
@@ -71,6 +76,16 @@ MediaInput::MediaInput(const std::filesystem::path& path, Extent extent) : view_
 }
 
 MediaInput::~MediaInput() = default;
+
+int MediaInput::rotation(const AVStream& stream) {
+  const auto* matrix = reinterpret_cast<const std::int32_t*>(
+      av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr));
+  if (!matrix) return 0;
+  const double counterclockwise = av_display_rotation_get(matrix);
+  if (std::isnan(counterclockwise)) return 0;
+  const int quarters = static_cast<int>(std::lround(-counterclockwise / 90));
+  return ((quarters % 4) + 4) % 4 * 90;
+}
 
 MovieBoxes::File MediaInput::file() const {
   return {view_->file.get(), static_cast<std::uint64_t>(view_->size)};

@@ -31,6 +31,8 @@ class MediaInput {
   /// Set if the media lies in fragments.
   const std::optional<MovieFragments::FragmentedMovie>& fragmentedMovie() const { return movie_; }
   MovieBoxes::File file() const;
+  /// Degrees clockwise by which a track's pictures are to be turned: 0, 90, 180 or 270.
+  static int rotation(const AVStream& stream);
 
  private:
   struct View;
