@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Core/JSONForward.h"
+
 namespace quillant {
 
 // Plain geometry in 64-bit floats. The unit and the origin are the owner's to say.
@@ -31,5 +33,9 @@ struct Rect {
   }
   friend bool operator==(const Rect&, const Rect&) = default;
 };
+
+/// As an object of x, y, width and height, all required.
+void to_json(Json& json, const Rect& rect);
+void from_json(const Json& json, Rect& rect);
 
 }  // namespace quillant
