@@ -1,0 +1,246 @@
+#include "Editor/Project/ProjectBundle.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "Core/AtomicFile.h"
+#include "Core/JSON.h"
+#include "Editor/Project/FileNames.h"
+#include "Editor/Project/ProjectManifest.h"
+
+namespace quillant::ProjectBundle {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view sourceInfix = ".source-";
+constexpr std::size_t largestText = std::size_t{1} << 28;
+
+std::error_code lastError() {
+  return {errno, std::generic_category()};
+}
+
+/// An open file or folder.
+class Opened {
+ public:
+  Opened(int descriptor, fs::path path) : descriptor_(descriptor), path_(std::move(path)) {
+    if (descriptor_ < 0) throw FileError("open", path_, lastError());
+  }
+  ~Opened() { ::close(descriptor_); }
+  Opened(const Opened&) = delete;
+  Opened& operator=(const Opened&) = delete;
+
+  int get() const { return descriptor_; }
+  const fs::path& path() const { return path_; }
+  void sync() const {
+    if (::fsync(descriptor_) != 0) throw FileError("write", path_, lastError());
+  }
+
+ private:
+  int descriptor_;
+  fs::path path_;
+};
+
+void syncFolder(const fs::path& folder) {
+  Opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), folder).sync();
+}
+
+void copyContents(const Opened& from, const Opened& to) {
+  std::vector<char> buffer(std::size_t{1} << 20);
+  for (;;) {
+    // The kernel copies where it can, without the bytes passing through here, and shares blocks where it may.
+    auto copied = ::copy_file_range(from.get(), nullptr, to.get(), nullptr, std::size_t{1} << 30, 0);
+    if (copied < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
+      copied = ::read(from.get(), buffer.data(), buffer.size());
+      for (ssize_t written = 0; copied > 0 && written < copied;) {
+        const auto count =
+            ::write(to.get(), buffer.data() + written, static_cast<std::size_t>(copied - written));
+        if (count < 0 && errno != EINTR) throw FileError("write", to.path(), lastError());
+        written += std::max<ssize_t>(count, 0);
+      }
+    }
+    if (copied < 0 && errno == EINTR) continue;
+    if (copied < 0) throw FileError("copy", from.path(), lastError());
+    if (copied == 0) break;
+  }
+  to.sync();
+}
+
+void copyFile(const Opened& from, const fs::path& to) {
+  const Opened target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644), to);
+  copyContents(from, target);
+}
+
+void linkOrCopy(const fs::path& from, const fs::path& to) {
+  if (::linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW) == 0) return;
+  copyFile(Opened(::open(from.c_str(), O_RDONLY | O_CLOEXEC), from), to);
+}
+
+/// The names in a folder that belong to added sources of the recording with this stem.
+std::vector<std::string> sourceNames(const fs::path& folder, const std::string& stem) {
+  std::vector<std::string> result;
+  for (const auto& entry : fs::directory_iterator(folder))
+    if (auto name = entry.path().filename().string(); name.starts_with(stem + std::string(sourceInfix)))
+      result.push_back(std::move(name));
+  std::ranges::sort(result);
+  return result;
+}
+
+/// The folder that a bundle grows in, beside the place where it will appear; removed unless it got there.
+class Staging {
+ public:
+  explicit Staging(const fs::path& target) : target_(target) {
+    std::string pattern = (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
+    if (!::mkdtemp(pattern.data())) throw FileError("write", target, lastError());
+    path_ = pattern;
+  }
+  ~Staging() {
+    std::error_code ignored;
+    if (!path_.empty()) fs::remove_all(path_, ignored);
+  }
+  Staging(const Staging&) = delete;
+  Staging& operator=(const Staging&) = delete;
+
+  const fs::path& path() const { return path_; }
+
+  void publish() {
+    ::chmod(path_.c_str(), 0755);
+    syncFolder(path_);
+    if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE) != 0)
+      throw FileError("write", target_, lastError());
+    path_.clear();
+    syncFolder(target_.parent_path());
+  }
+
+ private:
+  fs::path target_;
+  fs::path path_;
+};
+
+/// The files that an import has made so far; removed again unless it succeeds.
+class Imported {
+ public:
+  Imported(fs::path folder, std::string stem) : folder_(std::move(folder)), stem_(std::move(stem)) {}
+  ~Imported() {
+    std::error_code ignored;
+    for (const auto& path : paths_) fs::remove(path, ignored);
+  }
+  Imported(const Imported&) = delete;
+  Imported& operator=(const Imported&) = delete;
+
+  std::string add(const Opened& file, const std::string& suffix) {
+    const auto path = folder_ / (stem_ + suffix);
+    paths_.push_back(path);
+    copyFile(file, path);
+    return fs::absolute(path).string();
+  }
+  void keep() { paths_.clear(); }
+
+ private:
+  fs::path folder_;
+  std::string stem_;
+  std::vector<fs::path> paths_;
+};
+
+/// Opens an entry of the bundle: a plain file, or null where there is none. Links, pipes and folders are
+/// refused, and opening one does not wait.
+std::unique_ptr<Opened> openEntry(const Opened& bundle, const std::string& name) {
+  const auto path = bundle.path() / name;
+  const int descriptor = ::openat(bundle.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor < 0 && errno == ENOENT) return nullptr;
+  const BundleError refusal(
+      BundleError::Kind::unsafe,
+      fmt::format("{} is not a plain file — this bundle is not imported", path.string()));
+  if (descriptor < 0 && errno == ELOOP) throw refusal;
+  auto opened = std::make_unique<Opened>(descriptor, path);
+  struct stat status {};
+  if (::fstat(opened->get(), &status) != 0) throw FileError("read", path, lastError());
+  if (!S_ISREG(status.st_mode)) throw refusal;
+  return opened;
+}
+
+std::optional<std::string> readEntry(const Opened& bundle, const std::string& name) {
+  const auto opened = openEntry(bundle, name);
+  if (!opened) return std::nullopt;
+  return AtomicFile::read(fmt::format("/proc/self/fd/{}", opened->get()), largestText);
+}
+
+/// Ids and extensions of added files become parts of file names: none may lead elsewhere.
+void checkSources(const ProjectEditorState& state) {
+  const auto check = [](const std::string& id, const std::string& extension) {
+    if (!FileNames::isPlain(id) || !FileNames::isPlain(extension))
+      throw BundleError(BundleError::Kind::unsafe,
+                        "an added file of this bundle has a name that leads out of it — it is not imported");
+  };
+  for (const auto& source : state.timelineEdits.sources) check(source.id, source.fileExtension);
+  for (const auto& source : state.timelineEdits.audioSources) check(source.id, source.fileExtension);
+}
+
+}  // namespace
+
+void write(const ProjectStore::ExportedProject& project, const fs::path& path) {
+  const auto target = fs::absolute(path).lexically_normal();
+  if (fs::exists(fs::symlink_status(target)))
+    throw BundleError(BundleError::Kind::exists, fmt::format("{} is already there", target.string()));
+  const fs::path screen = project.screenVideoPath.value_or("");
+  if (!fs::is_regular_file(screen))
+    throw BundleError(BundleError::Kind::missingMedia,
+                      fmt::format("the recording {} is not there any more", screen.string()));
+  Staging staging(target);
+  AtomicFile::write(staging.path() / "project.json", project.projectJSON);
+  if (project.editorStateJSON)
+    AtomicFile::write(staging.path() / "editorState.json", *project.editorStateJSON);
+  linkOrCopy(screen, staging.path() / "screen.mp4");
+  const auto addSidecar = [&](const std::optional<std::string>& sidecar, const char* name) {
+    if (sidecar && fs::is_regular_file(*sidecar)) linkOrCopy(*sidecar, staging.path() / name);
+  };
+  addSidecar(project.cursorTelemetryPath, "screen.cursor.json");
+  addSidecar(project.facecamVideoPath, "screen.facecam.mov");
+  const auto stem = screen.stem().string();
+  for (const auto& name : sourceNames(screen.parent_path(), stem))
+    linkOrCopy(screen.parent_path() / name, staging.path() / ("screen" + name.substr(stem.size())));
+  staging.publish();
+}
+
+ProjectDocument import(const fs::path& path, const ProjectStore& store, const fs::path& mediaFolder) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0)
+    throw BundleError(BundleError::Kind::notABundle, fmt::format("{} is no project bundle", path.string()));
+  const Opened bundle(descriptor, path);
+  const auto projectJSON = readEntry(bundle, "project.json");
+  if (!projectJSON)
+    throw BundleError(BundleError::Kind::notABundle, fmt::format("{} has no project.json", path.string()));
+  const auto manifest = JSON::decode<ProjectManifest>(JSON::parse(*projectJSON));
+  const auto editorStateJSON = readEntry(bundle, "editorState.json");
+  if (editorStateJSON) checkSources(JSON::decode<ProjectEditorState>(JSON::parse(*editorStateJSON)));
+
+  const auto screen = openEntry(bundle, "screen.mp4");
+  if (!screen)
+    throw BundleError(BundleError::Kind::missingMedia, fmt::format("{} has no screen.mp4", path.string()));
+  fs::create_directories(mediaFolder);
+  const auto stem =
+      fmt::format("{}-{}", FileNames::fromTitle(manifest.title), UUID::random().text().substr(0, 8));
+  Imported files(mediaFolder, stem);
+  RecordingHandoffFields media{.screenVideoPath = files.add(*screen, ".mp4")};
+  if (const auto telemetry = openEntry(bundle, "screen.cursor.json"))
+    media.cursorTelemetryPath = files.add(*telemetry, ".cursor.json");
+  if (const auto facecam = openEntry(bundle, "screen.facecam.mov"))
+    media.facecamVideoPath = files.add(*facecam, ".facecam.mov");
+  for (const auto& name : sourceNames(path, "screen"))
+    if (const auto source = openEntry(bundle, name))
+      files.add(*source, name.substr(std::string_view("screen").size()));
+  auto document = store.importProject(*projectJSON, editorStateJSON, media);
+  files.keep();
+  return document;
+}
+
+}  // namespace quillant::ProjectBundle

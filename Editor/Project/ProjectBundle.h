@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+
+#include "Core/Error.h"
+#include "Editor/Project/ProjectStore.h"
+
+namespace quillant {
+
+/// Why a bundle could not be written or read.
+class BundleError : public Error {
+ public:
+  enum class Kind {
+    exists,        ///< something is already where the bundle should go
+    missingMedia,  ///< the screen video is not there
+    notABundle,    ///< no folder, or without a manifest that reads
+    unsafe,        ///< something in it is no plain file, or names a place outside
+  };
+  BundleError(Kind kind, std::string description) : Error(std::move(description)), kind_(kind) {}
+  Kind kind() const { return kind_; }
+
+ private:
+  Kind kind_;
+};
+
+/// A project as a folder "….quillant" that holds all of it:
+/// `project.json`, `editorState.json`, `screen.mp4`, `screen.cursor.json`, `screen.facecam.mov`, and
+/// `screen.source-…` for every file that was added. Blocking; throws `BundleError`, `FileError` or
+/// `JSONError`.
+namespace ProjectBundle {
+
+/// Writes the bundle to `path`, which must not exist. It appears whole, or, after a crash or a failure, not
+/// at all. Media is hard-linked where the file system allows it and copied elsewhere. Sidecars that have
+/// disappeared are left out.
+void write(const ProjectStore::ExportedProject& project, const std::filesystem::path& path);
+
+/// Copies the bundle's media into `mediaFolder` and registers a new project for it. Of a failure nothing
+/// remains. Nothing outside the bundle is read and nothing outside the two folders is written, whatever the
+/// bundle holds.
+ProjectDocument import(const std::filesystem::path& path, const ProjectStore& store,
+                       const std::filesystem::path& mediaFolder);
+
+}  // namespace ProjectBundle
+}  // namespace quillant

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Core/Error.h"
+#include "Editor/Project/EditorStateHolding.h"
+#include "Editor/Project/ProjectDocument.h"
+#include "Editor/Project/ProjectSummary.h"
+
+namespace quillant {
+
+/// The projects in one folder: a document each, as `<id>.json`, and `index.json`, the list of them. Media
+/// lies elsewhere; documents point at it by absolute path.
+///
+/// A plain value; every operation blocks on the disk. What writes holds a lock file in the folder meanwhile,
+/// so that several processes may use one store. Reads are tolerant: what does not read counts as absent. A
+/// write that fails throws `FileError` and leaves the old file whole.
+struct ProjectStore {
+  std::filesystem::path directory;
+
+  class StoreError : public Error {
+   public:
+    StoreError(std::string existing, std::string attempted);
+    const std::string& existing() const { return existing_; }
+    const std::string& attempted() const { return attempted_; }
+
+   private:
+    std::string existing_;
+    std::string attempted_;
+  };
+
+  /// A project as a library shows it.
+  struct ProjectListItem {
+    std::string id;
+    std::string title;
+    std::optional<std::string> sourceName;
+    std::optional<std::string> recordingPath;
+    std::optional<std::string> screenshotPath;
+    std::string createdAt;
+    std::string updatedAt;
+    ProjectShareStatus shareStatus = ProjectShareStatus::none;
+    std::optional<std::string> shareURL;
+    std::optional<std::string> interruptedCause;
+    friend bool operator==(const ProjectListItem&, const ProjectListItem&) = default;
+  };
+
+  /// What of a project leaves the store; `ProjectBundle` puts it into a folder.
+  struct ExportedProject {
+    std::string projectJSON;  ///< A `ProjectManifest`.
+    std::optional<std::string> editorStateJSON;
+    std::optional<std::string> screenVideoPath;
+    std::optional<std::string> cursorTelemetryPath;
+    std::optional<std::string> facecamVideoPath;
+    std::string suggestedName;  ///< The title as a file name, without extension.
+  };
+
+  struct CreateOptions {
+    std::string id;
+    std::string title;
+    std::string createdAt;
+    std::string updatedAt;
+    std::optional<std::string> interruptedCause;
+  };
+  ProjectDocument create(const RecordingHandoffFields& recording, const CreateOptions& options) const;
+  void createDocument(const ProjectDocument& document) const;
+  /// Throws `StoreError` if the stored document has another slug.
+  void saveDocument(const ProjectDocument& document) const;
+  std::optional<ProjectDocument> document(std::string_view id) const;
+
+  // Of a document that cannot be read these change nothing, without an error.
+  void writeEditorState(std::string_view id, const ProjectEditorState& editorState) const;
+  void updateShare(std::string_view id, const ProjectShareRecord& record) const;
+  void rename(std::string_view id, const std::string& title) const;
+
+  void saveEditorState(const EditorStateHolding& holder, std::string_view id) const;
+  /// False if there is no editor state to restore.
+  bool restoreEditorState(EditorStateHolding& holder, std::string_view id) const;
+
+  RecordingHandoffFields recording(std::string_view id) const;
+  std::optional<ProjectShareRecord> share(std::string_view id) const;
+  std::map<std::string, ProjectShareRecord> shareRecords() const;
+  /// Latest change first.
+  std::vector<ProjectListItem> projects() const;
+
+  /// Removes the document and its entry in the index. The media stays: it may be the only copy.
+  void delete_(std::string_view id) const;
+  /// Makes the index anew from every document that reads.
+  void rebuildIndex() const;
+
+  std::optional<ExportedProject> exportedProject(std::string_view id) const;
+  /// A new project, under a fresh id, of an exported one whose media is at the given paths. It keeps its link
+  /// unless a project of this store has it already. Throws `JSONError` if either text does not read.
+  ProjectDocument importProject(std::string_view projectJSON,
+                                const std::optional<std::string>& editorStateJSON,
+                                const RecordingHandoffFields& media) const;
+
+ private:
+  std::filesystem::path documentPath(std::string_view id) const;
+  std::filesystem::path indexPath() const { return directory / "index.json"; }
+  std::vector<ProjectSummary> summaries() const;
+  ProjectSummary summary(const ProjectDocument& document) const;
+  void writeIndex(const std::vector<ProjectSummary>& summaries) const;
+  void writeDocument(const ProjectDocument& document) const;
+  template <class Change>
+  void changeDocument(std::string_view id, Change&& change) const;
+};
+
+}  // namespace quillant
