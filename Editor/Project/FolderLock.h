@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "Core/FileDescriptor.h"
+
 namespace quillant {
 
 /// Keeps other processes, and other threads of this one, out of a folder's read-modify-write for as long as
@@ -9,12 +11,9 @@ namespace quillant {
 class FolderLock {
  public:
   explicit FolderLock(const std::filesystem::path& folder);
-  ~FolderLock();
-  FolderLock(const FolderLock&) = delete;
-  FolderLock& operator=(const FolderLock&) = delete;
 
  private:
-  int descriptor_;
+  FileDescriptor file_;
 };
 
 }  // namespace quillant

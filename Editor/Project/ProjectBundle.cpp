@@ -6,12 +6,12 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
 #include "Core/AtomicFile.h"
+#include "Core/FileDescriptor.h"
 #include "Core/JSON.h"
 #include "Editor/Project/FileNames.h"
 #include "Editor/Project/ProjectManifest.h"
@@ -29,24 +29,21 @@ std::error_code lastError() {
   return {errno, std::generic_category()};
 }
 
-/// An open file or folder.
+/// An open file or folder, and what it is called in errors.
 class Opened {
  public:
   Opened(int descriptor, fs::path path) : descriptor_(descriptor), path_(std::move(path)) {
-    if (descriptor_ < 0) throw FileError("open", path_, lastError());
+    if (!descriptor_) throw FileError("open", path_, lastError());
   }
-  ~Opened() { ::close(descriptor_); }
-  Opened(const Opened&) = delete;
-  Opened& operator=(const Opened&) = delete;
 
-  int get() const { return descriptor_; }
+  int get() const { return descriptor_.get(); }
   const fs::path& path() const { return path_; }
   void sync() const {
-    if (::fsync(descriptor_) != 0) throw FileError("write", path_, lastError());
+    if (::fsync(get()) != 0) throw FileError("write", path_, lastError());
   }
 
  private:
-  int descriptor_;
+  FileDescriptor descriptor_;
   fs::path path_;
 };
 
@@ -151,17 +148,17 @@ class Imported {
   std::vector<fs::path> paths_;
 };
 
-/// Opens an entry of the bundle: a plain file, or null where there is none. Links, pipes and folders are
+/// Opens an entry of the bundle: a plain file, or nothing where there is none. Links, pipes and folders are
 /// refused, and opening one does not wait.
-std::unique_ptr<Opened> openEntry(const Opened& bundle, const std::string& name) {
+std::optional<Opened> openEntry(const Opened& bundle, const std::string& name) {
   const auto path = bundle.path() / name;
   const int descriptor = ::openat(bundle.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0 && errno == ENOENT) return nullptr;
+  if (descriptor < 0 && errno == ENOENT) return std::nullopt;
   const BundleError refusal(
       BundleError::Kind::unsafe,
       fmt::format("{} is not a plain file — this bundle is not imported", path.string()));
   if (descriptor < 0 && errno == ELOOP) throw refusal;
-  auto opened = std::make_unique<Opened>(descriptor, path);
+  std::optional<Opened> opened(std::in_place, descriptor, path);
   struct stat status {};
   if (::fstat(opened->get(), &status) != 0) throw FileError("read", path, lastError());
   if (!S_ISREG(status.st_mode)) throw refusal;

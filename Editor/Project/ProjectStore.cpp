@@ -24,6 +24,19 @@ std::optional<Value> readJSON(const std::filesystem::path& path) {
   }
 }
 
+/// The share record of a document, without building the rest of it: a library lists thousands.
+std::optional<ProjectShareRecord> readShare(const std::filesystem::path& path) {
+  const auto onlyShare = [](int depth, Json::parse_event_t event, Json& parsed) {
+    return depth != 1 || event != Json::parse_event_t::key || parsed == "share";
+  };
+  try {
+    const auto document = Json::parse(AtomicFile::read(path), onlyShare, false);
+    return JSON::required<ProjectShareRecord>(document, "share");
+  } catch (const Error&) {
+    return std::nullopt;
+  }
+}
+
 std::string now() {
   return Date::now().iso8601();
 }
@@ -188,7 +201,8 @@ std::map<std::string, ProjectShareRecord> ProjectStore::shareRecords() const {
 std::vector<ProjectStore::ProjectListItem> ProjectStore::projects() const {
   std::vector<ProjectListItem> result;
   for (auto& entry : summaries()) {
-    const auto record = share(entry.id).value_or(ProjectShareRecord{});
+    const auto record = isDocumentID(entry.id) ? readShare(documentPath(entry.id)).value_or(ProjectShareRecord{})
+                                               : ProjectShareRecord{};
     result.push_back({.id = std::move(entry.id),
                       .title = std::move(entry.title),
                       .sourceName = std::move(entry.sourceName),
