@@ -1,9 +1,8 @@
 #include "Editor/Project/FolderLock.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
-
-#include <cerrno>
 
 #include "Core/AtomicFile.h"
 

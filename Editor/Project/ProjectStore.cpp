@@ -201,8 +201,9 @@ std::map<std::string, ProjectShareRecord> ProjectStore::shareRecords() const {
 std::vector<ProjectStore::ProjectListItem> ProjectStore::projects() const {
   std::vector<ProjectListItem> result;
   for (auto& entry : summaries()) {
-    const auto record = isDocumentID(entry.id) ? readShare(documentPath(entry.id)).value_or(ProjectShareRecord{})
-                                               : ProjectShareRecord{};
+    const auto record = isDocumentID(entry.id)
+                            ? readShare(documentPath(entry.id)).value_or(ProjectShareRecord{})
+                            : ProjectShareRecord{};
     result.push_back({.id = std::move(entry.id),
                       .title = std::move(entry.title),
                       .sourceName = std::move(entry.sourceName),
