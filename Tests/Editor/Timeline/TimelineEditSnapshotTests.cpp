@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -12,99 +13,94 @@ namespace {
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-#define ID "\"id\": \"0A1B2C3D-4E5F-6789-ABCD-EF0123456789\""
-#define SPAN "\"span\": {\"start\": 1, \"end\": 2}"
-
-TimelineEditSnapshot decode(const std::string& text) {
+/// Reads JSON in single quotes, where "ID" and "SPAN" stand for members that read well.
+TimelineEditSnapshot decode(std::string text) {
+  const std::pair<std::string_view, std::string_view> members[] = {
+      {"ID", "'id': '0A1B2C3D-4E5F-6789-ABCD-EF0123456789'"}, {"SPAN", "'span': {'start': 1, 'end': 2}"}};
+  for (const auto& [name, member] : members)
+    for (std::size_t at; (at = text.find(name)) != std::string::npos;) text.replace(at, name.size(), member);
+  std::ranges::replace(text, '\'', '"');
   return JSON::decode<TimelineEditSnapshot>(JSON::parse(text));
 }
 
 TEST(TimelineEditSnapshot, TakesTheDefaultForWhatIsMissing) {
-  EXPECT_EQ(decode("{\"later\": 1}"), TimelineEditSnapshot());
-  const auto edit =
-      decode("{\"zoomRegions\": [{" SPAN "}], \"cameraClips\": [{" SPAN
-             "}],"
-             "\"audioClips\": [{\"source\": \"a\", \"start\": 0, \"sourceStart\": 0, \"sourceEnd\": 1}],"
-             "\"recordingSound\": {\"micMuted\": true}, \"captions\": {}}");
-  EXPECT_NE(edit.zoomRegions[0].id, UUID()) << "a fresh id";
-  EXPECT_EQ(edit.zoomRegions[0], (TimelineZoomRegion{.id = edit.zoomRegions[0].id, .span = {1, 2}}));
-  EXPECT_EQ(edit.zoomRegions[0].depth, 1.75);
-  EXPECT_NE(edit.cameraClips[0].id, UUID());
-  EXPECT_EQ(edit.cameraClips[0].settings,
-            (FacecamSettings{true, "circle", 22, 24, 4, "#FFFFFF", 4, "bottom-right"}));
-  EXPECT_NE(edit.audioClips[0].id, UUID());
-  EXPECT_EQ(edit.audioClips[0].speed, 1);
-  EXPECT_EQ(edit.audioClips[0].volume, 1);
+  EXPECT_EQ(decode("{'later': 1}"), TimelineEditSnapshot());
+  const auto edit = decode(R"({
+      'zoomRegions': [{SPAN}], 'cameraClips': [{SPAN}],
+      'audioClips': [{'source': 'a', 'start': 0, 'sourceStart': 0, 'sourceEnd': 1}],
+      'recordingSound': {'micMuted': true}, 'captions': {}})");
+  const auto& zoom = edit.zoomRegions[0];
+  EXPECT_NE(zoom.id, UUID()) << "a fresh id";
+  EXPECT_EQ(zoom, (TimelineZoomRegion{.id = zoom.id, .span = {1, 2}}));
+  EXPECT_EQ(zoom.depth, 1.75);
+  const auto& camera = edit.cameraClips[0];
+  EXPECT_NE(camera.id, UUID());
+  EXPECT_EQ(camera.settings, (FacecamSettings{true, "circle", 22, 24, 4, "#FFFFFF", 4, "bottom-right"}));
+  const auto& voice = edit.audioClips[0];
+  EXPECT_NE(voice.id, UUID());
+  EXPECT_EQ(voice.speed, 1);
+  EXPECT_EQ(voice.volume, 1);
   EXPECT_EQ(edit.recordingSound, (TimelineRecordingSound{1, true, 1, false, false}));
   EXPECT_EQ(edit.captions, TimelineCaptions());
 }
 
 TEST(TimelineEditSnapshot, MendsWhatItMayOnReading) {
-  const auto row =
-      decode(
-          "{\"musicClips\": ["
-          "{\"source\": \"b\", \"start\": 3, \"sourceStart\": 0, \"sourceEnd\": 2, \"voiceCleanup\": false},"
-          "{\"source\": \"a\", \"start\": -1, \"sourceStart\": 0, \"sourceEnd\": 4, \"voiceCleanup\": "
-          "true}]}")
-          .musicClips;
-  EXPECT_EQ(row[0].source, "a");
-  EXPECT_EQ(row[0].start, 0);
-  EXPECT_EQ(row[0].voiceCleanup, true);
-  EXPECT_EQ(row[1].start, 4) << "pushed behind the clip before it";
-  EXPECT_EQ(row[1].voiceCleanup, std::nullopt);
+  const auto music = decode(R"({'musicClips': [
+      {'source': 'b', 'start': 3, 'sourceStart': 0, 'sourceEnd': 2, 'voiceCleanup': false},
+      {'source': 'a', 'start': -1, 'sourceStart': 0, 'sourceEnd': 4, 'voiceCleanup': true}]})")
+                         .musicClips;
+  EXPECT_EQ(music[0].source, "a");
+  EXPECT_EQ(music[0].start, 0);
+  EXPECT_EQ(music[0].voiceCleanup, true);
+  EXPECT_EQ(music[1].start, 4) << "pushed behind the clip before it";
+  EXPECT_EQ(music[1].voiceCleanup, std::nullopt);
 
-  for (const char* style : {"7", "\"neon\"", "null", "{}"}) {
-    const auto captions =
-        *decode(std::string("{\"captions\": {\"on\": true, \"style\": ") + style +
-                ", \"transcripts\": [{\"source\": \"s\", \"track\": \"mic\", \"language\": \"en\","
-                "\"words\": [[1.23456, 1.0, \"word\"], [2e307, 1e308, \"late\"]]}]}}")
-             .captions;
-    EXPECT_EQ(captions.style, TimelineCaptionStyle::box) << style;
-    EXPECT_TRUE(captions.on);
-    EXPECT_EQ(captions.transcripts.at(0).words[0], (TimelineCaptionWord{1.235, 1.235, "word"}));
-    EXPECT_EQ(captions.transcripts.at(0).words[1].end, 1e308);
+  for (const std::string style : {"7", "'neon'", "null", "{}"}) {
+    const auto edit = decode("{'captions': {'on': true, 'style': " + style + R"(, 'transcripts': [
+        {'source': 's', 'track': 'mic', 'language': 'en',
+         'words': [[1.23456, 1.0, 'word'], [2e307, 1e308, 'late']]}]}})");
+    EXPECT_EQ(edit.captions->style, TimelineCaptionStyle::box) << style;
+    EXPECT_TRUE(edit.captions->on);
+    const auto& words = edit.captions->transcripts.at(0).words;
+    EXPECT_EQ(words[0], (TimelineCaptionWord{1.235, 1.235, "word"}));
+    EXPECT_EQ(words[1].end, 1e308);
   }
-  EXPECT_EQ(decode(R"({"mutedRows": ["voice", "drums", "voice", "clips"]})").mutedRows,
+  EXPECT_EQ(decode("{'mutedRows': ['voice', 'drums', 'voice', 'clips']}").mutedRows,
             (std::vector{TimelineMuteRow::clips, TimelineMuteRow::voice}));
-  EXPECT_EQ(decode(R"({"clips": [], "clipSplitTimes": [3]})").clipList, std::nullopt);
-  EXPECT_EQ(*decode(R"({"clipSpeeds": {"0": 1.5, "12": 2, "0": 1.25}})").clipSpeeds,
+  EXPECT_EQ(decode("{'clips': [], 'clipSplitTimes': [3]}").clipList, std::nullopt);
+  EXPECT_EQ(*decode("{'clipSpeeds': {'0': 1.5, '12': 2, '0': 1.25}}").clipSpeeds,
             (std::map<std::int64_t, double>{{0, 1.25}, {12, 2}}));
-  EXPECT_EQ(
-      decode("{\"cameraClips\": [{" SPAN ", \"settings\": {\"enabled\": true, \"shape\": \" Square\\n\","
-             "\"size\": 5, \"cornerRadius\": 1e9, \"borderWidth\": -1, \"borderColor\": \" \","
-             "\"margin\": 13, \"anchor\": \"nowhere\"}}]}")
-          .cameraClips[0]
-          .settings,
-      (FacecamSettings{true, "square", 12, 100, 0, "#FFFFFF", 12, "bottom-right"}));
+  const auto camera = decode(R"({'cameraClips': [{SPAN, 'settings': {
+      'enabled': true, 'shape': ' Square\n', 'size': 5, 'cornerRadius': 1e9, 'borderWidth': -1,
+      'borderColor': ' ', 'margin': 13, 'anchor': 'nowhere'}}]})")
+                          .cameraClips;
+  EXPECT_EQ(camera[0].settings, (FacecamSettings{true, "square", 12, 100, 0, "#FFFFFF", 12, "bottom-right"}));
 }
 
 TEST(TimelineEditSnapshot, NamesTheKeyThatCannotBeRead) {
-  const std::pair<std::string, const char*> cases[] = {
-      {"{\"zoomRegions\": [{}]}", "zoomRegions[0].span"},
-      {"{\"zoomRegions\": [{" SPAN "}, {" SPAN ", \"mode\": \"Auto\"}]}", "zoomRegions[1].mode"},
-      {"{\"zoomRegions\": [{" SPAN ", \"id\": \"7\"}]}", "zoomRegions[0].id"},
-      {"{\"zoomRegions\": [{" SPAN ", \"sourceClickTimestamp\": 1e30}]}",
-       "zoomRegions[0].sourceClickTimestamp"},
-      {"{\"zoomRegions\": [{" SPAN ", \"easing\": \"linear\"}]}", "zoomRegions[0].easing"},
-      {"{\"hiddenAutoZooms\": [{\"span\": {\"start\": 1}}]}", "hiddenAutoZooms[0].span.end"},
-      {"{\"trimRegions\": [{" SPAN "}]}", "trimRegions[0].id"},
-      {"{\"annotationRegions\": [{" ID ", " SPAN ", \"text\": \"\", \"x\": 0, \"y\": 0}]}",
-       "annotationRegions[0].fontSize"},
-      {"{\"clipSplitTimes\": [1, null]}", "clipSplitTimes[1]"},
-      {"{\"clipSpeeds\": {\"one\": 1}}", "clipSpeeds.one"},
-      {"{\"clipSpeeds\": {\"0\": \"fast\"}}", "clipSpeeds.0"},
-      {"{\"cameraClips\": [{" SPAN ", \"settings\": {\"enabled\": true}}]}", "cameraClips[0].settings.shape"},
-      {"{\"clips\": [{" ID ", \"start\": 0, \"end\": true}]}", "clips[0].end"},
-      {"{\"sources\": [{\"id\": \"a\", \"kind\": \"stream\"}]}", "sources[0].kind"},
-      {"{\"audioSources\": [{\"id\": \"a\", \"kind\": \"file\"}]}", "audioSources[0].fileExtension"},
-      {"{\"audioClips\": [{\"start\": 0}]}", "audioClips[0].source"},
-      {"{\"mutedRows\": \"voice\"}", "mutedRows"},
-      {"{\"recordingSound\": {\"micVolume\": \"1\"}}", "recordingSound.micVolume"},
-      {"{\"autoZoomsOff\": 1}", "autoZoomsOff"},
-      {"{\"captions\": {\"transcripts\": [{\"source\": \"\", \"track\": \"mic\", \"language\": \"\","
-       "\"words\": [[0, 1]]}]}}",
+  const std::pair<const char*, const char*> cases[] = {
+      {"{'zoomRegions': [{}]}", "zoomRegions[0].span"},
+      {"{'zoomRegions': [{SPAN}, {SPAN, 'mode': 'Auto'}]}", "zoomRegions[1].mode"},
+      {"{'zoomRegions': [{SPAN, 'id': '7'}]}", "zoomRegions[0].id"},
+      {"{'zoomRegions': [{SPAN, 'sourceClickTimestamp': 1e30}]}", "zoomRegions[0].sourceClickTimestamp"},
+      {"{'zoomRegions': [{SPAN, 'easing': 'linear'}]}", "zoomRegions[0].easing"},
+      {"{'hiddenAutoZooms': [{'span': {'start': 1}}]}", "hiddenAutoZooms[0].span.end"},
+      {"{'trimRegions': [{SPAN}]}", "trimRegions[0].id"},
+      {"{'annotationRegions': [{ID, SPAN, 'text': '', 'x': 0, 'y': 0}]}", "annotationRegions[0].fontSize"},
+      {"{'clipSplitTimes': [1, null]}", "clipSplitTimes[1]"},
+      {"{'clipSpeeds': {'one': 1}}", "clipSpeeds.one"},
+      {"{'clipSpeeds': {'0': 'fast'}}", "clipSpeeds.0"},
+      {"{'cameraClips': [{SPAN, 'settings': {'enabled': true}}]}", "cameraClips[0].settings.shape"},
+      {"{'clips': [{ID, 'start': 0, 'end': true}]}", "clips[0].end"},
+      {"{'sources': [{'id': 'a', 'kind': 'stream'}]}", "sources[0].kind"},
+      {"{'audioSources': [{'id': 'a', 'kind': 'file'}]}", "audioSources[0].fileExtension"},
+      {"{'audioClips': [{'start': 0}]}", "audioClips[0].source"},
+      {"{'mutedRows': 'voice'}", "mutedRows"},
+      {"{'recordingSound': {'micVolume': '1'}}", "recordingSound.micVolume"},
+      {"{'autoZoomsOff': 1}", "autoZoomsOff"},
+      {"{'captions': {'transcripts': [{'source': '', 'track': 'mic', 'language': '', 'words': [[0, 1]]}]}}",
        "captions.transcripts[0].words[0]"},
-      {"{\"captions\": []}", "captions"},
+      {"{'captions': []}", "captions"},
       {"[]", ""},
   };
   for (const auto& [text, path] : cases) {
@@ -122,7 +118,7 @@ Json content(const TimelineEditSnapshot& edit) {
 }
 
 TEST(TimelineEditSnapshot, IsTheSameEditAfterItsJSON) {
-  for (std::uint64_t seed = 0; seed < 300; ++seed) {
+  for (std::uint64_t seed = 0; seed < 100; ++seed) {
     const auto edit = GeneratedEdits(seed).snapshot(60, {});
     const auto back = decode(JSON::pretty(Json(edit)));
     EXPECT_EQ(Json::diff(content(edit), content(back)), Json::array()) << seed;
@@ -252,15 +248,6 @@ TEST(TimelineEditSnapshot, KeepsTheZoomsOfOneFile) {
   ASSERT_EQ(file.zoomRegions.size(), 1u);
   EXPECT_EQ(file.zoomRegions[0].depth, 3);
   EXPECT_TRUE(file.cameraClips.empty());
-}
-
-TEST(TimelineEditSnapshot, SharesWhatACopyLeavesAlone) {
-  const auto edit = GeneratedEdits(4).snapshot(60, {});
-  auto next = edit;
-  next.zoomRegions.mutate()[0].depth = 9;
-  EXPECT_FALSE(next.zoomRegions.sharesStorage(edit.zoomRegions));
-  EXPECT_TRUE(next.audioClips.sharesStorage(edit.audioClips));
-  EXPECT_TRUE(next.captions->transcripts[0].words.sharesStorage(edit.captions->transcripts[0].words));
 }
 
 TEST(TimelineSpan, IsBroughtIntoTheTimeline) {
