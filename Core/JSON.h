@@ -47,8 +47,8 @@ namespace JSON {
 inline constexpr std::size_t maximumDepth = 128;
 
 Json parse(std::string_view text);
-/// Two spaces a level, keys sorted, no new line at the end. Bytes that are not UTF-8 become U+FFFD. JSON has no
-/// text for a number that is not finite: writing one throws a `JSONError` rather than make a document that
+/// Two spaces a level, keys sorted, no new line at the end. Bytes that are not UTF-8 become U+FFFD. JSON has
+/// no text for a number that is not finite: writing one throws a `JSONError` rather than make a document that
 /// cannot be read back.
 std::string pretty(const Json& json);
 /// As `pretty`, without white space.

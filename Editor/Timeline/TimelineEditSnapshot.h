@@ -88,8 +88,8 @@ struct TimelineEditSnapshot {
   std::optional<FacecamSettings> activeCameraSettings(double time, double duration,
                                                       const std::optional<FacecamSettings>& fallback) const;
 
-  /// What the snapshot says apart from identities and from the form of its clips. Two snapshots whose contents
-  /// have the same JSON are the same edit.
+  /// What the snapshot says apart from identities and from the form of its clips. Two snapshots whose
+  /// contents have the same JSON are the same edit.
   TimelineEditSnapshot contentOnly() const;
 
   friend bool operator==(const TimelineEditSnapshot&, const TimelineEditSnapshot&) = default;
