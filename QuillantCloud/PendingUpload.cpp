@@ -104,6 +104,19 @@ CaptionsDeclaration PendingUpload::captionsDeclaration() const {
   return CaptionsDeclaration::language(*captionsLanguage);
 }
 
+void PendingUpload::recordFailure(std::string error, Date now) {
+  ++attempts;
+  lastError = std::move(error);
+  lastAttemptAt = now;
+  blockedOnAuth = false;
+}
+
+void PendingUpload::recordExpiredSignIn(std::string error, Date now) {
+  lastError = std::move(error);
+  lastAttemptAt = now;
+  blockedOnAuth = true;
+}
+
 void to_json(Json& json, const PendingUpload& entry) {
   json = Json::object();
   forEachField(entry, Writer{json});

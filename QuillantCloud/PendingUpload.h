@@ -56,6 +56,10 @@ struct PendingUpload {
   bool urlsAreFresh(Date now) const;
   bool reservationIsValid(Date now) const { return videoId && putVideoURL && urlsAreFresh(now); }
   CaptionsDeclaration captionsDeclaration() const;
+  /// Counts a run that failed, after which the queue pauses.
+  void recordFailure(std::string error, Date now);
+  /// Notes that the upload waits for its user to sign in; that is no failure of its own.
+  void recordExpiredSignIn(std::string error, Date now);
   /// The first characters of `id`, by which logs name an upload.
   std::string shortId() const { return id.substr(0, 8); }
 

@@ -13,6 +13,10 @@ constexpr std::string_view extension = ".json";
 /// Far above any entry: what is larger is none.
 constexpr std::size_t longestFile = std::size_t{1} << 22;
 
+std::filesystem::path posterOf(const PendingUploadStore& store, const std::string& id) {
+  return store.directory / (id + ".jpg");
+}
+
 std::filesystem::path fileOf(const PendingUploadStore& store, const std::string& id) {
   return store.directory / (id + std::string(extension));
 }
@@ -40,12 +44,21 @@ void PendingUploadStore::save(const PendingUpload& entry) const {
   AtomicFile::write(fileOf(*this, entry.id), JSON::pretty(entry), 0600);
 }
 
+void PendingUploadStore::saveIfPossible(const PendingUpload& entry) const {
+  try {
+    save(entry);
+  } catch (const FileError&) {
+    // The next run finds the entry as it was.
+  }
+}
+
 std::optional<PendingUpload> PendingUploadStore::load(const std::string& id) const {
   return read(fileOf(*this, id));
 }
 
 void PendingUploadStore::remove(const std::string& id) const {
   std::error_code ignored;
+  std::filesystem::remove(posterOf(*this, id), ignored);
   std::filesystem::remove(fileOf(*this, id), ignored);
 }
 
@@ -60,6 +73,11 @@ std::vector<PendingUpload> PendingUploadStore::all() const {
   std::stable_sort(entries.begin(), entries.end(),
                    [](const auto& one, const auto& other) { return one.createdAt < other.createdAt; });
   return entries;
+}
+
+std::filesystem::path PendingUploadStore::makePosterPath(const std::string& id) const {
+  makePrivateFolder(directory);
+  return posterOf(*this, id);
 }
 
 }  // namespace quillant

@@ -7,7 +7,6 @@
 #include <memory>
 #include <utility>
 
-#include "Core/AtomicFile.h"
 #include "QuillantCloud/APIError.h"
 #include "QuillantCloud/HttpUploadTransport.h"
 #include "QuillantCloud/Uploader.h"
@@ -80,30 +79,17 @@ Task<UploadQueueService::RunResult> UploadQueueService::resumePending(QuillantAP
 }
 
 void UploadQueueService::recordExpiredSignIn(PendingUpload& entry, Date now) const {
-  entry.blockedOnAuth = true;
-  entry.lastError = "authentication expired — run `quillant login`";
-  entry.lastAttemptAt = now;
-  saveIfPossible(entry);
+  entry.recordExpiredSignIn("authentication expired — run `quillant login`", now);
+  store.saveIfPossible(entry);
   log(fmt::format("upload {} is waiting for sign-in — recording is safe at {}", entry.shortId(),
                   entry.videoPath));
 }
 
 void UploadQueueService::recordFailure(PendingUpload& entry, Date now, const std::string& error) const {
-  ++entry.attempts;
-  entry.lastError = error;
-  entry.lastAttemptAt = now;
-  entry.blockedOnAuth = false;
-  saveIfPossible(entry);
+  entry.recordFailure(error, now);
+  store.saveIfPossible(entry);
   log(fmt::format("upload {} failed (attempt {}); will retry in ~{}s — recording safe at {}", entry.shortId(),
                   entry.attempts, static_cast<std::int64_t>(retryDelay(entry.attempts)), entry.videoPath));
-}
-
-/// One disk error must not stop the other uploads; the counters then stay, and the entry is tried again.
-void UploadQueueService::saveIfPossible(const PendingUpload& entry) const {
-  try {
-    store.save(entry);
-  } catch (const FileError&) {
-  }
 }
 
 }  // namespace quillant

@@ -65,7 +65,6 @@ struct UploadQueueService {
   double secondsUntilDue(const PendingUpload& entry, Date now) const;
   void recordExpiredSignIn(PendingUpload& entry, Date now) const;
   void recordFailure(PendingUpload& entry, Date now, const std::string& error) const;
-  void saveIfPossible(const PendingUpload& entry) const;
 };
 
 }  // namespace quillant

@@ -9,6 +9,7 @@ namespace quillant::Console {
 void print(std::string_view line) {
   std::fwrite(line.data(), 1, line.size(), stdout);
   std::fputc('\n', stdout);
+  std::fflush(stdout);  // whoever reads a pipe has a link before the upload behind it
 }
 
 void writeError(std::string_view text) {

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Core/Task.h"
+#include "quillant/CloudServices.h"
+
+/// The commands about the uploads under way. Each returns the exit code.
+namespace quillant::QueueCommands {
+
+/// Goes on with what is pending; `force` pays no heed to pauses after failures.
+Task<int> resume(CloudServices services, bool force);
+/// Shows the account and the queue, after a run of the queue where `resume` asks for one.
+Task<int> status(CloudServices services, bool resume, bool force);
+
+}  // namespace quillant::QueueCommands
