@@ -10,11 +10,12 @@
 #include <asio/strand.hpp>
 #include <asio/this_coro.hpp>
 #include <asio/use_awaitable.hpp>
-#include <asio/use_future.hpp>
 #include <chrono>
 #include <exception>
+#include <future>
 #include <memory>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 namespace quillant {
@@ -48,7 +49,19 @@ inline void startDetached(Executor executor, Task<void> task) {
 /// Blocks this thread until `task` has ended; never to be called on one of the background threads.
 template <class T>
 T runBlocking(Task<T> task, Executor executor = backgroundExecutor()) {
-  return asio::co_spawn(executor, std::move(task), asio::use_future).get();
+  // Not asio::use_future: it completes on threads that are torn down under it when the program ends.
+  auto promise = std::make_shared<std::promise<T>>();
+  auto result = promise->get_future();
+  if constexpr (std::is_void_v<T>) {
+    asio::co_spawn(executor, std::move(task), [promise](std::exception_ptr error) {
+      error ? promise->set_exception(error) : promise->set_value();
+    });
+  } else {
+    asio::co_spawn(executor, std::move(task), [promise](std::exception_ptr error, T value) {
+      error ? promise->set_exception(error) : promise->set_value(std::move(value));
+    });
+  }
+  return result.get();
 }
 
 /// Waits; true if the time passed, false if the wait was cancelled.
