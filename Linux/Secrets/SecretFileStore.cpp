@@ -1,0 +1,91 @@
+#include "Linux/Secrets/SecretFileStore.h"
+
+#include <cctype>
+#include <cerrno>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+#include "Core/AtomicFile.h"
+
+namespace quillant {
+
+namespace {
+
+constexpr mode_t folderMode = 0700;
+constexpr mode_t fileMode = 0600;
+constexpr mode_t othersAccess = 0077;
+constexpr std::size_t longestSecret = std::size_t{1} << 16;
+
+[[noreturn]] void throwErrno(int number, const std::string& what) {
+  throw SecretStoreError(number, what + ": " + std::error_code(number, std::system_category()).message());
+}
+
+/// A name's text as part of a file's name: no slash, no leading dot, nothing that two texts share.
+std::string fileNamePart(const std::string& text) {
+  std::string result;
+  for (const char character : text) {
+    const bool plain = std::isalnum(static_cast<unsigned char>(character)) || character == '-';
+    result +=
+        plain ? std::string(1, character) : fmt::format("%{:02X}", static_cast<unsigned char>(character));
+  }
+  return result;
+}
+
+/// Takes away what others may do with it. Throws if it is not the user's own.
+void secure(const std::filesystem::path& path, mode_t type) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0) throwErrno(errno, path.string());
+  if ((status.st_mode & S_IFMT) != type || status.st_uid != ::geteuid())
+    throw SecretStoreError(EPERM, path.string() + " belongs to someone else");
+  if ((status.st_mode & othersAccess) != 0 &&
+      ::chmod(path.c_str(), type == S_IFDIR ? folderMode : fileMode) != 0)
+    throwErrno(errno, path.string());
+}
+
+}  // namespace
+
+bool SecretFileStore::store(const SecretName& name, const std::string& secret) const {
+  secureFolder();
+  const auto file = path(name);
+  std::error_code ignored;
+  const bool isFirst = !std::filesystem::exists(file, ignored);
+  try {
+    AtomicFile::write(file, secret, fileMode);
+  } catch (const FileError& error) {
+    throw SecretStoreError(error.code().value(), error.description());
+  }
+  return isFirst;
+}
+
+std::optional<std::string> SecretFileStore::load(const SecretName& name) const {
+  const auto file = path(name);
+  std::error_code ignored;
+  if (!std::filesystem::exists(std::filesystem::symlink_status(file, ignored))) return std::nullopt;
+  secureFolder();
+  secure(file, S_IFREG);
+  try {
+    return AtomicFile::read(file, longestSecret);
+  } catch (const FileError& error) {
+    throw SecretStoreError(error.code().value(), error.description());
+  }
+}
+
+void SecretFileStore::remove(const SecretName& name) const {
+  const auto file = path(name);
+  if (::unlink(file.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR) throwErrno(errno, file.string());
+}
+
+std::filesystem::path SecretFileStore::path(const SecretName& name) const {
+  return folder_ / (fileNamePart(name.service) + "_" + fileNamePart(name.account));
+}
+
+void SecretFileStore::secureFolder() const {
+  std::error_code error;
+  std::filesystem::create_directories(folder_.parent_path(), error);
+  if (::mkdir(folder_.c_str(), folderMode) != 0 && errno != EEXIST) throwErrno(errno, folder_.string());
+  secure(folder_, S_IFDIR);
+}
+
+}  // namespace quillant
