@@ -44,12 +44,11 @@ PicturePlacement PicturePlacement::forSource(int otherWidth, int otherHeight) co
 PixelRect PicturePlacement::delivered(const PixelRect& rect) const {
   const double scaleX = static_cast<double>(width) / sourceWidth;
   const double scaleY = static_cast<double>(height) / sourceHeight;
-  const double marginX = std::ceil(std::max(1.0, 1 / scaleX)) + 1;
-  const double marginY = std::ceil(std::max(1.0, 1 / scaleY)) + 1;
-  const int left = static_cast<int>(std::floor((rect.x - marginX) * scaleX)) & ~1;
-  const int top = static_cast<int>(std::floor((rect.y - marginY) * scaleY)) & ~1;
-  const int right = (static_cast<int>(std::ceil((rect.x + rect.width + marginX) * scaleX)) + 1) & ~1;
-  const int bottom = (static_cast<int>(std::ceil((rect.y + rect.height + marginY) * scaleY)) + 1) & ~1;
+  constexpr int margin = 1;  // what a resampled pixel's neighbours may have of it
+  const int left = static_cast<int>(std::floor((rect.x - margin) * scaleX)) & ~1;
+  const int top = static_cast<int>(std::floor((rect.y - margin) * scaleY)) & ~1;
+  const int right = (static_cast<int>(std::ceil((rect.x + rect.width + margin) * scaleX)) + 1) & ~1;
+  const int bottom = (static_cast<int>(std::ceil((rect.y + rect.height + margin) * scaleY)) + 1) & ~1;
   return PixelRects::intersection({left, top, right - left, bottom - top}, {0, 0, width, height});
 }
 

@@ -1,5 +1,7 @@
 #include "Linux/Screen/PictureReader.h"
 
+#include <utility>
+
 #include "Linux/Screen/PixelRects.h"
 #include "MediaKit/BGRAScaler.h"
 
@@ -37,26 +39,24 @@ void PictureReader::renewCopy(bool needed) {
 
 std::optional<std::vector<PixelRect>> PictureReader::read(FramePool::Slot& slot,
                                                           std::vector<PixelRect> damage) {
-  PixelRect readable = picture_.readable;
-  if (!copy_) readable = PixelRects::intersection(readable, {0, 0, placement_.width, placement_.height});
+  const PixelRect placed{0, 0, placement_.width, placement_.height};
+  const PixelRect readable = copy_ ? picture_.readable : PixelRects::intersection(picture_.readable, placed);
   const auto rects = whole_ ? std::vector{readable} : PixelRects::coalesced(std::move(damage), readable);
   if (rects.empty()) return rects;
 
-  std::vector<PixelRect> changed;
+  std::vector<PixelRect> written = rects;
+  if (copy_) {
+    for (auto& rect : written) rect = placement_.delivered(rect);
+    written = PixelRects::coalesced(std::move(written), placed);
+  }
   if (whole_)
-    changed = {pool_.bounds()};
-  else if (copy_)
-    for (const auto& rect : rects) changed.push_back(placement_.delivered(rect));
+    blacken(slot.pixels, pool_.bounds());
   else
-    changed = rects;
-  changed = PixelRects::coalesced(std::move(changed), pool_.bounds());
-
-  if (!whole_) pool_.bringUpToDate(slot, copy_ ? changed : rects);
-  if (whole_) blacken(slot.pixels, pool_.bounds());
+    pool_.bringUpToDate(slot, written);
   if (!fetch(rects, copy_ ? *copy_ : slot.pixels)) return std::nullopt;
-  if (copy_) resample(changed, slot.pixels);
-  whole_ = false;
-  return changed;
+  if (copy_) resample(written, slot.pixels);
+  if (std::exchange(whole_, false)) return std::vector{pool_.bounds()};
+  return PixelRects::coalesced(std::move(written), pool_.bounds());
 }
 
 bool PictureReader::fetch(const std::vector<PixelRect>& rects, SharedPixels& target) {
@@ -66,10 +66,9 @@ bool PictureReader::fetch(const std::vector<PixelRect>& rects, SharedPixels& tar
 }
 
 void PictureReader::resample(const std::vector<PixelRect>& rects, SharedPixels& target) const {
-  const PixelRect placed{0, 0, placement_.width, placement_.height};
   for (const auto& rect : rects)
     scaleBGRA(copy_->plane(), copy_->width(), copy_->height(), target.plane(), placement_.width,
-              placement_.height, PixelRects::intersection(rect, placed));
+              placement_.height, rect);
 }
 
 }  // namespace quillant

@@ -4,12 +4,11 @@
 #include <cstring>
 
 #include "Linux/Screen/PixelRects.h"
+#include "Tests/Support/Eventually.h"
 
 namespace quillant {
 
 namespace {
-
-constexpr auto deadline = std::chrono::seconds(20);
 
 bool isInside(const std::vector<PixelRect>& rects, int x, int y) {
   return std::ranges::any_of(rects, [&](const PixelRect& rect) {
@@ -65,61 +64,49 @@ StreamCallbacks Frames::callbacks() {
               [this](std::exception_ptr error) {
                 const std::lock_guard lock(mutex_);
                 errors_.push_back(std::move(error));
-                changed_.notify_all();
               }};
 }
 
 void Frames::take(PixelBufferRef buffer, MediaTime time) {
-  const std::lock_guard lock(mutex_);
   Grid now = gridOf(*buffer);
+  const std::lock_guard lock(mutex_);
   EXPECT_EQ(buffer->sequence, times_.size() + 1);
   if (!times_.empty()) {
     EXPECT_GT(time, times_.back());
     EXPECT_FALSE(buffer->changed.empty());
+    bool isTold = true;
     for (int y = 0; y < now.height; ++y)
       for (int x = 0; x < now.width; ++x)
-        if (now.at(x, y) != last_.at(x, y) && !isInside(buffer->changed, x, y)) {
-          ADD_FAILURE() << "frame " << buffer->sequence << " does not tell of the change at " << x << ", "
-                        << y;
-          y = now.height;
-          break;
-        }
+        isTold = isTold && (now.at(x, y) == last_.at(x, y) || isInside(buffer->changed, x, y));
+    EXPECT_TRUE(isTold) << "frame " << buffer->sequence << " does not tell all that changed";
   }
   last_ = std::move(now);
   times_.push_back(time);
-  if (!keepAll)
-    for (auto& held : buffers_) held = nullptr;
-  buffers_.push_back(std::move(buffer));
-  changed_.notify_all();
+  if (!holdAll) held_.clear();
+  held_.push_back(std::move(buffer));
 }
 
-std::size_t Frames::count() {
+PixelBufferRef Frames::newest() const {
   const std::lock_guard lock(mutex_);
-  return times_.size();
+  return held_.empty() ? nullptr : held_.back();
 }
 
 PixelBufferRef Frames::wait(std::size_t number) {
-  std::unique_lock lock(mutex_);
-  if (!changed_.wait_for(lock, deadline, [&] { return times_.size() >= number; })) {
-    ADD_FAILURE() << "frame " << number << " does not come";
-    return nullptr;
-  }
-  return buffers_[number - 1];
+  EXPECT_TRUE(eventually([&] { return count() >= number; })) << "frame " << number << " does not come";
+  return newest();
 }
 
 testing::AssertionResult Frames::waitUntilShown(const Grid& expected) {
-  std::unique_lock lock(mutex_);
   testing::AssertionResult result = testing::AssertionFailure() << "no frame came";
-  changed_.wait_for(lock, deadline, [&] {
-    if (!buffers_.empty() && buffers_.back()) result = shows(*buffers_.back(), expected);
+  eventually([&] {
+    if (const auto buffer = newest()) result = shows(*buffer, expected);
     return static_cast<bool>(result);
   });
   return result;
 }
 
 std::optional<ScreenError::Kind> Frames::waitForEnd() {
-  std::unique_lock lock(mutex_);
-  if (!changed_.wait_for(lock, deadline, [&] { return !errors_.empty(); })) return std::nullopt;
+  if (!eventually([&] { return ends() > 0; })) return std::nullopt;
   try {
     std::rethrow_exception(errors_.front());
   } catch (const ScreenError& error) {
@@ -130,17 +117,22 @@ std::optional<ScreenError::Kind> Frames::waitForEnd() {
 
 void Frames::letGo() {
   const std::lock_guard lock(mutex_);
-  for (auto& held : buffers_) held = nullptr;
+  held_.clear();
 }
 
-std::vector<MediaTime> Frames::times() {
+std::size_t Frames::count() const {
+  const std::lock_guard lock(mutex_);
+  return times_.size();
+}
+
+std::vector<MediaTime> Frames::times() const {
   const std::lock_guard lock(mutex_);
   return times_;
 }
 
-int Frames::ends() {
+std::size_t Frames::ends() const {
   const std::lock_guard lock(mutex_);
-  return static_cast<int>(errors_.size());
+  return errors_.size();
 }
 
 void ScreenFixture::SetUp() {

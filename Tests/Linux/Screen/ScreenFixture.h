@@ -10,7 +10,6 @@
 #include <mutex>
 #include <string>
 #include <vector>
-#include <xcb/composite.h>
 
 #include "CaptureEngine/ScreenService.h"
 #include "Linux/Screen/ScreenStream.h"
@@ -40,29 +39,29 @@ Grid gridOf(const PixelBuffer& buffer);
 /// Compares every pixel; a failure names the first that differs.
 testing::AssertionResult shows(const PixelBuffer& buffer, const Grid& expected);
 
-/// What a stream has delivered, and waits with a deadline for more. Every buffer is checked on arrival: what
-/// differs from the one before lies inside what it says has changed, and the stamps rise.
+/// What a stream has delivered. Every buffer is checked on arrival: what differs from the one before lies
+/// inside what it says has changed, and the stamps rise. The newest is held, and on demand all of them.
 class Frames {
  public:
   StreamCallbacks callbacks();
-  std::size_t count();
-  /// The frame of a number from 1; null, with a failure, if it does not come.
+  /// The newest frame once there are as many as `number`; null, with a failure, if it does not come.
   PixelBufferRef wait(std::size_t number);
   /// Waits until the newest frame shows `expected`.
   testing::AssertionResult waitUntilShown(const Grid& expected);
   /// Waits for the end; the kind of its error.
   std::optional<ScreenError::Kind> waitForEnd();
   void letGo();  ///< Forgets the buffers, so that they return to the pool.
-  std::vector<MediaTime> times();
-  int ends();
-  bool keepAll = true;  ///< False: only the newest buffer is held.
+  std::size_t count() const;
+  std::vector<MediaTime> times() const;
+  std::size_t ends() const;
+  std::atomic<bool> holdAll = false;
 
  private:
   void take(PixelBufferRef buffer, MediaTime time);
+  PixelBufferRef newest() const;
 
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<PixelBufferRef> buffers_;  // null once let go
+  mutable std::mutex mutex_;
+  std::vector<PixelBufferRef> held_;
   std::vector<MediaTime> times_;
   Grid last_{0, 0};
   std::vector<std::exception_ptr> errors_;
