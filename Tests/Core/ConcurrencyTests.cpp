@@ -1,3 +1,4 @@
+#include <asio/use_future.hpp>
 #include <atomic>
 #include <chrono>
 #include <future>

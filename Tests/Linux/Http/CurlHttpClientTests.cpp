@@ -1,5 +1,6 @@
 #include <asio/bind_cancellation_slot.hpp>
 #include <asio/cancellation_signal.hpp>
+#include <asio/use_future.hpp>
 #include <fmt/format.h>
 #include <fstream>
 #include <future>
