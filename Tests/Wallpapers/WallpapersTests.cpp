@@ -83,8 +83,8 @@ TEST(Ramp, MeetsItsStopsAndKeepsItsColourBetweenFarHues) {
     EXPECT_NEAR(actual.b, expected.b, tolerance);
   };
   expectNear(ramp(-1), light(0x2040FF), 1e-4f);
-  expectNear(ramp(0.2f), light(0x2040FF), 0.004f);
-  expectNear(ramp(0.8f), light(0xFFD020), 0.004f);
+  expectNear(ramp(0.1f), light(0x2040FF), 1e-4f);
+  expectNear(ramp(0.9f), light(0xFFD020), 1e-4f);
   expectNear(ramp(2), light(0xFFD020), 1e-4f);
   expectNear(ramp(0.5f), light(0x879DBC), 0.004f);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace quillant {
 
@@ -37,6 +38,7 @@ Color fromOklab(Color lab) {
 }
 
 Ramp::Ramp(std::initializer_list<Stop> stops) {
+  std::array<Color, steps + 1> labs;
   const auto* next = stops.begin();
   for (int step = 0; step <= steps; ++step) {
     const float position = static_cast<float>(step) / steps;
@@ -45,7 +47,14 @@ Ramp::Ramp(std::initializer_list<Stop> stops) {
     const Stop& from = next == stops.begin() ? to : *(next - 1);
     const float span = to.position - from.position;
     const float amount = span > 0 ? std::clamp((position - from.position) / span, 0.0f, 1.0f) : 0.0f;
-    colors_[step] = fromOklab(mix(toOklab(light(from.hex)), toOklab(light(to.hex)), amount));
+    labs[step] = mix(toOklab(light(from.hex)), toOklab(light(to.hex)), amount);
+  }
+  for (int step = 0; step <= steps; ++step) {
+    Color sum;
+    for (int offset = -rounding; offset <= rounding; ++offset)
+      sum = sum +
+            labs[std::clamp(step + offset, 0, steps)] * static_cast<float>(rounding + 1 - std::abs(offset));
+    colors_[step] = fromOklab(sum * (1.0f / ((rounding + 1) * (rounding + 1))));
   }
 }
 

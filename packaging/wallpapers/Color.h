@@ -48,6 +48,7 @@ class Ramp {
 
  private:
   static constexpr int steps = 1024;
+  static constexpr int rounding = 64;  ///< Steps on either side that a stop's corner takes.
   std::array<Color, steps + 1> colors_;
 };
 
