@@ -19,7 +19,8 @@ class AsyncStream {
     explicit State(std::function<void()> onTermination)
         : channel(backgroundExecutor(), std::numeric_limits<std::size_t>::max()),
           terminated(std::move(onTermination)) {}
-    asio::experimental::concurrent_channel<void(std::error_code, T)> channel;
+    /// Nothing stands for the end: a channel that is closed forgets what it holds.
+    asio::experimental::concurrent_channel<void(std::error_code, std::optional<T>)> channel;
     std::function<void()> terminated;
   };
 
@@ -29,7 +30,7 @@ class AsyncStream {
    public:
     void yield(T value) const { state_->channel.try_send(std::error_code(), std::move(value)); }
     /// The consumer still gets what was yielded before.
-    void finish() const { state_->channel.close(); }
+    void finish() const { state_->channel.try_send(std::error_code(), std::nullopt); }
 
    private:
     friend AsyncStream;
@@ -58,10 +59,10 @@ class AsyncStream {
   /// The next value, or nothing once the stream has ended. One call at a time.
   Task<std::optional<T>> next() {
     if (!state_) co_return std::nullopt;
-    std::error_code ended;
-    T value = co_await state_->channel.async_receive(asio::redirect_error(asio::use_awaitable, ended));
-    if (ended) co_return std::nullopt;
-    co_return std::move(value);
+    std::error_code closed;
+    auto value = co_await state_->channel.async_receive(asio::redirect_error(asio::use_awaitable, closed));
+    if (!value) state_->channel.close();
+    co_return value;
   }
 
  private:
