@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 
 #include "Core/Date.h"
 #include "Core/JSONForward.h"
@@ -12,6 +13,13 @@ namespace quillant {
 struct RecordingMarker {
   Date startedAt;
   std::int32_t pid = 0;
+
+  /// Marks a recording that this process starts now, over any marker that an earlier one has left. Throws
+  /// `FileError`.
+  static void write(const std::filesystem::path& screenVideo);
+  /// The contents of a marker's file. Throws `FileError` or `JSONError`.
+  static RecordingMarker read(const std::filesystem::path& path);
+
   friend bool operator==(const RecordingMarker&, const RecordingMarker&) = default;
 };
 

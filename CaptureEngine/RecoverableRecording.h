@@ -12,7 +12,7 @@ namespace quillant {
 /// A recording whose session did not end.
 struct RecoverableRecording {
   struct Playable {
-    double duration = 0;  ///< Seconds.
+    double duration;  ///< Seconds.
     friend bool operator==(const Playable&, const Playable&) = default;
   };
   struct Unsalvageable {
