@@ -56,7 +56,8 @@ class FragmentedMP4Writer {
   FragmentedMP4Writer(const FragmentedMP4Writer&) = delete;
   FragmentedMP4Writer& operator=(const FragmentedMP4Writer&) = delete;
 
-  /// On the queue. What comes during a pause, out of order, or too fast for the encoder is dropped. Throws
+  /// On the queue. What comes during a pause, out of order, or too fast for the encoder is dropped; the last
+  /// of these shows in `warnings()`. Throws
   /// `WriterError` if the file has failed.
   void append(PixelBufferRef pixelBuffer, MediaTime time);
   /// Any thread; never fails. Sound before the first frame, or of a track that the file lacks, is dropped.
@@ -74,7 +75,8 @@ class FragmentedMP4Writer {
   std::vector<std::string> warnings() const { return writer_.warnings(); }
 
  private:
-  bool appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
+  void startSession(MediaTime adjusted);
+  void appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
   std::optional<MediaTime> adjust(MediaTime time) const;
   Task<void> finishOnQueue();
   void appendFinalFrame();

@@ -1,0 +1,117 @@
+#include "CaptureEngine/FragmentedMP4Writer.h"
+
+#include <chrono>
+#include <utility>
+
+namespace quillant {
+
+namespace {
+
+constexpr MediaTime fragmentInterval{900, 600};
+/// A picture that is older than this counts as standing still.
+constexpr MediaTime stillAfter{9, 10};
+constexpr std::chrono::seconds heartbeatInterval{1};
+
+constexpr AudioInputSettings microphoneSettings{.channels = 1, .bitRate = 96'000};
+constexpr AudioInputSettings systemAudioSettings{.channels = 2, .bitRate = 160'000};
+
+}  // namespace
+
+FragmentedMP4Writer::WriterError::WriterError(std::exception_ptr underlying)
+    : Error("asset writer failed: " + (underlying ? describe(underlying) : "unknown error")),
+      underlying_(std::move(underlying)) {}
+
+FragmentedMP4Writer::FragmentedMP4Writer(Configuration configuration, SerialQueue& queue)
+    : configuration_(std::move(configuration)),
+      queue_(queue),
+      writer_(configuration_.outputURL, configuration_.container, fragmentInterval),
+      videoInput_(writer_.addVideo(configuration_.video)) {
+  if (configuration_.microphone) micInput_ = writer_.addAudio(microphoneSettings);
+  if (configuration_.systemAudio) systemAudioInput_ = writer_.addAudio(systemAudioSettings);
+  if (!writer_.startWriting()) throw WriterError(writer_.error());
+}
+
+FragmentedMP4Writer::~FragmentedMP4Writer() {
+  // A heartbeat that is already queued must find the writer alive.
+  queue_.sync([this] { heartbeat_.reset(); });
+}
+
+std::optional<MediaTime> FragmentedMP4Writer::adjust(MediaTime time) const {
+  return configuration_.pauseClock ? configuration_.pauseClock->adjust(time) : time;
+}
+
+void FragmentedMP4Writer::append(PixelBufferRef pixelBuffer, MediaTime time) {
+  if (finished_) return;
+  const auto adjusted = adjust(time);
+  if (!adjusted) return;
+  if (writer_.status() == AssetWriter::Status::failed) throw WriterError(writer_.error());
+  if (!sessionStartTime_.isValid()) startSession(*adjusted);
+  if (lastAppendTime_.isValid() && !(*adjusted > lastAppendTime_)) return;
+  appendNow(pixelBuffer, *adjusted);
+  // A frame that the encoder had no time for is what the screen shows now, so it is the one to repeat.
+  lastPixelBuffer_ = std::move(pixelBuffer);
+}
+
+void FragmentedMP4Writer::startSession(MediaTime adjusted) {
+  writer_.startSession(adjusted);
+  sessionStartTime_ = adjusted;
+  heartbeat_ = std::make_unique<QueueTimer>(queue_, heartbeatInterval, heartbeatInterval,
+                                            [this] { repeatIfStill(configuration_.now()); });
+}
+
+void FragmentedMP4Writer::appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted) {
+  if (writer_.append(videoInput_, pixelBuffer, adjusted)) lastAppendTime_ = adjusted;
+}
+
+void FragmentedMP4Writer::repeatIfStill(MediaTime hostTime) {
+  if (finished_ || !lastPixelBuffer_) return;
+  if (writer_.status() == AssetWriter::Status::failed) {
+    // A still screen appends nothing by which the failure would be noticed.
+    if (configuration_.onFailure)
+      configuration_.onFailure(std::make_exception_ptr(WriterError(writer_.error())));
+    return;
+  }
+  const auto adjusted = adjust(hostTime);
+  if (adjusted && *adjusted - lastAppendTime_ > stillAfter) appendNow(lastPixelBuffer_, *adjusted);
+}
+
+void FragmentedMP4Writer::appendAudio(AudioBuffer buffer, SoundTrack track) {
+  queue_.async([this, buffer = std::move(buffer), track]() mutable {
+    const auto input = track == SoundTrack::microphone ? micInput_ : systemAudioInput_;
+    if (!input || finished_ || !sessionStartTime_.isValid()) return;
+    const auto adjusted = adjust(buffer.time);
+    if (!adjusted) return;
+    buffer.time = *adjusted;
+    writer_.append(*input, std::move(buffer));
+  });
+}
+
+MediaTime FragmentedMP4Writer::sessionStartTime() {
+  return queue_.sync([this] { return sessionStartTime_; });
+}
+
+Task<void> FragmentedMP4Writer::finish() {
+  return runOn(queue_.executor(), finishOnQueue());
+}
+
+Task<void> FragmentedMP4Writer::finishOnQueue() {
+  if (finished_) co_return;
+  finished_ = true;
+  heartbeat_.reset();
+  appendFinalFrame();
+  if (writer_.status() != AssetWriter::Status::writing) throw WriterError(writer_.error());
+  writer_.markAsFinished(videoInput_);
+  if (micInput_) writer_.markAsFinished(*micInput_);
+  if (systemAudioInput_) writer_.markAsFinished(*systemAudioInput_);
+  co_await writer_.finishWriting();
+  if (writer_.status() == AssetWriter::Status::failed) throw WriterError(writer_.error());
+}
+
+void FragmentedMP4Writer::appendFinalFrame() {
+  // The file reaches to the moment of the stop, not to that of the last change on screen.
+  const auto lastPicture = std::exchange(lastPixelBuffer_, nullptr);
+  const auto adjusted = adjust(configuration_.now());
+  if (lastPicture && adjusted && *adjusted > lastAppendTime_) appendNow(lastPicture, *adjusted);
+}
+
+}  // namespace quillant
