@@ -18,7 +18,7 @@ struct CaptureServices {
   WindowFrameProbe* windowFrames = nullptr;  ///< Absent: a window counts as standing still.
   SoundService* sound = nullptr;    ///< Absent: asking for the microphone or system audio is refused.
   CameraService* camera = nullptr;  ///< Absent: asking for the camera is refused.
-  /// Reads the pointer; absent: no cursor telemetry is recorded, and a warning says so.
+  /// Reads the pointer; any thread. Required for telemetry.
   std::function<CursorTrack::Snapshot()> pointer;
   /// Absent, or giving none: the buttons are polled.
   std::function<std::unique_ptr<ClickEventSource>()> makeClickEvents;

@@ -111,7 +111,11 @@ class RecordingCoordinator : public std::enable_shared_from_this<RecordingCoordi
   std::shared_ptr<SessionCapturing> activeCapturer() const;
   void setState(State state);
   Task<Outcome> runSession(Request request);
-  Task<void> endAtLimit(double duration, std::uint64_t session);
+  FailureCallback failureCallback();
+  void sessionFailed(std::uint64_t session, std::exception_ptr error);
+  static Task<void> finishHolding(std::shared_ptr<RecordingCoordinator> self, std::exception_ptr failure);
+  static Task<void> endAtLimit(std::shared_ptr<RecordingCoordinator> self, double duration,
+                               std::uint64_t session);
   Task<void> finish(std::exception_ptr failure);
   Outcome outcome(std::exception_ptr failure, SessionCapturing::Finalized finalized) const;
   Task<void> discardSession();
@@ -123,9 +127,10 @@ class RecordingCoordinator : public std::enable_shared_from_this<RecordingCoordi
   const Environment environment_;
   const Executor strand_ = makeStrand();
   State state_ = Idle{};
-  bool starting_ = false;
+  bool starting_ = false;  // a capturer is being made and started; the phase is still idle
+  std::exception_ptr failureWhileStarting_;
   bool discarding_ = false;
-  std::uint64_t session_ = 0;  // counts ended sessions, so that a limit never ends a later one
+  std::uint64_t session_ = 0;  // rises with every start and end: what belongs to one never ends another
   std::optional<Continuation<Outcome>> finishContinuation_;
   MediaTime recordingStartHost_ = MediaTime::invalid();
   std::map<UUID, AsyncStream<Phase>::Source> phaseObservers_;

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <mutex>
+
+#include "MediaKit/AudioBuffer.h"
+
+namespace quillant {
+
+/// Remembers how loud a microphone was, so that a silent recording can be told. Safe on any thread.
+class AudioLevelMeter {
+ public:
+  struct Reading {
+    float peak = 0;  ///< Linear, full scale at 1.
+    int bufferCount = 0;
+  };
+
+  void add(const AudioBuffer& buffer);
+  Reading reading() const;
+
+ private:
+  mutable std::mutex lock_;
+  Reading reading_;
+};
+
+}  // namespace quillant

@@ -1,0 +1,61 @@
+#include "CaptureEngine/CaptureTarget.h"
+
+#include <algorithm>
+
+#include "CaptureEngine/AreaCaptureMapper.h"
+#include "CaptureEngine/CaptureError.h"
+#include "CaptureEngine/OutputDimensions.h"
+#include "CaptureEngine/WindowCaptureMapper.h"
+
+namespace quillant {
+
+namespace {
+
+const DisplayInfo& pickDisplay(std::optional<std::uint32_t> requested,
+                               const std::vector<DisplayInfo>& displays) {
+  const auto found = std::find_if(displays.begin(), displays.end(), [&](const DisplayInfo& display) {
+    return requested ? display.id == *requested : display.isMain;
+  });
+  if (found != displays.end()) return *found;
+  if (!requested && !displays.empty()) return displays.front();
+  CaptureError::DisplayNotFound problem{.requested = requested, .available = {}};
+  for (const auto& display : displays) problem.available.push_back(display.id);
+  throw CaptureError(problem);
+}
+
+Rect windowFrame(std::uint32_t id, const std::vector<WindowInfo>& windows, WindowFrameProbe* probe) {
+  const auto found =
+      std::find_if(windows.begin(), windows.end(), [&](const WindowInfo& window) { return window.id == id; });
+  if (found == windows.end()) throw CaptureError(CaptureError::WindowNotFound{id});
+  const auto current = probe ? probe->frame(id) : std::nullopt;
+  return current.value_or(found->frame);
+}
+
+}  // namespace
+
+CaptureTarget CaptureTarget::resolve(const CaptureOptions& options, const ShareableContent& content,
+                                     WindowFrameProbe* windowFrames) {
+  const auto& display = pickDisplay(options.displayID, content.displays);
+  if (options.windowID) {
+    const auto frame = windowFrame(*options.windowID, content.windows, windowFrames);
+    const auto geometry = WindowCaptureMapper::geometry(
+        frame, AreaCaptureMapper::backingScale(frame, content.displays), options.resolution);
+    return {display.id,           options.windowID,     std::nullopt, geometry.telemetryRegion,
+            geometry.outputWidth, geometry.outputHeight};
+  }
+  if (options.area) {
+    const auto geometry =
+        AreaCaptureMapper::geometry(*options.area, display.id, options.resolution, content.displays);
+    if (!geometry) throw CaptureError(CaptureError::AreaDisplayUnavailable{display.id});
+    return {display.id,
+            std::nullopt,
+            geometry->sourceRect,
+            geometry->telemetryRegion,
+            geometry->outputWidth,
+            geometry->outputHeight};
+  }
+  const auto size = outputDimensions(options.resolution, display.pixelWidth, display.pixelHeight);
+  return {display.id, std::nullopt, std::nullopt, display.frame, size.width, size.height};
+}
+
+}  // namespace quillant

@@ -1,0 +1,273 @@
+#include "CaptureEngine/ScreenCapturer.h"
+
+#include <cmath>
+#include <fmt/format.h>
+#include <utility>
+
+#include "CaptureEngine/CaptureError.h"
+#include "CaptureEngine/FacecamError.h"
+#include "CaptureEngine/MicError.h"
+#include "CaptureEngine/RecordingFiles.h"
+#include "CaptureEngine/RecordingMarker.h"
+#include "CaptureEngine/RecoveryService.h"
+#include "CaptureEngine/SystemAudioError.h"
+#include "CaptureEngine/Telemetry/CursorTelemetryCodec.h"
+#include "Core/AtomicFile.h"
+#include "Core/HostClock.h"
+#include "MediaKit/AssetProbe.h"
+
+namespace quillant {
+
+namespace {
+
+/// A microphone that never gets louder than this, about -50 dBFS, is taken for muted.
+constexpr float quietestPeak = 0.0032F;
+
+void refuseToOverwrite(const CaptureOptions& options) {
+  std::vector<std::filesystem::path> targets{options.outputURL};
+  if (options.facecam) targets.push_back(RecordingFiles::facecam(options.outputURL));
+  if (options.telemetry) targets.push_back(RecordingFiles::cursorTelemetry(options.outputURL));
+  for (const auto& target : targets) {
+    std::error_code ignored;
+    // A link that leads nowhere is in the way as well.
+    if (std::filesystem::exists(std::filesystem::symlink_status(target, ignored)))
+      throw CaptureError(CaptureError::OutputExists{target});
+  }
+}
+
+Task<void> requestMicrophone(SoundService* sound) {
+  if (!sound) throw MicError(MicError::Kind::noMicrophone);
+  const bool isAllowed = co_await sound->requestMicrophoneAccess();
+  if (!isAllowed) throw MicError(MicError::Kind::permissionDenied);
+}
+
+Task<void> requestCamera(CameraService* camera) {
+  if (!camera) throw FacecamError(FacecamError::Kind::noCamera);
+  const bool isAllowed = co_await camera->requestAccess();
+  if (!isAllowed) throw FacecamError(FacecamError::Kind::permissionDenied);
+}
+
+ShareableContent shareableContent(ScreenService& screen) {
+  try {
+    return screen.content();
+  } catch (const ScreenError& error) {
+    throw CaptureError(CaptureError::PermissionDenied{error.description()});
+  }
+}
+
+bool carriesSound(const std::filesystem::path& video) {
+  try {
+    return !AssetProbe::probe(video).tracksOfKind(MediaTrack::Kind::audio).empty();
+  } catch (const Error&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+Task<std::unique_ptr<ScreenCapturer>> ScreenCapturer::make(CaptureServices services, CaptureOptions options,
+                                                           FailureCallback onFailure) {
+  // A strand of its own: what the services and the disk take their time for holds nobody else up.
+  return runOn(makeStrand(), makeChecked(std::move(services), std::move(options), std::move(onFailure)));
+}
+
+Task<std::unique_ptr<ScreenCapturer>> ScreenCapturer::makeChecked(CaptureServices services,
+                                                                  CaptureOptions options,
+                                                                  FailureCallback onFailure) {
+  refuseToOverwrite(options);
+  if (options.mic) co_await requestMicrophone(services.sound);
+  if (options.systemAudio && !services.sound) throw SystemAudioError("there is no sound server");
+  if (options.facecam) co_await requestCamera(services.camera);
+  const auto content = shareableContent(*services.screen);
+  auto target = CaptureTarget::resolve(options, content, services.windowFrames);
+  std::unique_ptr<ScreenCapturer> capturer(
+      new ScreenCapturer(std::move(services), std::move(options), target, std::move(onFailure)));
+  capturer->createFilesAndSources();
+  co_return capturer;
+}
+
+ScreenCapturer::ScreenCapturer(CaptureServices services, CaptureOptions options, CaptureTarget target,
+                               FailureCallback onFailure)
+    : services_(std::move(services)),
+      options_(std::move(options)),
+      target_(target),
+      onFailure_(std::move(onFailure)) {}
+
+void ScreenCapturer::createFilesAndSources() {
+  if (options_.mic) micMeter_.emplace();
+  makeWriter();
+  makeStream();
+  makeSound();
+  makeFacecam();
+  makeTelemetryRecorder();
+  // Last, once every file exists; nothing records without it.
+  RecordingMarker::write(options_.outputURL);
+}
+
+void ScreenCapturer::makeWriter() {
+  writer_ = std::make_unique<FragmentedMP4Writer>(
+      FragmentedMP4Writer::Configuration{
+          .outputURL = options_.outputURL,
+          .container = MediaContainer::mp4,
+          .video = {.width = target_.width,
+                    .height = target_.height,
+                    .expectedFrameRate = options_.effectiveFrameRate(),
+                    .color = ColorTagging::p3D65Rec709},
+          .microphone = options_.mic,
+          .systemAudio = options_.systemAudio,
+          .pauseClock = pauseClock_,
+          .now = HostClock::now,
+          .onFailure = [this](std::exception_ptr error) { reportFailure(std::move(error)); }},
+      sampleQueue_);
+}
+
+void ScreenCapturer::makeStream() {
+  const StreamConfiguration configuration{.displayID = target_.displayID,
+                                          .windowID = target_.windowID,
+                                          .sourceRect = target_.sourceRect,
+                                          .width = target_.width,
+                                          .height = target_.height,
+                                          .minimumFrameInterval = options_.minimumFrameInterval()};
+  control_ = services_.screen->makeStream(
+      configuration, sampleQueue_,
+      {.onFrame = [this](PixelBufferRef pixelBuffer,
+                         MediaTime time) { receiveFrame(std::move(pixelBuffer), time); },
+       .onStopped = [this](std::exception_ptr error) { reportFailure(std::move(error)); }});
+}
+
+void ScreenCapturer::makeSound() {
+  if (options_.systemAudio)
+    systemAudio_ = services_.sound->makeSystemAudio([this](AudioBuffer buffer) {
+      writer_->appendAudio(std::move(buffer), FragmentedMP4Writer::SoundTrack::systemAudio);
+    });
+  if (options_.mic)
+    micCapture_ = services_.sound->makeMicrophone(
+        options_.micDeviceID, [this](AudioBuffer buffer) { receiveMicrophone(std::move(buffer)); });
+}
+
+void ScreenCapturer::makeFacecam() {
+  if (!options_.facecam) return;
+  facecamCapture_ =
+      services_.camera->makeFacecam(RecordingFiles::facecam(options_.outputURL), pauseClock_,
+                                    [this](std::exception_ptr error) { reportFailure(std::move(error)); });
+}
+
+void ScreenCapturer::makeTelemetryRecorder() {
+  if (!options_.telemetry) return;
+  CursorTelemetryRecorder::Configuration configuration{
+      .region = target_.telemetryRegion, .source = services_.pointer, .pauseClock = pauseClock_};
+  if (target_.windowID && services_.windowFrames)
+    configuration.liveRegion = [probe = services_.windowFrames, window = *target_.windowID,
+                                atStart = target_.telemetryRegion] {
+      return probe->frame(window).value_or(atStart);
+    };
+  telemetryRecorder_ = std::make_unique<CursorTelemetryRecorder>(
+      std::move(configuration), services_.makeClickEvents ? services_.makeClickEvents() : nullptr);
+}
+
+Task<void> ScreenCapturer::start() {
+  co_await control_->startCapture();
+  if (systemAudio_) systemAudio_->start();
+  if (micCapture_) micCapture_->start();
+  if (facecamCapture_) facecamCapture_->start();
+  if (telemetryRecorder_) telemetryRecorder_->start();
+}
+
+void ScreenCapturer::receiveFrame(PixelBufferRef pixelBuffer, MediaTime time) {
+  try {
+    writer_->append(std::move(pixelBuffer), time);
+  } catch (const Error&) {
+    reportFailure(std::current_exception());
+  }
+}
+
+void ScreenCapturer::receiveMicrophone(AudioBuffer buffer) {
+  micMeter_->add(buffer);
+  writer_->appendAudio(std::move(buffer), FragmentedMP4Writer::SoundTrack::microphone);
+}
+
+void ScreenCapturer::reportFailure(std::exception_ptr error) {
+  sampleQueue_.async([this, error = std::move(error)] {
+    if (!std::exchange(failed_, true)) onFailure_(error);
+  });
+}
+
+Task<SessionCapturing::Finalized> ScreenCapturer::stopAndFinalize() {
+  return runOn(makeStrand(), finalize());
+}
+
+Task<SessionCapturing::Finalized> ScreenCapturer::finalize() {
+  if (telemetryRecorder_) telemetryRecorder_->stop();
+  if (micCapture_) micCapture_->stop();
+  if (facecamCapture_) facecamCapture_->stop();
+
+  Finalized finalized;
+  auto& artifacts = finalized.artifacts;
+  artifacts.screenVideo = options_.outputURL;
+  try {
+    co_await control_->stopCapture();
+  } catch (const Error&) {
+    finalized.stopError = std::current_exception();
+  }
+  if (systemAudio_) systemAudio_->stop();
+  try {
+    co_await writer_->finish();
+  } catch (const Error&) {
+    if (!finalized.stopError) finalized.stopError = std::current_exception();
+  }
+  for (auto& warning : writer_->warnings()) artifacts.warnings.push_back(std::move(warning));
+
+  if (facecamCapture_) co_await finishFacecam(artifacts);
+  if (telemetryRecorder_) writeTelemetry(artifacts);
+  if (options_.mic) {
+    checkMicrophone(artifacts.warnings);
+    if (!carriesSound(options_.outputURL))
+      artifacts.warnings.emplace_back("microphone was enabled but the recording carries no audio track");
+  }
+  if (artifacts.cursorTelemetry) artifacts.clickDiagnostics = telemetryRecorder_->clickDiagnostics();
+  RecoveryService::removeMarker(options_.outputURL);
+  co_return finalized;
+}
+
+Task<void> ScreenCapturer::finishFacecam(RecordingArtifacts& artifacts) {
+  try {
+    co_await facecamCapture_->finish();
+  } catch (const Error& error) {
+    artifacts.warnings.push_back("facecam finalize failed: " + error.description());
+    co_return;
+  }
+  for (auto& warning : facecamCapture_->warnings()) artifacts.warnings.push_back(std::move(warning));
+  if (facecamCapture_->frameCount() == 0) {
+    artifacts.warnings.emplace_back("facecam produced no frames — camera stream never delivered");
+    co_return;
+  }
+  artifacts.facecam = RecordingFiles::facecam(options_.outputURL);
+  const auto offset = facecamCapture_->startTime() - writer_->sessionStartTime();
+  if (offset.isValid()) artifacts.facecamOffsetMs = offset.converted(1000).value;
+}
+
+void ScreenCapturer::writeTelemetry(RecordingArtifacts& artifacts) {
+  const auto videoStart = writer_->sessionStartTime();
+  if (!videoStart.isValid()) {
+    artifacts.warnings.emplace_back("no video frames captured — cursor telemetry not written");
+    return;
+  }
+  const auto path = RecordingFiles::cursorTelemetry(options_.outputURL);
+  try {
+    AtomicFile::write(path, CursorTelemetryCodec::encode(telemetryRecorder_->payload(videoStart)));
+    artifacts.cursorTelemetry = path;
+  } catch (const Error& error) {
+    artifacts.warnings.push_back("cursor telemetry write failed: " + error.description());
+  }
+}
+
+void ScreenCapturer::checkMicrophone(std::vector<std::string>& warnings) const {
+  const auto level = micMeter_->reading();
+  if (level.bufferCount == 0)
+    warnings.emplace_back("microphone produced no audio — check input device");
+  else if (level.peak < quietestPeak)
+    warnings.push_back(fmt::format("no microphone signal detected (peak {:.1f} dBFS) — mic may be muted",
+                                   20 * std::log10(static_cast<double>(level.peak))));
+}
+
+}  // namespace quillant
