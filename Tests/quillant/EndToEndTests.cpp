@@ -1,0 +1,128 @@
+#include <cmath>
+#include <gmock/gmock.h>
+#include <sys/mount.h>
+#include <thread>
+
+#include "Tests/Support/ChildProcess.h"
+#include "Tests/Support/Media/DecodedMedia.h"
+#include "Tests/Support/TemporaryFolder.h"
+#include "Tests/Support/VirtualDisplay.h"
+#include "Tests/quillant/QuillantRun.h"
+
+namespace quillant {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The real program on a real X server with a window that moves.
+class EndToEndTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!VirtualDisplay::isAvailable()) GTEST_SKIP() << "no Xvfb";
+    display.emplace(640, 480);
+  }
+  void move(const char* mode = "region") {
+    animation.emplace(std::vector<std::string>{QUILLANT_ANIMATION, mode},
+                      ChildProcess::Environment{{"DISPLAY", display->name()}});
+  }
+  QuillantRun record(const std::string& seconds, const std::vector<std::string>& more = {}) const {
+    std::vector<std::string> words{"record", "--duration", seconds, "--output", video};
+    words.insert(words.end(), more.begin(), more.end());
+    return QuillantRun(words, display->name());
+  }
+  /// The one number in what `recover` prints for a playable orphan; absent for any other.
+  std::optional<double> recoverableSeconds(std::string& output) const {
+    output = QuillantRun({"recover", "--dir", folder.path().string()}).wait().output;
+    const auto separator = output.find(" — playable, ");
+    if (!output.starts_with("quillant: recoverable " + video + " started ") || separator == std::string::npos)
+      return std::nullopt;
+    return std::strtod(output.c_str() + separator + std::string(" — playable, ").size(), nullptr);
+  }
+
+  TemporaryFolder folder;
+  std::string video = (folder / "x.mp4").string();
+  std::optional<VirtualDisplay> display;
+  std::optional<ChildProcess> animation;
+};
+
+TEST_F(EndToEndTest, RecordsForTheDurationAndLeavesOutAPause) {
+  move();
+  const auto result = record("4", {"--pause-after", "1", "--pause-duration", "1.5"}).wait();
+  EXPECT_EQ(result.exitCode, 0);
+  // A machine that is too busy for the encoder adds a warning.
+  EXPECT_THAT(result.errors, testing::StartsWith("quillant: paused at 1s for 1.5s\nquillant: resumed\n"));
+  EXPECT_EQ(result.output, "quillant: recorded " + video + "\nquillant: telemetry " +
+                               (folder / "x.cursor.json").string() +
+                               "\nquillant: clicks from system events; 0 shorter than one sample gap\n");
+  const auto media = DecodedMedia::decode(video);
+  EXPECT_THAT(media.errors, testing::IsEmpty());
+  ASSERT_GT(media.frames.size(), 20U);
+  EXPECT_NEAR(media.duration.seconds(), 2.5, 0.5);
+  for (std::size_t index = 1; index < media.frames.size(); ++index)
+    EXPECT_LT((media.frames[index].time - media.frames[index - 1].time).seconds(), 1.2);
+  EXPECT_FALSE(fs::exists(folder / "x.recording"));
+}
+
+TEST_F(EndToEndTest, EndsAtTheDurationAlsoWhilePaused) {
+  const auto result =
+      record("1.5", {"--no-telemetry", "--pause-after", "0.7", "--pause-duration", "1e300"}).wait();
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.errors, "quillant: paused at 0.7s for 1e+300s\n");
+  EXPECT_EQ(result.output, "quillant: recorded " + video + "\n");
+}
+
+TEST_F(EndToEndTest, LeavesWhatPlaysWheneverItIsKilled) {
+  move();
+  for (const double moment : {0.05, 0.6, 1.8, 3.3}) {
+    auto recording = record("60");
+    std::this_thread::sleep_for(std::chrono::duration<double>(moment));
+    recording.kill();
+    recording.wait();
+
+    std::string line;
+    if (const auto seconds = recoverableSeconds(line)) {
+      EXPECT_LE(*seconds, moment + 0.1);
+      EXPECT_GE(*seconds, moment - 2.5);
+      EXPECT_THAT(DecodedMedia::decode(video).errors, testing::IsEmpty()) << moment;
+    } else {
+      EXPECT_LT(moment, 2.5) << line;
+      EXPECT_THAT(line, testing::AnyOf("quillant: no orphaned recordings found\n",
+                                       testing::HasSubstr(" — unreadable partial — "),
+                                       testing::HasSubstr(" — no video track in the partial\n")));
+    }
+    for (const auto& entry : fs::directory_iterator(folder.path())) fs::remove(entry.path());
+  }
+}
+
+TEST_F(EndToEndTest, EndsOnAFullDiskAndKeepsWhatWasWritten) {
+  if (::mount("none", folder.path().c_str(), "tmpfs", 0, "size=2m") != 0)
+    GTEST_SKIP() << "only root can mount a small disk";
+  move("noise");
+  const auto result = record("60", {"--no-telemetry"}).wait();
+  EXPECT_EQ(result.exitCode, 70);
+  EXPECT_EQ(result.output, "quillant: partial salvaged at " + video + "\n");
+  EXPECT_THAT(
+      result.errors,
+      testing::StartsWith("quillant: recording failed mid-capture: asset writer failed: could not write " +
+                          video + ": No space left on device\n"));
+  const auto media = DecodedMedia::decode(video);
+  EXPECT_GT(media.frames.size(), 1U);
+  EXPECT_THAT(media.errors, testing::IsEmpty());
+  ::umount2(folder.path().c_str(), MNT_DETACH);
+}
+
+TEST_F(EndToEndTest, EndsWhenTheServerGoesAway) {
+  move();
+  auto recording = record("60");
+  std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+  display->kill();
+  const auto result = recording.wait();
+  EXPECT_EQ(result.exitCode, 70);
+  EXPECT_THAT(result.errors, testing::StartsWith("quillant: recording failed mid-capture: "));
+  EXPECT_THAT(DecodedMedia::decode(video).errors, testing::IsEmpty());
+}
+
+}  // namespace
+
+}  // namespace quillant

@@ -1,0 +1,112 @@
+#include <fstream>
+#include <gmock/gmock.h>
+
+#include "Tests/Support/TemporaryFolder.h"
+#include "Tests/quillant/QuillantRun.h"
+#include "quillant/HeadlessCLI.h"
+
+namespace quillant {
+
+namespace {
+
+QuillantRun::Result quillantWith(const std::vector<std::string>& words) {
+  return QuillantRun(words).wait();
+}
+
+/// What the program says as a user sees it, the streams kept apart.
+TEST(ProgramTest, AnswersWordsItCannotActOn) {
+  const std::string usage =
+      "usage: quillant record --duration <seconds> --output <path.mp4> [--mic] [--mic-device <uniqueID>] "
+      "[--system-audio] [--facecam] [--no-telemetry] [--display <displayID>] [--pause-after <s> "
+      "--pause-duration "
+      "<s>]\n       quillant recover --dir <directory>\n";
+  const std::string requiresDir = "quillant: recover requires --dir <directory>\n";
+  struct Case {
+    std::vector<std::string> words;
+    int exitCode;
+    std::string errors;
+  };
+  std::vector<Case> cases{
+      {{"record"}, 64, "quillant: missing required option --duration\n" + usage},
+      {{"record", "--duration"}, 64, "quillant: missing required option --duration <value>\n" + usage},
+      {{"record", "--duration", "0", "--output", "x.mp4"},
+       64,
+       "quillant: invalid value '0' for --duration\n" + usage},
+      {{"record", "--duration", "5"}, 64, "quillant: missing required option --output\n" + usage},
+      {{"record", "record"}, 64, "quillant: unknown option record\n" + usage},
+      {{"recover"}, 64, requiresDir + usage},
+      {{"recover", "--dir"}, 64, requiresDir + usage},
+      {{"recover", "x", "y"}, 64, requiresDir + usage},
+      {{}, 70, "quillant: the desktop application is not available in this build; see quillant --help\n"},
+      {{"foo"},
+       70,
+       "quillant: the desktop application is not available in this build; see quillant --help\n"},
+  };
+  for (const std::string word : {"render-popover", "render-onboarding", "render-settings", "render-library",
+                                 "author-e1-fixture", "render-editor", "open-editor", "verify-display",
+                                 "verify-area", "area-overlay", "facecam-contention", "facecam-bubble-proof"})
+    cases.push_back({{word, "--verify"}, 70, "quillant: " + word + " is not available in this build\n"});
+  for (const auto& [words, exitCode, errors] : cases) {
+    const auto result = quillantWith(words);
+    EXPECT_EQ(result.exitCode, exitCode) << testing::PrintToString(words);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.errors, errors);
+  }
+}
+
+TEST(ProgramTest, HelpsOnStandardOutput) {
+  for (const char* word : {"--help", "-h"}) {
+    const auto help = quillantWith({word});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_THAT(help.output, testing::StartsWith(HeadlessCLI::usage));
+    EXPECT_EQ(help.errors, "");
+  }
+  const auto version = quillantWith({"--version"});
+  EXPECT_EQ(version.exitCode, 0);
+  EXPECT_THAT(version.output, testing::MatchesRegex("quillant [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(ProgramTest, CannotRecordWithoutADisplayAndLeavesNothing) {
+  const TemporaryFolder folder;
+  const auto video = (folder / "x.mp4").string();
+  auto result = quillantWith({"record", "--duration", "5", "--output", video});
+  EXPECT_EQ(result.exitCode, 77);
+  EXPECT_EQ(result.output, "");
+  EXPECT_THAT(
+      result.errors,
+      testing::StartsWith("quillant: could not start recording: cannot enumerate displays — Screen Recording "
+                          "permission is likely missing for this process's responsible app (System "
+                          "Settings → Privacy & Security → Screen Recording): "));
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+
+  std::ofstream(video) << "precious";
+  result = quillantWith({"record", "--duration", "5", "--output", video});
+  EXPECT_EQ(result.exitCode, 77);
+  EXPECT_EQ(result.errors, "quillant: could not start recording: output file already exists: " + video +
+                               " — refusing to overwrite (never lose a recording)\n");
+}
+
+TEST(ProgramTest, ListsOrphansAndTouchesNothing) {
+  const TemporaryFolder folder;
+  const auto recover = [&] { return quillantWith({"recover", "--dir", folder.path().string(), "ignored"}); };
+  EXPECT_EQ(recover().output, "quillant: no orphaned recordings found\n");
+  std::ofstream(folder / "a.recording") << R"({"startedAt": 0, "pid": 1})";
+  std::ofstream(folder / "b.recording");
+  std::ofstream(folder / "b.mp4") << "torn";
+  for (int sweep = 0; sweep < 2; ++sweep) {
+    const auto result = recover();
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(
+        result.output,
+        "quillant: unrecoverable " + (folder / "a.mp4").string() +
+            " started 2001-01-01 00:00:00 +0000 — recording file is missing\nquillant: unrecoverable " +
+            (folder / "b.mp4").string() +
+            " — unreadable partial — the recording died before the first fragment flush (~2s), so nothing "
+            "playable reached disk\n");
+  }
+}
+
+}  // namespace
+
+}  // namespace quillant

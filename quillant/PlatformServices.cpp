@@ -1,0 +1,14 @@
+#include "quillant/PlatformServices.h"
+
+#include "Linux/Input/X11ClickEventSource.h"
+
+namespace quillant {
+
+CaptureServices PlatformServices::captureServices() {
+  return {.screen = &screen_,
+          .windowFrames = &windowFrames_,
+          .pointer = [this] { return pointer_.read(); },
+          .makeClickEvents = [] { return makeX11ClickEventSource(); }};
+}
+
+}  // namespace quillant

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "CaptureEngine/CaptureServices.h"
+#include "Linux/Input/X11Pointer.h"
+#include "Linux/Input/X11WindowFrameProbe.h"
+#include "Linux/Screen/X11ScreenService.h"
+
+namespace quillant {
+
+/// The one place that chooses the platform. Nothing is opened before it is used.
+class PlatformServices {
+ public:
+  /// Valid as long as this object.
+  CaptureServices captureServices();
+
+ private:
+  X11ScreenService screen_;
+  X11WindowFrameProbe windowFrames_;
+  X11Pointer pointer_;
+};
+
+}  // namespace quillant
