@@ -5,6 +5,7 @@
 
 #include "Core/Error.h"
 #include "MediaKit/AssetProbe.h"
+#include "MediaKit/FrameGrabber.h"
 
 namespace quillant::RecoveryPromptBuilder {
 
@@ -42,6 +43,14 @@ std::optional<Size> pixelSize(const std::filesystem::path& url) {
     return tracks.empty() ? std::nullopt : std::optional(tracks.front().naturalSize);
   } catch (const Error&) {
     return std::nullopt;
+  }
+}
+
+PixelBufferRef defaultPoster(const std::filesystem::path& url) {
+  try {
+    return FrameGrabber::grab(url, MediaTime{1, 1}, {.toleranceAfter = MediaTime{2, 1}}).picture;
+  } catch (const Error&) {
+    return nullptr;
   }
 }
 

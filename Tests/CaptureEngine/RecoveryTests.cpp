@@ -122,8 +122,7 @@ TEST_F(RecoveryTest, OffersThePlayableOnesAndDeletesOnlyWhatWasConfirmed) {
     mark((std::string(stem) + ".recording").c_str(), stem[0]);
   }
   mark("gone.recording", 0);
-  const auto items = runBlocking(RecoveryPromptBuilder::items(
-      runBlocking(service.sweep()), [](const fs::path&) { return StampedFrames::moving(128, 48, 0); }));
+  const auto items = runBlocking(RecoveryPromptBuilder::items(runBlocking(service.sweep())));
   ASSERT_EQ(items.size(), 3U);
   EXPECT_EQ(items[0].recording.screenVideo, folder / "c.mp4");
   EXPECT_EQ(items[0].startedAt, Date{'c'});
@@ -134,6 +133,8 @@ TEST_F(RecoveryTest, OffersThePlayableOnesAndDeletesOnlyWhatWasConfirmed) {
   EXPECT_EQ(items[0].poster->width, 128);
   EXPECT_EQ(RecoveryPromptBuilder::fileSize(folder / "none"), std::nullopt);
   EXPECT_EQ(RecoveryPromptBuilder::pixelSize(folder / "gone.recording"), std::nullopt);
+
+  EXPECT_EQ(RecoveryPromptBuilder::defaultPoster(folder / "gone.recording"), nullptr);
 
   using RecoveryResolution::Confirmation;
   const auto orphans = [&] { return runBlocking(service.sweep()).size(); };
