@@ -118,7 +118,7 @@ void WriterPipeline::releaseStalePictures(Clock::time_point now) {
   for (std::size_t i = 0; i < video_.size(); ++i) {
     const auto& track = video_[i];
     const std::chrono::duration<double> frame(double(track.frameTicks) / H264Encoder::timescale);
-    if (track.held && now - track.lastArrival > 2 * frame) writeHeld(i, track.frameTicks);
+    if (track.held && now - track.lastArrival > 2 * frame) writeHeld(i, 1);
   }
 }
 

@@ -1,43 +1,239 @@
+#include "MediaKit/AssetWriter.h"
+
+#include <algorithm>
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
+#include "Core/AtomicFile.h"
 #include "Core/Error.h"
 #include "MediaKit/AssetProbe.h"
-#include "MediaKit/AssetWriter.h"
+#include "MediaKit/EncoderPicture.h"
+#include "MediaKit/MediaError.h"
+#include "Tests/Support/Eventually.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/StampedFrames.h"
+#include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace quillant {
 namespace {
 
-TEST(AssetWriter, WritesPicturesAndSoundAtTheTimesTheyWereGiven) {
-  TemporaryFolder folder;
-  const auto path = folder / "a.mp4";
-  AssetWriter writer(path, MediaContainer::mp4, {900, 600});
-  const auto video = writer.addVideo({320, 180, 30, ColorTagging::p3D65Rec709});
-  const auto mic = writer.addAudio({1, 96'000});
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// The types of the boxes at the top of a file.
+std::vector<std::string> boxesOf(const std::filesystem::path& path) {
+  const auto bytes = AtomicFile::read(path);
+  std::vector<std::string> types;
+  for (std::size_t at = 0; at + 16 <= bytes.size();) {
+    const auto number = [&](std::size_t from, std::size_t count) {
+      std::uint64_t value = 0;
+      for (std::size_t i = 0; i < count; ++i) value = value << 8 | std::uint8_t(bytes[from + i]);
+      return value;
+    };
+    types.push_back(bytes.substr(at + 4, 4));
+    const auto size = number(at, 4);
+    at += size == 1 ? number(at + 8, 8) : std::max<std::uint64_t>(size, 8);
+  }
+  return types;
+}
+
+TEST(AssetWriter, FinishesToAnOrdinaryFileWithExactTimes) {
+  const TemporaryFolder folder;
+  for (const auto container : {MediaContainer::mp4, MediaContainer::quickTime}) {
+    const auto path = folder / (container == MediaContainer::mp4 ? "a.mp4" : "a.mov");
+    TestRecording{.frames = 75, .container = container, .audioChannels = {1, 2}}.write(path);
+    EXPECT_THAT(boxesOf(path), ElementsAre("ftyp", "mdat", "moov"));
+    const auto media = DecodedMedia::decode(path);
+    EXPECT_THAT(media.errors, IsEmpty());
+    EXPECT_EQ(media.colors, "smpte432 bt709 bt709 tv, smpte432 bt709 bt709 tv");
+    ASSERT_EQ(media.frames.size(), 75U);
+    for (std::uint32_t i = 0; i < 75; ++i) {
+      EXPECT_EQ(media.frames[i].stamp, i);
+      EXPECT_EQ(media.frames[i].time, (MediaTime{i, 30}));
+    }
+    ASSERT_EQ(media.sounds.size(), 2U);
+    EXPECT_EQ(media.sounds[0].channels, 1);
+    EXPECT_EQ(media.sounds[1].channels, 2);
+  }
+}
+
+/// What can be played of a file that is still being written.
+MediaTime playable(const std::filesystem::path& path) {
+  try {
+    return AssetProbe::probe(path).duration;
+  } catch (const MediaError&) {
+    return MediaTime::zero();
+  }
+}
+
+TEST(AssetWriter, KeepsIrregularTimesAcrossFragments) {
+  const TemporaryFolder folder;
+  std::vector<MediaTime> times;
+  for (int i = 0; i < 40; ++i)
+    times.push_back({3'600'000 + i * 40 + (i * i * 7) % 31 + (i > 20 ? 5000 : 0), 1000});
+  for (const bool finishes : {true, false}) {
+    const auto path = folder / (finishes ? "finished.mp4" : "left.mp4");
+    {
+      AssetWriter writer(path, MediaContainer::mp4, {1, 100});
+      const auto video = writer.addVideo({192, 108, 30});
+      ASSERT_TRUE(writer.startWriting());
+      writer.startSession(times.front());
+      for (std::uint32_t i = 0; i < times.size(); ++i) {
+        ASSERT_TRUE(eventually([&] { return writer.isReady(video); }));
+        ASSERT_TRUE(writer.append(video, StampedFrames::moving(192, 108, i), times[i]));
+        // Some pictures stand until a fragment has closed over them; the next then leaves a gap.
+        const auto time = times[i] - times[0];
+        ASSERT_TRUE(i % 10 != 9 || eventually([&] { return playable(path) > time; }));
+      }
+      if (finishes) runBlocking(writer.finishWriting());
+    }
+    const auto media = DecodedMedia::decode(path);
+    EXPECT_THAT(media.errors, IsEmpty());
+    EXPECT_GT(boxesOf(path).size(), finishes ? 2U : 8U);
+    ASSERT_EQ(media.frames.size(), times.size());
+    for (std::uint32_t i = 0; i < times.size(); ++i) {
+      EXPECT_EQ(media.frames[i].stamp, i);
+      EXPECT_EQ(media.frames[i].time, (times[i] - times[0]).converted(90'000)) << i;
+    }
+  }
+}
+
+/// The encoder believes what it is told about unchanged blocks: a picture that was lost or repeated must not
+/// leave stale pixels behind.
+TEST(AssetWriter, ShowsEachPictureWholeWhenOthersAreLostOrRepeated) {
+  constexpr int width = 256;
+  constexpr int height = 128;
+  const TemporaryFolder folder;
+  AssetWriter writer(folder / "a.mp4", MediaContainer::mp4, {3, 2});
+  const auto video = writer.addVideo({width, height, 30, ColorTagging::p3D65Rec709});
   ASSERT_TRUE(writer.startWriting());
-  writer.startSession({100, 1});
-  for (std::uint32_t i = 0; i < 60; ++i) {
-    while (!writer.isReady(video)) std::this_thread::yield();
-    ASSERT_TRUE(writer.append(video, StampedFrames::moving(320, 180, i), MediaTime{3000 + i, 30}));
-    AudioBuffer sound{MediaTime{3000 + i, 30}, 48000, 1, std::vector<float>(1600, 0.25F)};
-    ASSERT_TRUE(writer.append(mic, sound)) << i << describe(writer.error());
+  writer.startSession(MediaTime::zero());
+  const std::vector<std::uint32_t> indices{0, 1, 2, 5, 6, 6, 7, 10, 10, 11, 3, 4};
+  for (std::size_t i = 0; i < indices.size(); ++i) {
+    ASSERT_TRUE(eventually([&] { return writer.isReady(video); }));
+    ASSERT_TRUE(writer.append(video, StampedFrames::mostlyStill(width, height, indices[i]),
+                              {static_cast<std::int64_t>(i), 30}));
   }
   runBlocking(writer.finishWriting());
-  EXPECT_EQ(writer.status(), AssetWriter::Status::completed) << describe(writer.error());
-  const auto decoded = DecodedMedia::decode(path);
-  EXPECT_THAT(decoded.errors, testing::IsEmpty());
-  EXPECT_EQ(decoded.colors, "smpte432 bt709 bt709 tv, smpte432 bt709 bt709 tv");
-  EXPECT_EQ(decoded.frames.size(), 60U);
-  for (std::uint32_t i = 0; i < decoded.frames.size(); ++i) {
-    EXPECT_EQ(decoded.frames[i].stamp, i);
-    EXPECT_EQ(decoded.frames[i].time, (MediaTime{i, 30})) << decoded.frames[i].time.seconds();
+  const auto media = DecodedMedia::decode(folder / "a.mp4", DecodedMedia::Keep::pictures);
+  ASSERT_EQ(media.frames.size(), indices.size());
+  for (std::size_t i = 0; i < indices.size(); ++i) {
+    EncoderPicture expected(width, height);
+    expected.take(*StampedFrames::mostlyStill(width, height, indices[i]));
+    const auto plane = expected.planes()[0];
+    int worstBlock = 0;  // the sum of differences over 8 by 8 pixels
+    for (int y = 0; y < height; y += 8)
+      for (int x = 0; x < width; x += 8) {
+        int sum = 0;
+        for (int at = 0; at < 64; ++at)
+          sum += std::abs(plane.data[(y + at / 8) * plane.stride + x + at % 8] -
+                          media.frames[i].luma[static_cast<std::size_t>((y + at / 8) * width + x + at % 8)]);
+        worstBlock = std::max(worstBlock, sum);
+      }
+    EXPECT_LT(worstBlock, 64 * 12) << "picture " << i;
   }
-  const auto asset = AssetProbe::probe(path);
-  ASSERT_EQ(asset.tracks.size(), 2U);
-  EXPECT_EQ(asset.tracks[0].duration, (MediaTime{2, 1}));
+}
+
+TEST(AssetWriter, ClosesFragmentsOfAStillScreen) {
+  const TemporaryFolder folder;
+  const auto path = folder / "a.mp4";
+  AssetWriter writer(path, MediaContainer::mp4, {1, 20});
+  const auto video = writer.addVideo({192, 108, 30});
+  ASSERT_TRUE(writer.startWriting());
+  writer.startSession(MediaTime::zero());
+  const auto picture = StampedFrames::mostlyStill(192, 108, 0);
+  for (int second = 0; second < 4; ++second) {
+    ASSERT_TRUE(writer.append(video, picture, {second, 1}));
+    EXPECT_TRUE(eventually([&] { return playable(path) > MediaTime{second, 1}; })) << second;
+  }
+  EXPECT_EQ(writer.counters().pixelsConverted, 192U * 108U);
+  EXPECT_EQ(writer.counters().framesEncoded, 4U);
+  runBlocking(writer.finishWriting());
+  EXPECT_EQ(DecodedMedia::decode(path).frames.back().time, (MediaTime{3, 1}));
+}
+
+TEST(AssetWriter, GivesWayVisiblyWhenTheEncoderFallsBehind) {
+  const TemporaryFolder folder;
+  AssetWriter writer(folder / "a.mp4", MediaContainer::mp4, {3, 2});
+  const auto video = writer.addVideo({640, 360, 60});
+  ASSERT_TRUE(writer.startWriting());
+  writer.startSession(MediaTime::zero());
+  const std::vector<PixelBufferRef> pictures{StampedFrames::noise(640, 360, 0), StampedFrames::noise(640, 360, 1)};
+  std::int64_t offered = 0;
+  EXPECT_TRUE(eventually([&] {
+    writer.append(video, pictures[static_cast<std::size_t>(offered % 2)], {offered, 500});
+    ++offered;
+    const auto counters = writer.counters();
+    EXPECT_LE(counters.framesAppended - counters.framesEncoded, 5U);
+    return writer.warnings().size() == 2;
+  }));
+  const auto dropped = writer.counters().framesRefused;
+  EXPECT_EQ(writer.counters().framesAppended + dropped, static_cast<std::uint64_t>(offered));
+  EXPECT_THAT(writer.warnings(), ElementsAre("the encoder could not keep up and was set to work faster: the file "
+                                             "is larger for it",
+                                             std::to_string(dropped) + " frames were dropped because the encoder "
+                                                                       "could not keep up"));
+  runBlocking(writer.finishWriting());
+  const auto media = DecodedMedia::decode(folder / "a.mp4");
+  EXPECT_THAT(media.errors, IsEmpty());
+  EXPECT_EQ(media.frames.size(), writer.counters().framesEncoded);
+}
+
+TEST(AssetWriter, RefusesWhatItCannotWrite) {
+  const TemporaryFolder folder;
+  AtomicFile::write(folder / "taken.mp4", "a recording");
+  AssetWriter taken(folder / "taken.mp4", MediaContainer::mp4, {3, 2});
+  taken.addVideo({192, 108, 30});
+  EXPECT_FALSE(taken.startWriting());
+  EXPECT_EQ(taken.status(), AssetWriter::Status::failed);
+  EXPECT_THAT(describe(taken.error()), HasSubstr("File exists"));
+  EXPECT_EQ(AtomicFile::read(folder / "taken.mp4"), "a recording");
+
+  AssetWriter odd(folder / "odd.mp4", MediaContainer::mp4, {3, 2});
+  odd.addVideo({191, 107, 30});
+  EXPECT_FALSE(odd.startWriting());
+  EXPECT_THROW(std::rethrow_exception(odd.error()), MediaError);
+  EXPECT_FALSE(std::filesystem::exists(folder / "odd.mp4"));
+
+  AssetWriter writer(folder / "a.mp4", MediaContainer::mp4, {3, 2});
+  const auto video = writer.addVideo({192, 108, 30});
+  ASSERT_TRUE(writer.startWriting());
+  EXPECT_FALSE(writer.append(video, StampedFrames::moving(192, 108, 0), MediaTime::zero())) << "no session";
+  writer.startSession(MediaTime::zero());
+  EXPECT_FALSE(writer.append(video, StampedFrames::moving(200, 108, 0), MediaTime::zero())) << "another size";
+  runBlocking(writer.finishWriting());
+  EXPECT_EQ(writer.status(), AssetWriter::Status::completed);
+  EXPECT_THROW(AssetProbe::probe(folder / "a.mp4"), MediaError);
+}
+
+TEST(AssetWriter, FailsWithItsReasonWhenTheDiskIsFullAndKeepsWhatWasWritten) {
+  const TemporaryFolder folder;
+  if (::mount("none", folder.path().c_str(), "tmpfs", 0, "size=1m") != 0)
+    GTEST_SKIP() << "a small disk can only be made with the right to mount";
+  {
+    const auto path = folder / "a.mp4";
+    AssetWriter writer(path, MediaContainer::mp4, {1, 20});
+    const auto video = writer.addVideo({320, 180, 30});
+    EXPECT_TRUE(writer.startWriting());
+    writer.startSession(MediaTime::zero());
+    std::uint32_t index = 0;
+    EXPECT_TRUE(eventually([&] {
+      if (writer.append(video, StampedFrames::noise(320, 180, index), {index, 30})) ++index;
+      return writer.status() == AssetWriter::Status::failed;
+    }));
+    EXPECT_EQ(describe(writer.error()), "could not write " + path.string() + ": No space left on device");
+    EXPECT_FALSE(writer.isReady(video));
+    runBlocking(writer.finishWriting());
+    EXPECT_EQ(writer.status(), AssetWriter::Status::failed);
+    const auto media = DecodedMedia::decode(path);
+    EXPECT_THAT(media.errors, IsEmpty());
+    EXPECT_GT(media.frames.size(), 1U);
+  }
+  ::umount(folder.path().c_str());
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "Tests/Support/Media/StampedFrames.h"
 
-#include <algorithm>
 #include <random>
 
 namespace quillant::StampedFrames {
@@ -35,6 +34,11 @@ void stamp(PixelBuffer& buffer, std::uint32_t index) {
         [&](int x, int) { return (index >> (x / blockSize)) & 1 ? 0xFFFFFFFFU : 0xFF000000U; });
 }
 
+void paintNoise(PixelBuffer& buffer, PixelRect area, std::uint32_t seed) {
+  std::minstd_rand random(seed + 1);
+  paint(buffer, area, [&](int, int) { return 0xFF000000U | static_cast<std::uint32_t>(random()); });
+}
+
 }  // namespace
 
 PixelBufferRef moving(int width, int height, std::uint32_t index) {
@@ -53,12 +57,24 @@ PixelBufferRef mostlyStill(int width, int height, std::uint32_t index, int regio
   paint(*buffer, {0, 0, width, height}, [](int x, int y) {
     return 0xFF000000U | static_cast<std::uint32_t>((x & 0xFF) << 16 | ((x ^ y) & 0xFF) << 8 | (y & 0xFF));
   });
-  const PixelRect noise{0, blockSize, std::min(region, width), std::min(region, height - blockSize)};
-  std::minstd_rand random(index + 1);
-  paint(*buffer, noise, [&](int, int) { return 0xFF000000U | static_cast<std::uint32_t>(random()); });
+  const auto blockOf = [&](std::uint32_t of) {
+    const auto shift = static_cast<int>(of % 10'000);
+    return PixelRect{shift * 48 % (width - region), blockSize + shift * 24 % (height - blockSize - region),
+                     region, region};
+  };
+  const auto block = blockOf(index);
+  paintNoise(*buffer, block, index);
   stamp(*buffer, index);
   buffer->sequence = index + 1;
-  buffer->changed = {{0, 0, bits * blockSize, blockSize}, noise};
+  buffer->changed = {{0, 0, bits * blockSize, blockSize}, block};
+  if (index > 0) buffer->changed.push_back(blockOf(index - 1));
+  return buffer;
+}
+
+PixelBufferRef noise(int width, int height, std::uint32_t index) {
+  auto buffer = makeBuffer(width, height);
+  paintNoise(*buffer, {0, 0, width, height}, index);
+  stamp(*buffer, index);
   return buffer;
 }
 

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+#include "MediaKit/AssetWriter.h"
+
+namespace quillant {
+
+/// A recording made for a test by the real writer: pictures of `StampedFrames::moving`, and noise for sound.
+struct TestRecording {
+  int width = 192;
+  int height = 108;
+  int frameRate = 30;
+  int frames = 30;
+  MediaContainer container = MediaContainer::mp4;
+  std::vector<int> audioChannels;  ///< A track each.
+  MediaTime fragmentInterval{1, 10};
+
+  /// As fast as it goes, finished to an ordinary file.
+  void write(const std::filesystem::path& path) const;
+  /// At the pace of its time stamps, and never finished: as a killed process leaves it. Has `frames / frameRate`
+  /// seconds to close fragments, the first after 0.2 s.
+  void writeUnfinished(const std::filesystem::path& path) const;
+
+  /// The sound that every track gets: `count` samples a channel from sample `first` on.
+  static AudioBuffer sound(std::int64_t first, int count, int channels, int sampleRate = 48'000);
+
+ private:
+  void feed(AssetWriter& writer, bool atItsPace) const;
+};
+
+}  // namespace quillant
