@@ -41,6 +41,7 @@ struct AACEncoder::Implementation {
 
   void prepare(int sampleRate, int channels);
   void take(const float* samples, int count, std::int64_t inputTime);
+  void resample(const std::uint8_t* samples, int count);
   void encodeWhole();
   void encodeFrame(int count);
   void receive();
@@ -59,6 +60,7 @@ struct AACEncoder::Implementation {
 /// The resampler for sound of this form; a change of form starts it anew where the track stands.
 void AACEncoder::Implementation::prepare(int sampleRate, int channels) {
   if (resampler && sampleRate == inputRate && channels == inputChannels) return;
+  if (resampler) resample(nullptr, 0);
   AVChannelLayout layout{};
   av_channel_layout_default(&layout, channels);
   SwrContext* made = nullptr;
@@ -73,7 +75,7 @@ void AACEncoder::Implementation::prepare(int sampleRate, int channels) {
   av_opt_set_double(made, "min_hard_comp", 0.1, 0);
   av_opt_set_double(made, "comp_duration", 1, 0);
   av_opt_set_double(made, "max_soft_comp", 0.002, 0);
-  av_opt_set_int(made, "first_pts", end(), 0);
+  av_opt_set_int(made, "first_pts", MediaTime{end(), timescale}.converted(sampleRate).value, 0);
   FFmpeg::check(swr_init(made), "could not open the resampler");
   inputRate = sampleRate;
   inputChannels = channels;
@@ -82,17 +84,22 @@ void AACEncoder::Implementation::prepare(int sampleRate, int channels) {
 /// `inputTime` in samples of the input from the track's zero.
 void AACEncoder::Implementation::take(const float* samples, int count, std::int64_t inputTime) {
   swr_next_pts(resampler.get(), inputTime * timescale);
+  resample(reinterpret_cast<const std::uint8_t*>(samples), count);
+  encodeWhole();
+}
+
+/// No samples: what the resampler still holds.
+void AACEncoder::Implementation::resample(const std::uint8_t* samples, int count) {
   const int room = FFmpeg::check(swr_get_out_samples(resampler.get(), count), "could not resample");
   std::vector<std::vector<float>> planes(static_cast<std::size_t>(codec->ch_layout.nb_channels),
                                          std::vector<float>(static_cast<std::size_t>(room)));
   std::vector<std::uint8_t*> targets;
   for (auto& plane : planes) targets.push_back(reinterpret_cast<std::uint8_t*>(plane.data()));
-  const auto* source = reinterpret_cast<const std::uint8_t*>(samples);
   const int made =
-      FFmpeg::check(swr_convert(resampler.get(), targets.data(), room, &source, count), "could not resample");
+      FFmpeg::check(swr_convert(resampler.get(), targets.data(), room, samples ? &samples : nullptr, count),
+                    "could not resample");
   FFmpeg::check(av_audio_fifo_write(fifo.get(), reinterpret_cast<void**>(targets.data()), made),
                 "could not keep sound");
-  encodeWhole();
 }
 
 void AACEncoder::Implementation::encodeWhole() {
@@ -158,6 +165,8 @@ void AACEncoder::fill(MediaTime time) {
 
 void AACEncoder::finish() {
   auto& self = *implementation_;
+  if (self.resampler) self.resample(nullptr, 0);
+  self.encodeWhole();
   if (const int rest = av_audio_fifo_size(self.fifo.get()); rest > 0) self.encodeFrame(rest);
   avcodec_send_frame(self.codec.get(), nullptr);
   self.receive();

@@ -1,6 +1,7 @@
 #include "MediaKit/MovieFragments.h"
 
 #include <algorithm>
+#include <array>
 
 #include "MediaKit/MediaError.h"
 
@@ -96,6 +97,12 @@ std::vector<SampleRun> fragmentRuns(Bytes payload, const MovieHead& movie, std::
   return runs;
 }
 
+bool startsMovieFile(std::uint32_t boxType) {
+  constexpr std::array types{type("ftyp"), type("moov"), type("mdat"),
+                             type("wide"), type("free"), type("skip")};
+  return std::ranges::find(types, boxType) != types.end();
+}
+
 }  // namespace
 
 TrackHead trackHead(Bytes track) {
@@ -142,6 +149,9 @@ std::optional<FragmentedMovie> find(const File& file) {
     }
     offset = box->end;
   }
+  // FFmpeg takes what there is of a torn index for the whole.
+  if (const auto first = file.box(0); first && startsMovieFile(first->type))
+    fail("the file's index is not whole");
   return std::nullopt;
 }
 

@@ -47,7 +47,7 @@ struct FragmentedMovie {
   MovieBoxes::FileBox movie;
   MovieHead head;
 };
-/// None for a file of another kind, and for one that breaks off before its movie box ends.
+/// None for a file of another kind. Throws for a movie file that breaks off before its movie box ends.
 std::optional<FragmentedMovie> find(const MovieBoxes::File& file);
 
 /// Calls `visit` for every run of every whole fragment, in the order of the file, and returns where the last

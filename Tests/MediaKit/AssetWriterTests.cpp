@@ -1,5 +1,3 @@
-#include "MediaKit/AssetWriter.h"
-
 #include <algorithm>
 #include <cstdlib>
 #include <gmock/gmock.h>
@@ -9,6 +7,7 @@
 #include "Core/AtomicFile.h"
 #include "Core/Error.h"
 #include "MediaKit/AssetProbe.h"
+#include "MediaKit/AssetWriter.h"
 #include "MediaKit/EncoderPicture.h"
 #include "MediaKit/MediaError.h"
 #include "Tests/Support/Eventually.h"
@@ -162,7 +161,8 @@ TEST(AssetWriter, GivesWayVisiblyWhenTheEncoderFallsBehind) {
   const auto video = writer.addVideo({640, 360, 60});
   ASSERT_TRUE(writer.startWriting());
   writer.startSession(MediaTime::zero());
-  const std::vector<PixelBufferRef> pictures{StampedFrames::noise(640, 360, 0), StampedFrames::noise(640, 360, 1)};
+  const std::vector<PixelBufferRef> pictures{StampedFrames::noise(640, 360, 0),
+                                             StampedFrames::noise(640, 360, 1)};
   std::int64_t offered = 0;
   EXPECT_TRUE(eventually([&] {
     writer.append(video, pictures[static_cast<std::size_t>(offered % 2)], {offered, 500});
@@ -173,10 +173,11 @@ TEST(AssetWriter, GivesWayVisiblyWhenTheEncoderFallsBehind) {
   }));
   const auto dropped = writer.counters().framesRefused;
   EXPECT_EQ(writer.counters().framesAppended + dropped, static_cast<std::uint64_t>(offered));
-  EXPECT_THAT(writer.warnings(), ElementsAre("the encoder could not keep up and was set to work faster: the file "
-                                             "is larger for it",
-                                             std::to_string(dropped) + " frames were dropped because the encoder "
-                                                                       "could not keep up"));
+  EXPECT_THAT(writer.warnings(),
+              ElementsAre("the encoder could not keep up and was set to work faster: the file "
+                          "is larger for it",
+                          std::to_string(dropped) + " frames were dropped because the encoder "
+                                                    "could not keep up"));
   runBlocking(writer.finishWriting());
   const auto media = DecodedMedia::decode(folder / "a.mp4");
   EXPECT_THAT(media.errors, IsEmpty());

@@ -1,10 +1,10 @@
-#include "MediaKit/ColorConversion.h"
-
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <hwy/highway.h>
 #include <random>
+
+#include "MediaKit/ColorConversion.h"
 
 namespace quillant {
 namespace {
@@ -14,9 +14,9 @@ struct Picture {
     for (auto& plane : i420) plane.resize(static_cast<std::size_t>(w) * h, 7);
   }
   void convert(PixelRect area) {
-    ColorConversion::bgraToI420({bgra.data(), width * 4},
-                                {{{i420[0].data(), width}, {i420[1].data(), width / 2}, {i420[2].data(), width / 2}}},
-                                area);
+    ColorConversion::bgraToI420(
+        {bgra.data(), width * 4},
+        {{{i420[0].data(), width}, {i420[1].data(), width / 2}, {i420[2].data(), width / 2}}}, area);
   }
   double channel(int x, int y, int index) const {
     return bgra[static_cast<std::size_t>((y * width + std::max(x, 0)) * 4 + index)];
@@ -50,8 +50,10 @@ void expectTheDefinition() {
     picture.convert({0, 0, width, 6});
     for (int y = 0; y < picture.height; ++y)
       for (int x = 0; x < width; ++x) {
-        const auto expected = reference(picture.channel(x, y, 0), picture.channel(x, y, 1), picture.channel(x, y, 2));
-        ASSERT_NEAR(picture.i420[0][static_cast<std::size_t>(y * width + x)], expected[0], 0.55) << x << ' ' << y;
+        const auto expected =
+            reference(picture.channel(x, y, 0), picture.channel(x, y, 1), picture.channel(x, y, 2));
+        ASSERT_NEAR(picture.i420[0][static_cast<std::size_t>(y * width + x)], expected[0], 0.55)
+            << x << ' ' << y;
         if (x % 2 || y % 2) continue;
         std::array<double, 3> mean{};
         for (int index = 0; index < 3; ++index)

@@ -1,9 +1,8 @@
-#include "MediaKit/EncoderPicture.h"
-
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <numeric>
 
+#include "MediaKit/EncoderPicture.h"
 #include "Tests/Support/Media/StampedFrames.h"
 
 namespace quillant {
@@ -49,7 +48,8 @@ TEST(EncoderPicture, ConvertsWhatChangedAndTellsWhatDidNot) {
     bool isChanged;
   };
   const std::vector<Case> cases{
-      // The stamp touches eight blocks, and a ninth by the chroma beside it; the noise, where it was and where it
+      // The stamp touches eight blocks, and a ninth by the chroma beside it; the noise, where it was and
+      // where it
       // is, two more rows of three each.
       {"the next picture", 2, second->changed, 130 * 8 + 2 * 34 * 32, 91 - 9 - 6 - 6, true},
       {"nothing changed", 2, {}, 0, 91, false},

@@ -13,8 +13,8 @@ namespace StampedFrames {
 /// A BGRA picture, at least 128 by 32, whose every pixel moves with `index`. Tells nothing about changes.
 PixelBufferRef moving(int width, int height, std::uint32_t index);
 
-/// A picture that differs from the one before only in its stamp and in a block of noise, `region` pixels wide and
-/// high, that has moved on: and says so. The sequence is `index` + 1.
+/// A picture that differs from the one before only in its stamp and in a block of noise, `region` pixels wide
+/// and high, that has moved on: and says so. The sequence is `index` + 1.
 PixelBufferRef mostlyStill(int width, int height, std::uint32_t index, int region = 32);
 
 /// A picture of noise, which no encoder likes. Tells nothing about changes.

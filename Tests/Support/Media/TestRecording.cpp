@@ -49,9 +49,10 @@ void TestRecording::feed(AssetWriter& writer, bool atItsPace) const {
       std::this_thread::sleep_until(begin + std::chrono::nanoseconds(time.converted(1'000'000'000).value));
     ASSERT_TRUE(eventually([&] { return writer.isReady(video); })) << describe(writer.error());
     ASSERT_TRUE(writer.append(video, StampedFrames::moving(width, height, std::uint32_t(i)), time));
+    if (i == 0 && onFirstFrame) onFirstFrame();
     for (std::size_t track = 0; track < tracks.size(); ++track)
-      ASSERT_TRUE(writer.append(tracks[track],
-                                sound(std::int64_t{i} * samples, samples, audioChannels[track])));
+      ASSERT_TRUE(
+          writer.append(tracks[track], sound(std::int64_t{i} * samples, samples, audioChannels[track])));
   }
 }
 

@@ -1,0 +1,109 @@
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <thread>
+
+#include "Core/Error.h"
+#include "MediaKit/AssetProbe.h"
+#include "MediaKit/MediaError.h"
+#include "Tests/Support/ChildProcess.h"
+#include "Tests/Support/Media/DecodedMedia.h"
+#include "Tests/Support/Media/TestRecording.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+namespace quillant {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+constexpr const char* pathVariable = "QUILLANT_TEST_RECORDING";
+
+/// Run by the test below in a process of its own.
+TEST(KilledRecording, DISABLED_RecordsUntilItIsKilled) {
+  const char* path = std::getenv(pathVariable);
+  ASSERT_NE(path, nullptr);
+  TestRecording recording{.width = 320, .height = 180, .frames = 60 * 30, .audioChannels = {1}};
+  recording.fragmentInterval = {900, 600};
+  recording.onFirstFrame = [] { std::cout << "recording" << std::endl; };
+  recording.writeUnfinished(path);
+}
+
+class KilledProcess {
+ public:
+  KilledProcess(std::filesystem::path path, Seconds after)
+      : path_(std::move(path)),
+        after_(after),
+        process_({"/proc/self/exe", "--gtest_also_run_disabled_tests",
+                  "--gtest_filter=KilledRecording.DISABLED_RecordsUntilItIsKilled"},
+                 {{pathVariable, path_.string()}}) {}
+
+  void waitForItsStart() {
+    ASSERT_TRUE(process_.readLineWith("recording"));
+    begin_ = Clock::now();
+  }
+
+  /// The seconds that were lost.
+  double killAndCheck() {
+    std::this_thread::sleep_until(begin_ + std::chrono::duration_cast<Clock::duration>(after_));
+    process_.signal(SIGKILL);
+    const Seconds lived = Clock::now() - begin_;
+    EXPECT_EQ(process_.wait(), -SIGKILL);
+    SCOPED_TRACE(fmt::format("killed after {:.3f} s", lived.count()));
+    MediaTime duration;
+    try {
+      duration = AssetProbe::probe(path_).duration;
+    } catch (const MediaError& error) {
+      EXPECT_EQ(error.kind(), MediaError::Kind::unreadable);
+      EXPECT_LT(lived.count(), 1.5) << "the first fragment closes long before that";
+      return 0;
+    }
+    const auto media = DecodedMedia::decode(path_);
+    EXPECT_THAT(media.errors, testing::IsEmpty());
+    for (std::uint32_t i = 0; i < media.frames.size(); ++i) {
+      EXPECT_EQ(media.frames[i].stamp, i);
+      EXPECT_EQ(media.frames[i].time, (MediaTime{i, 30}));
+    }
+    const double lost = lived.count() - duration.seconds();
+    EXPECT_LT(lost, 2.5);
+    EXPECT_LT(media.frames.back().time, duration);
+    return lost;
+  }
+
+ private:
+  std::filesystem::path path_;
+  Seconds after_;
+  ChildProcess process_;
+  Clock::time_point begin_;
+};
+
+TEST(KilledRecording, PlaysUpToItsLastFragment) {
+  const char* wanted = std::getenv("QUILLANT_TEST_KILLS");  // to try more of them by hand
+  const int kills = wanted ? std::atoi(wanted) : 6;
+  const double longest = wanted ? 10 : 4;
+  const TemporaryFolder folder;
+  double worst = 0;
+  double sum = 0;
+  constexpr int together = 3;
+  for (int first = 0; first < kills; first += together) {
+    std::vector<std::unique_ptr<KilledProcess>> processes;
+    for (int i = first; i < std::min(kills, first + together); ++i)
+      processes.push_back(std::make_unique<KilledProcess>(folder / fmt::format("{}.mp4", i),
+                                                          Seconds(longest * (i + 0.5) / kills)));
+    for (auto& process : processes) process->waitForItsStart();
+    for (auto& process : processes) {
+      const double lost = process->killAndCheck();
+      worst = std::max(worst, lost);
+      sum += lost;
+    }
+  }
+  if (wanted)
+    std::cout << fmt::format("{} kills: mean loss {:.2f} s, worst {:.2f} s\n", kills, sum / kills, worst);
+}
+
+}  // namespace
+}  // namespace quillant
