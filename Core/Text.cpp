@@ -26,6 +26,21 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(start, end - start);
 }
 
+std::vector<std::string_view> words(std::string_view text) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  std::vector<std::string_view> result;
+  std::size_t start = 0;
+  for (std::size_t next = 0, position = 0; position < text.size(); position = next) {
+    UChar32 character = 0;
+    U8_NEXT(bytes, next, text.size(), character);
+    const bool isSpace = character >= 0 && u_isUWhiteSpace(character);
+    const std::size_t end = isSpace ? position : next;
+    if ((isSpace || next == text.size()) && end > start) result.push_back(text.substr(start, end - start));
+    if (isSpace) start = next;
+  }
+  return result;
+}
+
 std::string lowercased(std::string_view text) {
   std::string result;
   icu::UnicodeString::fromUTF8({text.data(), static_cast<int32_t>(text.size())})

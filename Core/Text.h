@@ -9,6 +9,8 @@ namespace quillant::Text {
 /// The text without the white space and new lines around it, Unicode's included. Bytes that are not UTF-8
 /// count as letters.
 std::string_view trimmed(std::string_view text);
+/// The pieces between white space, none of them empty.
+std::vector<std::string_view> words(std::string_view text);
 /// In lower case, by the rules of no language in particular. Bytes that are not UTF-8 become U+FFFD.
 std::string lowercased(std::string_view text);
 /// What readers take for one character each, marks and joined signs with their letter.

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "Core/JSON.h"
+#include "Core/Text.h"
 
 namespace quillant {
 
@@ -28,6 +30,34 @@ void TimelineCaptions::setTranscript(TimelineTranscript transcript) {
     transcripts[*index] = std::move(transcript);
   else
     transcripts.push_back(std::move(transcript));
+}
+
+std::optional<TimelineCaptions> TimelineCaptions::replacing(std::size_t transcript, std::size_t first,
+                                                            std::size_t last, std::string_view text) const {
+  if (transcript >= transcripts.size() || first > last || last >= transcripts[transcript].words.size())
+    return std::nullopt;
+  const auto& old = transcripts[transcript].words;
+  const auto texts = Text::words(text);
+  std::vector<double> lengths;
+  for (const auto word : texts) lengths.push_back(static_cast<double>(Text::characters(word).size()));
+  const double total = std::max(1.0, std::accumulate(lengths.begin(), lengths.end(), 0.0));
+
+  const double start = old[first].start;
+  const double span = old[last].end - start;
+  std::vector<TimelineCaptionWord> words;
+  double before = 0;
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    const double from = roundedToMillisecond(start + span * before / total);
+    before += lengths[i];
+    const double to = roundedToMillisecond(start + span * before / total);
+    words.push_back({from, std::max(from, to), std::string(texts[i])});
+  }
+
+  auto result = *this;
+  auto& list = result.transcripts[transcript].words.mutate();
+  const auto at = list.begin() + static_cast<std::ptrdiff_t>(first);
+  list.insert(list.erase(at, at + static_cast<std::ptrdiff_t>(last - first) + 1), words.begin(), words.end());
+  return result;
 }
 
 void to_json(Json& json, const TimelineCaptionWord& word) {

@@ -55,6 +55,10 @@ struct TimelineCaptions {
   std::optional<std::size_t> transcriptIndex(std::string_view source, TimelineTranscriptTrack track) const;
   /// Puts the transcript in the place of the one of the same source and track, or at the end.
   void setTranscript(TimelineTranscript transcript);
+  /// The captions with the words `first` to `last` of a transcript replaced by those of a text, which share
+  /// their time by length. None if there are no such words.
+  std::optional<TimelineCaptions> replacing(std::size_t transcript, std::size_t first, std::size_t last,
+                                            std::string_view text) const;
 
   friend bool operator==(const TimelineCaptions&, const TimelineCaptions&) = default;
 };

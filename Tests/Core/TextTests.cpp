@@ -13,6 +13,15 @@ TEST(Text, TrimsWhiteSpaceAndNewLinesAtBothEndsOnly) {
   EXPECT_EQ(Text::trimmed("\xC2 x \x85\xFF "), "\xC2 x \x85\xFF") << "broken bytes are no white space";
 }
 
+TEST(Text, DividesAtWhiteSpace) {
+  const std::pair<std::string_view, std::vector<std::string_view>> cases[] = {
+      {" two \n words\u3000", {"two", "words"}},
+      {"one", {"one"}},
+      {"é\u00A0\xFF", {"é", "\xFF"}},
+      {" \t", {}}};
+  for (const auto& [text, words] : cases) EXPECT_EQ(Text::words(text), words) << text;
+}
+
 TEST(Text, LowersEveryScriptsLetters) {
   EXPECT_EQ(Text::lowercased("Circle IÉЖ"), "circle iéж");
   EXPECT_EQ(Text::lowercased(""), "");
