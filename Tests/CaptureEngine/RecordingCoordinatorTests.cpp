@@ -56,8 +56,9 @@ class RecordingCoordinatorTest : public testing::Test {
   }
 
   std::future<Coordinator::Outcome> startRecording() {
-    auto outcome = asio::co_spawn(backgroundExecutor(), coordinator->record({.outputURL = folder / "x.mp4"}),
-                                  asio::use_future);
+    auto outcome = std::async(std::launch::async, [this] {
+      return runBlocking(coordinator->record({.outputURL = folder / "x.mp4"}));
+    });
     EXPECT_TRUE(eventually([&] { return phase() == Phase::recording; }));
     return outcome;
   }
