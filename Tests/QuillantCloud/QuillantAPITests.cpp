@@ -115,12 +115,12 @@ TEST_F(QuillantAPITest, TakesNoAnswerForOneItCannotUnderstand) {
 TEST_F(QuillantAPITest, TriesAgainWhereTheNetworkFailedButNotWhereAStrangerAnswered) {
   http->answers.emplace_back(TransportError(TransportError::Kind::timedOut, "the request timed out"));
   http->answers.emplace_back(TransportError(TransportError::Kind::notHTTP, "SSH-2.0"));
-  const auto failed = errorOfMe();
-  EXPECT_EQ(failed->description(), "network error: the request timed out");
-  EXPECT_TRUE(failed->isRetryable());
-  const auto stranger = errorOfMe();
-  EXPECT_EQ(stranger->description(), "server error -1: no HTTP response");
-  EXPECT_FALSE(stranger->isRetryable());
+  for (const auto& [text, retryable] : {std::pair("network error: the request timed out", true),
+                                        std::pair("server error -1: no HTTP response", false)}) {
+    const auto error = errorOfMe();
+    EXPECT_EQ(error->description(), text);
+    EXPECT_EQ(error->isRetryable(), retryable);
+  }
 }
 
 }  // namespace

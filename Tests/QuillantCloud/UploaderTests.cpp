@@ -155,26 +155,23 @@ TEST_F(UploaderTest, RefreshesALeaseAboutToLapseAndBelievesTheService) {
   EXPECT_EQ(entry.presignExpiresAt, (Date{clock.time->secondsSince2001 + 3600}));
 }
 
-TEST_F(UploaderTest, AsksNothingWhileTheLeaseLasts) {
+TEST_F(UploaderTest, ReplacesBytesByTheCallersFlagsWhileTheLeaseLasts) {
   reserved(61);
   entry.videoUploaded = true;
   EXPECT_EQ(run(true), "");
   EXPECT_EQ(api->calls, Lines{"complete v1"});
-  EXPECT_EQ(transport->puts, Lines{thumbPut}) << "the flags are the caller's";
-}
+  EXPECT_EQ(transport->puts, Lines{thumbPut});
 
-TEST_F(UploaderTest, ReplacesWhatTheServiceHolds) {
-  reserved(0);
-  entry.videoUploaded = true;
+  reserved(60);
+  entry.completed = false;
   api->refreshed.videoPresent = api->refreshed.thumbPresent = true;
   EXPECT_EQ(run(true), "");
-  EXPECT_EQ(transport->puts.size(), 2u);
+  EXPECT_EQ(transport->puts.size(), 3u) << "what the service holds is out of date";
 }
 
 TEST_F(UploaderTest, SendsAgainWhatTheServiceHasReclaimed) {
   const APIError missing(APIError::Http{409, "gone", "object_missing"});
-  const APIError captionsMissing(APIError::Http{409, "gone", "captions_missing"});
-  api->completeErrors = {missing, captionsMissing};
+  api->completeErrors = {missing, APIError(APIError::Http{409, "gone", "captions_missing"})};
   EXPECT_EQ(run(), "");
   EXPECT_EQ(api->calls,
             (Lines{"create", "complete v1", "refresh v1", "complete v1", "refresh v1", "complete v1"}));

@@ -21,7 +21,6 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 using Step = FakeServiceStep;
-using Failure = FakeServiceFailure;
 
 class UnreadableVideo : public Error {
  public:
@@ -202,19 +201,26 @@ TEST_F(CloudCLITest, SaysWhatItCannotActOn) {
     EXPECT_FALSE(command.shouldRun(arguments));
 }
 
-TEST_F(CloudCLITest, TellsWhySignInFailed) {
+TEST_F(CloudCLITest, TellsWhySignInFailedAndKeepsTheTokenFromBefore) {
   using Kind = WebAuthenticationError::Kind;
-  browser->failure.emplace(Kind::cancelled, "closed");
-  EXPECT_EQ(run({"login"}).errors, "quillant: login failed: sign-in cancelled\n");
-  browser->failure.emplace(Kind::presentation, "no browser");
-  const auto result = run({"login"});
-  EXPECT_EQ(result.errors, "quillant: login failed: could not present sign-in window: no browser\n");
-  EXPECT_EQ(result.code, 70);
+  const std::vector<std::pair<WebAuthenticationError, std::string>> cases = {
+      {{Kind::cancelled, "closed"}, "sign-in cancelled"},
+      {{Kind::timedOut, "nobody signed in"}, "sign-in failed: nobody signed in"},
+      {{Kind::failed, "socket gone"}, "sign-in failed: socket gone"},
+      {{Kind::presentation, "no browser"}, "could not present sign-in window: no browser"},
+  };
+  runBlocking(TokenStore::save(*secrets, "old"));
+  for (const auto& [failure, text] : cases) {
+    browser->failure.emplace(failure);
+    const auto result = run({"login"});
+    EXPECT_EQ(result.errors, "quillant: login failed: " + text + "\n");
+    EXPECT_EQ(result.code, 70);
+    EXPECT_EQ(runBlocking(TokenStore::load(*secrets)), "old");
+  }
   browser->failure.reset();
-  service.fail({.step = Step::me, .status = 503});
+  service.fail({.step = Step::me, .status = 503, .times = 2});
   EXPECT_EQ(run({"login"}).errors, "quillant: login failed: server error 503\n");
-  EXPECT_THAT(run({"status"}).output, StartsWith("Signed in as dev@example.com")) << "the token was stored";
-  service.fail({.step = Step::me, .status = 503});
+  EXPECT_EQ(runBlocking(TokenStore::load(*secrets)), service.signIn()) << "stored before it is confirmed";
   EXPECT_THAT(run({"status"}).output, StartsWith("Signed in (could not reach server: server error 503)\n"));
 }
 
