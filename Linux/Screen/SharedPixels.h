@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <span>
 
-#include "Linux/X11/X11Connection.h"
 #include "MediaKit/PixelBuffer.h"
 
 namespace quillant {

@@ -14,19 +14,20 @@ WindowSource::WindowSource(const X11Connection& connection, xcb_window_t window)
   // Told of changes before the first look, so that none falls in between. A window that is shown again
   // without an event of its own, as its frame was, says so by its visibility.
   const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE;
-  if (!x_.succeeded(xcb_change_window_attributes_checked(x_.get(), window_, XCB_CW_EVENT_MASK, &events)))
+  xcb_change_window_attributes(x_.get(), window_, XCB_CW_EVENT_MASK, &events);
+  const auto geometry = x_.wait(xcb_get_geometry_reply, xcb_get_geometry(x_.get(), window_));
+  if (!geometry)
     throw ScreenError(ScreenError::Kind::windowClosed, fmt::format("window {} is no longer there", window_));
-  if (!x_.succeeded(
-          xcb_composite_redirect_window_checked(x_.get(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC)))
+  // The size counts until the window is shown.
+  picture_.width = geometry->width;
+  picture_.height = geometry->height;
+  const bool isBGRA = geometry->depth == 24 || geometry->depth == 32;
+  if (!isBGRA || !x_.succeeded(xcb_composite_redirect_window_checked(x_.get(), window_,
+                                                                     XCB_COMPOSITE_REDIRECT_AUTOMATIC)))
     throw ScreenError(ScreenError::Kind::unavailable,
                       fmt::format("the display server refuses to record window {} alone", window_));
   damage_.emplace(x_, window_);
   findPicture();
-  if (picture_.drawable != XCB_NONE) return;
-  const auto geometry = x_.wait(xcb_get_geometry_reply, xcb_get_geometry(x_.get(), window_));
-  if (!geometry) throw ended();
-  picture_.width = geometry->width;
-  picture_.height = geometry->height;
 }
 
 void WindowSource::findPicture() {

@@ -16,6 +16,15 @@ bool isInside(const std::vector<PixelRect>& rects, int x, int y) {
   });
 }
 
+Grid gridOf(const PixelBuffer& buffer) {
+  Grid grid(buffer.width, buffer.height);
+  for (int y = 0; y < buffer.height; ++y)
+    std::memcpy(&grid.at(0, y), buffer.planes[0].data + std::ptrdiff_t{y} * buffer.planes[0].stride,
+                static_cast<std::size_t>(buffer.width) * 4);
+  for (auto& pixel : grid.pixels) pixel &= 0xffffff;
+  return grid;
+}
+
 }  // namespace
 
 void Grid::fill(const PixelRect& rect, std::uint32_t color) {
@@ -24,55 +33,44 @@ void Grid::fill(const PixelRect& rect, std::uint32_t color) {
     for (int x = visible.x; x < visible.x + visible.width; ++x) at(x, y) = color;
 }
 
-Grid Grid::crop(const PixelRect& rect) const {
+Grid Grid::crop(const PixelRect& rect) {
   Grid result(rect.width, rect.height);
-  Grid source = *this;
-  for (int y = 0; y < rect.height; ++y)
-    for (int x = 0; x < rect.width; ++x)
-      if (PixelRects::contains({0, 0, width, height}, {rect.x + x, rect.y + y, 1, 1}))
-        result.at(x, y) = source.at(rect.x + x, rect.y + y);
+  const PixelRect visible = PixelRects::intersection(rect, {0, 0, width, height});
+  for (int y = visible.y; y < visible.y + visible.height; ++y)
+    for (int x = visible.x; x < visible.x + visible.width; ++x) result.at(x - rect.x, y - rect.y) = at(x, y);
   return result;
 }
 
-Grid gridOf(const PixelBuffer& buffer) {
-  Grid grid(buffer.width, buffer.height);
-  for (int y = 0; y < buffer.height; ++y) {
-    std::memcpy(&grid.at(0, y), buffer.planes[0].data + std::ptrdiff_t{y} * buffer.planes[0].stride,
-                static_cast<std::size_t>(buffer.width) * 4);
-    for (int x = 0; x < buffer.width; ++x) grid.at(x, y) &= 0xffffff;
-  }
-  return grid;
-}
-
 testing::AssertionResult shows(const PixelBuffer& buffer, const Grid& expected) {
-  Grid actual = gridOf(buffer);
+  const Grid actual = gridOf(buffer);
   if (actual.width != expected.width || actual.height != expected.height)
-    return testing::AssertionFailure() << actual.width << " by " << actual.height << " instead of "
-                                       << expected.width << " by " << expected.height;
-  Grid wanted = expected;
-  for (int y = 0; y < wanted.height; ++y)
-    for (int x = 0; x < wanted.width; ++x)
-      if (actual.at(x, y) != wanted.at(x, y))
-        return testing::AssertionFailure() << "at " << x << ", " << y << ": " << std::hex << actual.at(x, y)
-                                           << " instead of " << wanted.at(x, y);
-  return testing::AssertionSuccess();
+    return testing::AssertionFailure() << actual.width << " by " << actual.height;
+  const auto [wrong, right] = std::ranges::mismatch(actual.pixels, expected.pixels);
+  if (wrong == actual.pixels.end()) return testing::AssertionSuccess();
+  const auto at = wrong - actual.pixels.begin();
+  return testing::AssertionFailure() << "at " << at % actual.width << ", " << at / actual.width << ": "
+                                     << std::hex << *wrong << " instead of " << *right;
 }
 
 StreamCallbacks Frames::callbacks() {
   return {.onFrame = [this](PixelBufferRef buffer, MediaTime time) { take(std::move(buffer), time); },
           .onStopped =
-              [this](std::exception_ptr error) {
+              [this](const std::exception_ptr& error) {
                 const std::lock_guard lock(mutex_);
-                errors_.push_back(std::move(error));
+                try {
+                  std::rethrow_exception(error);
+                } catch (const ScreenError& screenError) {
+                  state_.ends.push_back(screenError.kind());
+                }
               }};
 }
 
 void Frames::take(PixelBufferRef buffer, MediaTime time) {
   Grid now = gridOf(*buffer);
   const std::lock_guard lock(mutex_);
-  EXPECT_EQ(buffer->sequence, times_.size() + 1);
-  if (!times_.empty()) {
-    EXPECT_GT(time, times_.back());
+  EXPECT_EQ(buffer->sequence, state_.times.size() + 1);
+  if (!state_.times.empty()) {
+    EXPECT_GT(time, state_.times.back());
     EXPECT_FALSE(buffer->changed.empty());
     bool isTold = true;
     for (int y = 0; y < now.height; ++y)
@@ -81,58 +79,40 @@ void Frames::take(PixelBufferRef buffer, MediaTime time) {
     EXPECT_TRUE(isTold) << "frame " << buffer->sequence << " does not tell all that changed";
   }
   last_ = std::move(now);
-  times_.push_back(time);
-  if (!holdAll) held_.clear();
-  held_.push_back(std::move(buffer));
+  state_.times.push_back(time);
+  if (!holdAll) state_.held.clear();
+  state_.held.push_back(std::move(buffer));
 }
 
-PixelBufferRef Frames::newest() const {
+Frames::State Frames::state() const {
   const std::lock_guard lock(mutex_);
-  return held_.empty() ? nullptr : held_.back();
+  return state_;
 }
 
 PixelBufferRef Frames::wait(std::size_t number) {
-  EXPECT_TRUE(eventually([&] { return count() >= number; })) << "frame " << number << " does not come";
-  return newest();
+  const bool came = eventually([&] { return state().times.size() >= number; });
+  EXPECT_TRUE(came) << "frame " << number << " does not come";
+  return came ? state().held.back() : nullptr;
 }
 
 testing::AssertionResult Frames::waitUntilShown(const Grid& expected) {
   testing::AssertionResult result = testing::AssertionFailure() << "no frame came";
   eventually([&] {
-    if (const auto buffer = newest()) result = shows(*buffer, expected);
+    const auto held = state().held;
+    if (!held.empty()) result = shows(*held.back(), expected);
     return static_cast<bool>(result);
   });
   return result;
 }
 
 std::optional<ScreenError::Kind> Frames::waitForEnd() {
-  if (!eventually([&] { return ends() > 0; })) return std::nullopt;
-  try {
-    std::rethrow_exception(errors_.front());
-  } catch (const ScreenError& error) {
-    EXPECT_FALSE(error.description().empty());
-    return error.kind();
-  }
+  if (!eventually([&] { return !state().ends.empty(); })) return std::nullopt;
+  return state().ends.front();
 }
 
 void Frames::letGo() {
   const std::lock_guard lock(mutex_);
-  held_.clear();
-}
-
-std::size_t Frames::count() const {
-  const std::lock_guard lock(mutex_);
-  return times_.size();
-}
-
-std::vector<MediaTime> Frames::times() const {
-  const std::lock_guard lock(mutex_);
-  return times_;
-}
-
-std::size_t Frames::ends() const {
-  const std::lock_guard lock(mutex_);
-  return errors_.size();
+  state_.held.clear();
 }
 
 void ScreenFixture::SetUp() {

@@ -32,10 +32,9 @@ struct Grid {
                   static_cast<std::size_t>(x)];
   }
   void fill(const PixelRect& rect, std::uint32_t color);
-  Grid crop(const PixelRect& rect) const;  ///< Black where `rect` reaches beyond.
+  Grid crop(const PixelRect& rect);  ///< Black where `rect` reaches beyond.
 };
 
-Grid gridOf(const PixelBuffer& buffer);
 /// Compares every pixel; a failure names the first that differs.
 testing::AssertionResult shows(const PixelBuffer& buffer, const Grid& expected);
 
@@ -43,28 +42,28 @@ testing::AssertionResult shows(const PixelBuffer& buffer, const Grid& expected);
 /// inside what it says has changed, and the stamps rise. The newest is held, and on demand all of them.
 class Frames {
  public:
+  struct State {
+    std::vector<MediaTime> times;
+    std::vector<PixelBufferRef> held;
+    std::vector<ScreenError::Kind> ends;
+  };
   StreamCallbacks callbacks();
+  State state() const;
   /// The newest frame once there are as many as `number`; null, with a failure, if it does not come.
   PixelBufferRef wait(std::size_t number);
   /// Waits until the newest frame shows `expected`.
   testing::AssertionResult waitUntilShown(const Grid& expected);
-  /// Waits for the end; the kind of its error.
+  /// Waits until the stream ends by itself.
   std::optional<ScreenError::Kind> waitForEnd();
   void letGo();  ///< Forgets the buffers, so that they return to the pool.
-  std::size_t count() const;
-  std::vector<MediaTime> times() const;
-  std::size_t ends() const;
   std::atomic<bool> holdAll = false;
 
  private:
   void take(PixelBufferRef buffer, MediaTime time);
-  PixelBufferRef newest() const;
 
   mutable std::mutex mutex_;
-  std::vector<PixelBufferRef> held_;
-  std::vector<MediaTime> times_;
+  State state_;
   Grid last_{0, 0};
-  std::vector<std::exception_ptr> errors_;
 };
 
 /// A virtual display of 400 by 300 pixels, a client that draws on it, and a model of what it shows.
