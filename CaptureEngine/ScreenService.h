@@ -45,8 +45,12 @@ struct StreamConfiguration {
   std::uint32_t displayID = 0;
   std::optional<std::uint32_t> windowID;  ///< Set: this window alone, whatever covers it.
   std::optional<Rect> sourceRect;         ///< Points, origin at the display's top left; absent: all of it.
-  int width = 0;                          ///< Pixels of the delivered picture, even. A source larger by less
-  int height = 0;                         ///< than two pixels is cropped, any other is scaled.
+  /// Pixels of the delivered picture, even. A source larger by less than two pixels is cropped, any other is
+  /// scaled, and never stretched: what the source does not fill is black. So is what an area has beyond its
+  /// display. A window that changes its size keeps its scale and its top left, and is shrunk where it no
+  /// longer fits.
+  int width = 0;
+  int height = 0;
   MediaTime minimumFrameInterval{1, 30};
   int queueDepth = 5;  ///< Buffers in the pool: while all are held elsewhere, pictures are skipped.
 };

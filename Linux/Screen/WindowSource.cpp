@@ -55,7 +55,9 @@ CaptureSource::Change WindowSource::handle(const xcb_generic_event_t& event) {
       throw ended();
     case XCB_CONFIGURE_NOTIFY: {
       const auto& configured = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
-      if (configured.width == picture_.width && configured.height == picture_.height) return Change::none;
+      if (configured.width == picture_.width && configured.height == picture_.height &&
+          configured.border_width == picture_.offsetX)
+        return Change::none;
       break;
     }
     case XCB_MAP_NOTIFY:

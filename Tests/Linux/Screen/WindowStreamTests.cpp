@@ -129,6 +129,7 @@ TEST_F(WindowStream, LeavesTheBorderOut) {
   EXPECT_EQ(info.frame, (Rect{57, 47, 101, 81}));
   record(info.id);
   EXPECT_TRUE(frames.waitUntilShown(picture));
+  configure(window, XCB_CONFIG_WINDOW_BORDER_WIDTH, {2});
   drawInside({0, 0, 9, 9}, black);
   EXPECT_TRUE(frames.waitUntilShown(picture));
 }
