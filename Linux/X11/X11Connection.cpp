@@ -7,7 +7,7 @@ namespace quillant {
 namespace {
 
 std::string reason(int connectionError, const std::string& displayName) {
-  const char* variable = std::getenv("DISPLAY");
+  const char* variable = std::getenv("DISPLAY");  // NOLINT(concurrency-mt-unsafe): nothing sets it.
   if (displayName.empty() && (!variable || !*variable))
     return "there is no display server: DISPLAY is not set";
   const std::string name = displayName.empty() ? variable : displayName;

@@ -81,7 +81,8 @@ VirtualDisplay::~VirtualDisplay() {
 }
 
 bool VirtualDisplay::isAvailable() {
-  std::istringstream folders(std::getenv("PATH") ? std::getenv("PATH") : "");
+  const char* path = std::getenv("PATH");  // NOLINT(concurrency-mt-unsafe): nothing sets it.
+  std::istringstream folders(path ? path : "");
   for (std::string folder; std::getline(folders, folder, ':');)
     if (::access((std::filesystem::path(folder) / "Xvfb").c_str(), X_OK) == 0) return true;
   return false;
