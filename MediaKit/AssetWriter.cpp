@@ -137,9 +137,8 @@ AssetWriter::AssetWriter(std::filesystem::path path, MediaContainer container, M
 AssetWriter::~AssetWriter() {
   auto& self = *implementation_;
   self.isAbandoned = true;
-  self.queue.sync([&] {
-    if (self.pipeline) self.pipeline->abandon();
-  });
+  // With its timer, which belongs to the queue.
+  self.queue.sync([&] { self.pipeline.reset(); });
 }
 
 AssetWriter::Input AssetWriter::addVideo(const VideoInputSettings& settings) {

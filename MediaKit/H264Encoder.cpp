@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <fmt/format.h>
 #include <span>
 #include <string_view>
 #include <thread>
@@ -30,6 +31,10 @@ void logProblem(void*, int, const char* format, va_list arguments) {
 }
 
 x264_param_t parameters(const VideoInputSettings& settings) {
+  const auto isUsable = [](int side) { return side > 0 && side % 2 == 0 && side <= 16384; };
+  if (!isUsable(settings.width) || !isUsable(settings.height))
+    throw MediaError(MediaError::Kind::codec,
+                     fmt::format("a video of {}x{} pixels cannot be encoded", settings.width, settings.height));
   x264_param_t result;
   x264_param_default_preset(&result, presets[0], "zerolatency");
   result.pf_log = logProblem;

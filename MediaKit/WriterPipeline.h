@@ -33,6 +33,7 @@ class WriterPipeline {
   };
   /// Opens the encoders, then makes the file. Throws `FileError` too.
   WriterPipeline(const Settings& settings, SerialQueue& queue);
+  /// On the queue.
   ~WriterPipeline();
 
   struct Done {
@@ -45,8 +46,6 @@ class WriterPipeline {
   bool makeFaster(std::size_t video) { return video_[video].encoder.makeFaster(); }
   /// Writes all that is held back and the closing index; the disk has it when this returns.
   void finish();
-  /// Stops the timer: nothing more is written.
-  void abandon() { timer_.cancel(); }
 
   std::uint64_t fragmentsClosed() const { return fragmentsClosed_; }
   FragmentFile& file() { return file_; }
