@@ -138,7 +138,7 @@ std::string_view putBack(Clips& clips, Row& voice, const std::optional<std::stri
 
 std::string_view restore(const RestoreVideoGap& gap, Clips& clips, Row& voice) {
   const TimelineSpan wanted = {std::max(0.0, gap.lo), std::min(gap.hi, gap.limit)};
-  if (!(wanted.start < wanted.end)) return inexact;
+  if (!(gap.lo < gap.hi && wanted.start < wanted.end)) return inexact;
   std::vector<TimelineSpan> playing;
   for (const auto& clip : clips)
     if (const auto span = sourceSpan(clip, gap.source)) playing.push_back(*span);
@@ -254,7 +254,7 @@ std::string_view fill(Row& row, const RestoreVoiceGap& gap, const Clips& video, 
 
 std::string_view restore(const RestoreVoiceGap& gap, Row& row, const Clips& video) {
   const TimelineSpan wanted = {std::max(0.0, gap.lo), gap.hi};
-  if (!(wanted.start < wanted.end) || video.empty()) return inexact;
+  if (!(gap.lo < gap.hi && wanted.start < wanted.end) || video.empty()) return inexact;
   std::vector<TimelineSpan> playing;
   for (const auto& clip : row)
     if (const auto span = sourceSpan(clip, gap.source)) playing.push_back(*span);
