@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s\n", failed->reason.c_str());
   const auto* completed = std::get_if<RecordingCoordinator::Completed>(&outcome);
   if (!completed) return 70;
-  for (const auto& warning : completed->artifacts.warnings) std::fprintf(stderr, "warning: %s\n", warning.c_str());
+  for (const auto& warning : completed->artifacts.warnings)
+    std::fprintf(stderr, "warning: %s\n", warning.c_str());
   return 0;
 }

@@ -130,8 +130,8 @@ std::shared_ptr<PixelBuffer> toBGRA(const AVFrame& frame, int maximumSide) {
 std::shared_ptr<PixelBuffer> turned(std::shared_ptr<PixelBuffer> picture, int rotation) {
   if (rotation == 0) return picture;
   const bool sideways = rotation != 180;
-  auto result = makeBGRA(sideways ? picture->height : picture->width,
-                         sideways ? picture->width : picture->height);
+  auto result =
+      makeBGRA(sideways ? picture->height : picture->width, sideways ? picture->width : picture->height);
   libyuv::ARGBRotate(picture->planes[0].data, picture->planes[0].stride, result->planes[0].data,
                      result->planes[0].stride, picture->width, picture->height,
                      static_cast<libyuv::RotationMode>(rotation));

@@ -24,8 +24,8 @@ struct GrabbedFrame {
 /// Single pictures out of a video, for posters and thumbnails.
 namespace FrameGrabber {
 
-/// The picture that is shown at `time` in the first video track. Blocking; any thread. Throws `FileError`, and
-/// `MediaError` of kind unreadable, noVideoTrack, or noFrame if nothing is shown then.
+/// The picture that is shown at `time` in the first video track. Blocking; any thread. Throws `FileError`,
+/// and `MediaError` of kind unreadable, noVideoTrack, or noFrame if nothing is shown then.
 GrabbedFrame grab(const std::filesystem::path& path, MediaTime time, const FrameGrabOptions& options = {});
 
 }  // namespace FrameGrabber

@@ -33,8 +33,8 @@ void logProblem(void*, int, const char* format, va_list arguments) {
 x264_param_t parameters(const VideoInputSettings& settings) {
   const auto isUsable = [](int side) { return side > 0 && side % 2 == 0 && side <= 16384; };
   if (!isUsable(settings.width) || !isUsable(settings.height))
-    throw MediaError(MediaError::Kind::codec,
-                     fmt::format("a video of {}x{} pixels cannot be encoded", settings.width, settings.height));
+    throw MediaError(MediaError::Kind::codec, fmt::format("a video of {}x{} pixels cannot be encoded",
+                                                          settings.width, settings.height));
   x264_param_t result;
   x264_param_default_preset(&result, presets[0], "zerolatency");
   result.pf_log = logProblem;
@@ -54,8 +54,8 @@ x264_param_t parameters(const VideoInputSettings& settings) {
   // is half of the work on a screen.
   result.rc.i_rc_method = X264_RC_CQP;
   result.rc.i_qp_constant = QuantizerControl::finest;
-  // The encoder clips what it is told to the range from the quantizer of key pictures to that of B pictures, of
-  // which there are none.
+  // The encoder clips what it is told to the range from the quantizer of key pictures to that of B pictures,
+  // of which there are none.
   result.rc.f_ip_factor = std::exp2(QuantizerControl::keyAdvantage / 6.0F);
   result.rc.f_pb_factor = std::exp2((QuantizerControl::coarsest - QuantizerControl::finest) / 6.0F);
   result.analyse.i_weighted_pred = X264_WEIGHTP_NONE;

@@ -7,8 +7,9 @@ namespace quillant {
 /// Chooses the quantizer of each picture from what the pictures before it cost.
 ///
 /// Text and windows get a constant fine quantizer, whatever moves. Pictures that take many bits (film, noise)
-/// get a coarser one, by 2.4 steps for each doubling of their cost, as the encoder's own rate control does. That
-/// one needs a second, coarse analysis of every picture, which on a screen costs as much as the encoding.
+/// get a coarser one, by 2.4 steps for each doubling of their cost, as the encoder's own rate control does.
+/// That one needs a second, coarse analysis of every picture, which on a screen costs as much as the
+/// encoding.
 class QuantizerControl {
  public:
   static constexpr int finest = 22;

@@ -1,7 +1,8 @@
-// Linked into the programs of a thread sanitizer build: what the sanitizer cannot know is right, as it sees only
-// half of what happens in libraries that are not built for it.
+// Linked into the programs of a thread sanitizer build: what the sanitizer cannot know is right, as it sees
+// only half of what happens in libraries that are not built for it.
 //
-// - An exception that one thread throws and another catches is counted by references inside the standard library.
+// - An exception that one thread throws and another catches is counted by references inside the standard
+// library.
 // - GLib has locks of its own.
 extern "C" const char* __tsan_default_suppressions() {
   return "race:std::__exception_ptr::exception_ptr::_M_release\n"
