@@ -25,11 +25,11 @@ TEST(ProjectDocument, ComesBackFromItsFileInEveryOptionalShape) {
       document.share = {"slug", "https://x/s", ProjectShareStatus::ready, "fp", "err", "vid", 12};
       document.recordingSession =
           RecordingSession{"/v.mp4", "/f.mov", -5, FacecamSettings{}, "n", true, "/c.json"};
-      document.editorState = ProjectEditorState{
-          .video = ProjectVideoEditorState{.background = TransparentBackground{},
-                                           .cropSelection = {.normalizedRect = {0.1, 0.2, 0.3, 0.4},
-                                                             .sizing = VideoCropCustomSize{640, 480}},
-                                           .facecamSettings = FacecamSettings{}}};
+      ProjectVideoEditorState video;
+      video.background = TransparentBackground{};
+      video.cropSelection = {.normalizedRect = {0.1, 0.2, 0.3, 0.4}, .sizing = VideoCropCustomSize{640, 480}};
+      video.facecamSettings = FacecamSettings{};
+      document.editorState = ProjectEditorState{.video = video};
     }
     const auto text = JSON::pretty(document);
     EXPECT_EQ(read<ProjectDocument>(text), document);
