@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "QuillantCloud/QuillantAPI.h"
 #include "QuillantCloud/QuillantConfig.h"
@@ -37,6 +38,13 @@ std::string withoutToken(const std::string& callback) {
   return position == std::string::npos ? callback : callback.substr(0, position + key.size()) + "…";
 }
 
+/// What the page answers for a user who said no.
+bool wasDeclined(const std::string& callback) {
+  const auto url = URL::parse(callback);
+  const auto items = url ? url->queryItems() : std::vector<URL::QueryItem>();
+  return std::find(items.begin(), items.end(), URL::QueryItem("error", "access_denied")) != items.end();
+}
+
 Task<std::string> tokenFromPage(WebAuthenticating& page) {
   std::optional<std::string> callback;
   try {
@@ -45,6 +53,7 @@ Task<std::string> tokenFromPage(WebAuthenticating& page) {
     throw asAuthError(error);
   }
   if (!callback) throw AuthError(AuthError::Kind::noToken);
+  if (wasDeclined(*callback)) throw AuthError(AuthError::Kind::cancelled);
   co_return extractToken(*callback);
 }
 

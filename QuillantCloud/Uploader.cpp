@@ -54,15 +54,12 @@ void setUploaded(PendingUpload& entry, bool video, bool thumb, bool captions) {
 // Reservation
 
 Task<std::string> Uploader::reserve(PendingUpload& entry, bool replacingBytes) const {
-  if (!entry.videoId) {
-    co_await create(entry);
-  } else if (!entry.reservationIsValid(clock.now()) || !entry.shareURL) {
-    co_await refresh(entry, replacingBytes);
-  }
-  co_return *entry.shareURL;
+  if (!entry.videoId) co_return co_await create(entry);
+  if (entry.reservationIsValid(clock.now()) && entry.shareURL) co_return *entry.shareURL;
+  co_return co_await refresh(entry, replacingBytes);
 }
 
-Task<> Uploader::create(PendingUpload& entry) const {
+Task<std::string> Uploader::create(PendingUpload& entry) const {
   const auto reservation =
       co_await api->createUpload(entry.title, entry.sizeBytes, entry.durationMs, entry.width, entry.height);
   entry.videoId = reservation.videoId;
@@ -75,10 +72,11 @@ Task<> Uploader::create(PendingUpload& entry) const {
   setUploaded(entry, false, false, false);
   entry.lastError.reset();
   store.save(entry);
+  co_return reservation.shareURL;
 }
 
 /// The link and the service's id stay as they are, whatever the answer says of them.
-Task<> Uploader::refresh(PendingUpload& entry, bool replacingBytes) const {
+Task<std::string> Uploader::refresh(PendingUpload& entry, bool replacingBytes) const {
   const auto fresh = co_await api->refreshPresign(*entry.videoId);
   entry.putVideoURL = fresh.putVideoURL;
   entry.putThumbURL = fresh.putThumbURL;
@@ -88,9 +86,9 @@ Task<> Uploader::refresh(PendingUpload& entry, bool replacingBytes) const {
     setUploaded(entry, false, false, false);
   else
     setUploaded(entry, fresh.videoPresent, fresh.thumbPresent, fresh.captionsPresent.value_or(false));
-  if (!entry.shareURL) entry.shareURL = fresh.shareURL;
   entry.lastError.reset();
   store.save(entry);
+  co_return entry.shareURL.value_or(fresh.shareURL);
 }
 
 // The objects

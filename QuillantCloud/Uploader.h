@@ -43,8 +43,8 @@ struct Uploader {
   static bool isProgressLine(std::string_view line);
 
  private:
-  Task<> create(PendingUpload& entry) const;
-  Task<> refresh(PendingUpload& entry, bool replacingBytes) const;
+  Task<std::string> create(PendingUpload& entry) const;
+  Task<std::string> refresh(PendingUpload& entry, bool replacingBytes) const;
   Task<> sendVideo(PendingUpload& entry) const;
   Task<> sendPoster(PendingUpload& entry) const;
   Task<> sendCaptions(PendingUpload& entry) const;

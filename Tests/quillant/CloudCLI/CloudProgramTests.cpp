@@ -26,8 +26,9 @@ TEST(CloudProgram, SignsInByAPastedAddressAndTellsACancel) {
   const std::vector<Ending> endings = {
       {"pasted", [&](auto& child) { child.write("  quillant://auth?token=" + token + " \n"); },
        "Signed in as dev@example.com (free) [profile: dev]", 0},
-      {"denied", [](auto& child) { child.write("quillant://auth?error=access_denied\n"); },
+      {"lost", [](auto& child) { child.write("quillant://auth?code=1\n"); },
        "quillant: login failed: callback did not contain a token", 70},
+      {"declined", [](auto& child) { child.write("quillant://auth?error=access_denied\n"); }, cancelled, 70},
       {"empty", [](auto& child) { child.write("\n"); }, cancelled, 70},
       {"closed", [](auto& child) { child.closeInput(); }, cancelled, 70},
       {"interrupted", [](auto& child) { child.signal(SIGINT); }, cancelled, 70},
