@@ -8,12 +8,12 @@
 #include <unistd.h>
 
 #include "Core/AtomicFile.h"
+#include "Core/PrivateFolder.h"
 
 namespace quillant {
 
 namespace {
 
-constexpr mode_t folderMode = 0700;
 constexpr mode_t fileMode = 0600;
 constexpr mode_t othersAccess = 0077;
 constexpr std::size_t longestSecret = std::size_t{1} << 16;
@@ -33,29 +33,36 @@ std::string fileNamePart(const std::string& text) {
   return result;
 }
 
-/// Takes away what others may do with it. Throws if it is not the user's own.
-void secure(const std::filesystem::path& path, mode_t type) {
+/// Takes away what others may do with a secret's file. Throws if it is not a file of the user's own.
+void secure(const std::filesystem::path& file) {
   struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0) throwErrno(errno, path.string());
-  if ((status.st_mode & S_IFMT) != type || status.st_uid != ::geteuid())
-    throw SecretStoreError(EPERM, path.string() + " belongs to someone else");
-  if ((status.st_mode & othersAccess) != 0 &&
-      ::chmod(path.c_str(), type == S_IFDIR ? folderMode : fileMode) != 0)
-    throwErrno(errno, path.string());
+  if (::lstat(file.c_str(), &status) != 0) throwErrno(errno, file.string());
+  if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid())
+    throw SecretStoreError(EPERM, file.string() + " belongs to someone else");
+  if ((status.st_mode & othersAccess) != 0 && ::chmod(file.c_str(), fileMode) != 0)
+    throwErrno(errno, file.string());
+}
+
+/// Runs `use`, and lets its file errors out as the store's.
+template <class Use>
+auto asStoreError(Use&& use) {
+  try {
+    return use();
+  } catch (const FileError& error) {
+    throw SecretStoreError(error.code().value(), error.description());
+  }
 }
 
 }  // namespace
 
 bool SecretFileStore::store(const SecretName& name, const std::string& secret) const {
-  secureFolder();
   const auto file = path(name);
   std::error_code ignored;
   const bool isFirst = !std::filesystem::exists(file, ignored);
-  try {
+  asStoreError([&] {
+    PrivateFolder::ensure(folder_);
     AtomicFile::write(file, secret, fileMode);
-  } catch (const FileError& error) {
-    throw SecretStoreError(error.code().value(), error.description());
-  }
+  });
   return isFirst;
 }
 
@@ -63,13 +70,11 @@ std::optional<std::string> SecretFileStore::load(const SecretName& name) const {
   const auto file = path(name);
   std::error_code ignored;
   if (!std::filesystem::exists(std::filesystem::symlink_status(file, ignored))) return std::nullopt;
-  secureFolder();
-  secure(file, S_IFREG);
-  try {
+  return asStoreError([&] {
+    PrivateFolder::ensure(folder_);
+    secure(file);
     return AtomicFile::read(file, longestSecret);
-  } catch (const FileError& error) {
-    throw SecretStoreError(error.code().value(), error.description());
-  }
+  });
 }
 
 void SecretFileStore::remove(const SecretName& name) const {
@@ -79,13 +84,6 @@ void SecretFileStore::remove(const SecretName& name) const {
 
 std::filesystem::path SecretFileStore::path(const SecretName& name) const {
   return folder_ / (fileNamePart(name.service) + "_" + fileNamePart(name.account));
-}
-
-void SecretFileStore::secureFolder() const {
-  std::error_code error;
-  std::filesystem::create_directories(folder_.parent_path(), error);
-  if (::mkdir(folder_.c_str(), folderMode) != 0 && errno != EEXIST) throwErrno(errno, folder_.string());
-  secure(folder_, S_IFDIR);
 }
 
 }  // namespace quillant

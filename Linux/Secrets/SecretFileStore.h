@@ -21,8 +21,6 @@ class SecretFileStore {
   std::filesystem::path path(const SecretName& name) const;
 
  private:
-  void secureFolder() const;
-
   std::filesystem::path folder_;
 };
 

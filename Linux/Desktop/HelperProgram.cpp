@@ -1,0 +1,104 @@
+#include "Linux/Desktop/HelperProgram.h"
+
+#include <asio/experimental/awaitable_operators.hpp>
+#include <asio/posix/stream_descriptor.hpp>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+#include "Core/FileDescriptor.h"
+
+namespace quillant::HelperProgram {
+
+namespace {
+
+/// A file in memory: unlike a pipe it takes all of the input at once, whether or not anybody reads it.
+FileDescriptor inputFile(const std::string& input) {
+  FileDescriptor file(::memfd_create("quillant-input", MFD_CLOEXEC));
+  const auto size = static_cast<ssize_t>(input.size());
+  if (!file || ::pwrite(file.get(), input.data(), input.size(), 0) != size) return {};
+  return file;
+}
+
+/// The process, or -1 and `errno`.
+pid_t spawn(const std::vector<std::string>& command, int input) {
+  std::vector<char*> arguments;
+  for (const auto& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
+  arguments.push_back(nullptr);
+
+  posix_spawn_file_actions_t files;
+  posix_spawn_file_actions_init(&files);
+  posix_spawn_file_actions_adddup2(&files, input, STDIN_FILENO);
+  posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  sigset_t signals;
+  sigemptyset(&signals);
+  posix_spawnattr_setsigmask(&attributes, &signals);
+  sigfillset(&signals);
+  posix_spawnattr_setsigdefault(&attributes, &signals);
+
+  pid_t process = -1;
+  const int error = ::posix_spawnp(&process, arguments[0], &files, &attributes, arguments.data(), environ);
+  posix_spawn_file_actions_destroy(&files);
+  posix_spawnattr_destroy(&attributes);
+  if (error == 0) return process;
+  errno = error;
+  return -1;
+}
+
+/// A descriptor that is readable once the process has ended. The library's own function is not declared for
+/// C++.
+int pidfdOf(pid_t id) {
+  return static_cast<int>(::syscall(SYS_pidfd_open, id, 0));
+}
+
+using Process = asio::posix::stream_descriptor;
+
+Task<> ended(std::shared_ptr<Process> process) {
+  co_await process->async_wait(Process::wait_read, asio::use_awaitable);
+}
+
+Ending reap(pid_t id) {
+  int status = 0;
+  ::waitpid(id, &status, 0);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? Ending::succeeded : Ending::failed;
+}
+
+Task<> reapLater(std::shared_ptr<Process> process, pid_t id) {
+  co_await ended(std::move(process));
+  reap(id);
+}
+
+Task<Ending> runHere(Launch launch) {
+  using asio::experimental::awaitable_operators::operator||;
+  const auto input = inputFile(launch.input);
+  const pid_t id = input ? spawn(launch.command, input.get()) : -1;
+  if (id < 0) co_return errno == ENOENT ? Ending::missing : Ending::failed;
+  const auto executor = co_await asio::this_coro::executor;
+  const auto process = std::make_shared<Process>(executor, pidfdOf(id));
+  const auto first = co_await (ended(process) || sleepFor(launch.timeLimit));
+  if (first.index() == 0) co_return reap(id);
+  if (launch.whenLate == WhenLate::kill) ::kill(id, SIGKILL);
+  startDetached(executor, reapLater(process, id));
+  co_return Ending::late;
+}
+
+}  // namespace
+
+Task<Ending> run(Launch launch) {
+  const auto ending = co_await runOn(makeStrand(), runHere(std::move(launch)));
+  co_return ending;
+}
+
+}  // namespace quillant::HelperProgram
