@@ -25,12 +25,11 @@ CursorTelemetryTrack anHour() {
 
 /// By the smoothing in hundredths.
 void buildPath(benchmark::State& state) {
-  const auto track = anHour();
+  auto track = anHour();
   const double smoothing = static_cast<double>(state.range(0)) / 100;
   for (auto _ : state) {
-    auto fresh = track;
-    fresh.smoothedPaths = std::make_shared<SmoothedCursorPathCache>();
-    benchmark::DoNotOptimize(fresh.smoothedPath(smoothing));
+    track.smoothedPaths = std::make_shared<SmoothedCursorPathCache>();
+    benchmark::DoNotOptimize(track.smoothedPath(smoothing));
   }
 }
 BENCHMARK(buildPath)->Arg(10)->Arg(40)->Arg(200)->Unit(benchmark::kMillisecond);
