@@ -219,6 +219,9 @@ Task<SessionCapturing::Finalized> ScreenCapturer::finalize() {
 
   if (facecamCapture_) co_await finishFacecam(artifacts);
   if (telemetryRecorder_) writeTelemetry(artifacts);
+  for (const auto& source : {micCapture_.get(), systemAudio_.get()})
+    if (source)
+      for (auto& warning : source->warnings()) artifacts.warnings.push_back(std::move(warning));
   if (options_.mic) {
     checkMicrophone(artifacts.warnings);
     if (!carriesSound(options_.outputURL))

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Core/Task.h"
 #include "MediaKit/AudioBuffer.h"
@@ -16,6 +17,8 @@ class SoundStream {
   virtual ~SoundStream() = default;  ///< Stops.
   virtual void start() = 0;          ///< Throws an `Error`.
   virtual void stop() = 0;           ///< No buffer is delivered once this has returned; idempotent.
+  /// What the user should know of a stream that ended before it was stopped; read after `stop`.
+  virtual std::vector<std::string> warnings() = 0;
 };
 
 /// The machine's sound as the capture engine needs it: 48,000 Hz, stamped on the host clock at capture.

@@ -7,6 +7,7 @@ namespace quillant {
 CaptureServices PlatformServices::captureServices() {
   return {.screen = &screen_,
           .windowFrames = &windowFrames_,
+          .sound = &sound_,
           .pointer = [this] { return pointer_.read(); },
           .makeClickEvents = [] { return makeX11ClickEventSource(); }};
 }

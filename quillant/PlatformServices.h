@@ -4,6 +4,7 @@
 #include "Linux/Input/X11Pointer.h"
 #include "Linux/Input/X11WindowFrameProbe.h"
 #include "Linux/Screen/X11ScreenService.h"
+#include "Linux/Sound/PulseSoundService.h"
 
 namespace quillant {
 
@@ -17,6 +18,7 @@ class PlatformServices {
   X11ScreenService screen_;
   X11WindowFrameProbe windowFrames_;
   X11Pointer pointer_;
+  PulseSoundService sound_;
 };
 
 }  // namespace quillant

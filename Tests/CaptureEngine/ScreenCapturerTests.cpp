@@ -72,6 +72,10 @@ struct ScriptedSound : SoundService {
     Stream(ScriptedSound& owner, std::string text) : sound(owner), name(std::move(text)) {}
     void start() override { sound.journal.push_back(name + " starts"); }
     void stop() override { sound.journal.push_back(name + " stops"); }
+    std::vector<std::string> warnings() override {
+      if (sound.hasServer) return {};
+      return {name + " went away"};
+    }
     ScriptedSound& sound;
     std::string name;
   };
@@ -89,6 +93,7 @@ struct ScriptedSound : SoundService {
 
   Journal& journal;
   bool allowed = true;
+  bool hasServer = true;
   BufferCallback onMicrophone;
 };
 
@@ -316,6 +321,19 @@ TEST_F(ScreenCapturerTest, WarnsOfSourcesThatGaveNothing) {
     EXPECT_EQ(artifacts.clickDiagnostics, std::nullopt);
     for (const auto& file : {video, RecordingFiles::facecam(video)}) std::filesystem::remove(file);
   }
+}
+
+TEST_F(ScreenCapturerTest, KeepsTheRecordingWhenTheSoundEnds) {
+  sound.hasServer = false;
+  const auto capturer = make({.mic = true, .systemAudio = true, .telemetry = false});
+  runBlocking(capturer->start());
+  screen.deliver(HostClock::now());
+  const auto [artifacts, stopError] = stop(*capturer);
+  EXPECT_EQ(stopError, nullptr);
+  EXPECT_THAT(artifacts.warnings,
+              ElementsAre("mic went away", "system went away",
+                          "microphone produced no audio — check input device",
+                          "microphone was enabled but the recording carries no audio track"));
 }
 
 TEST_F(ScreenCapturerTest, KeepsTheRecordingWhenAFileBesideItCannotBeClosed) {

@@ -1,0 +1,97 @@
+#pragma once
+
+// Includes the library's headers: for the sources of this folder only.
+#include <functional>
+#include <memory>
+#include <pulse/pulseaudio.h>
+#include <string>
+#include <vector>
+
+#include "Core/Error.h"
+#include "Linux/Sound/SoundDevices.h"
+
+namespace quillant {
+
+/// The sound server cannot be reached, or refuses.
+class PulseError : public Error {
+ public:
+  PulseError(const std::string& what, int code)
+      : Error(what + ": " + ::pa_strerror(code)), isRefusal_(code == PA_ERR_ACCESS) {}
+  /// Whether the server is there and will not have us.
+  bool isRefusal() const { return isRefusal_; }
+
+ private:
+  bool isRefusal_;
+};
+
+/// One client of the sound server, with the thread on which all its callbacks run.
+///
+/// Make, use and destroy it on any other thread. It does not come back: once the server is gone, make
+/// another.
+class PulseConnection {
+ public:
+  /// What streams want to know. Called on the connection's thread, under its lock.
+  class Listener {
+   public:
+    virtual ~Listener() = default;
+    virtual void devicesChanged(const SoundDevices& devices) = 0;
+    virtual void serverEnded() = 0;
+  };
+
+  /// Held while anything of the connection or its streams is touched from outside its thread.
+  class Lock {
+   public:
+    explicit Lock(const PulseConnection& connection);
+    ~Lock();
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+   private:
+    pa_threaded_mainloop* loop_;
+  };
+
+  /// Waits for the server. Throws `PulseError`.
+  PulseConnection();
+  ~PulseConnection();
+  PulseConnection(const PulseConnection&) = delete;
+  PulseConnection& operator=(const PulseConnection&) = delete;
+
+  pa_context* context() const { return context_.get(); }
+  /// Under the lock.
+  bool isAlive() const;
+  /// Under the lock, which is let go meanwhile, until `wake`.
+  void wait() const;
+  /// Under the lock, or on the connection's thread.
+  void wake() const;
+
+  /// Asks the server and waits. Throws `PulseError` if it has gone.
+  SoundDevices devices();
+
+  /// Under the lock. A listener is removed before it dies.
+  void add(Listener& listener);
+  void remove(Listener& listener);
+
+ private:
+  struct FreeLoop {
+    void operator()(pa_threaded_mainloop* loop) const { ::pa_threaded_mainloop_free(loop); }
+  };
+  struct FreeContext {
+    void operator()(pa_context* context) const { ::pa_context_unref(context); }
+  };
+
+  void stateChanged();
+  void refresh();
+  void receive(const pa_source_info& source);
+  void finishRefresh();
+  [[noreturn]] void fail(const std::string& what) const;
+
+  std::unique_ptr<pa_threaded_mainloop, FreeLoop> loop_;
+  std::unique_ptr<pa_context, FreeContext> context_;
+  std::vector<Listener*> listeners_;
+  SoundDevices devices_;
+  SoundDevices arriving_;
+  bool isRefreshing_ = false;
+  bool isStale_ = false;  // something changed while the last answer was on its way
+};
+
+}  // namespace quillant
