@@ -1,6 +1,6 @@
 #pragma once
 
-// Owners for FFmpeg's objects. Internal to this folder's sources: no public header includes it.
+// Owners for FFmpeg's objects. For the sources of this folder and of the cameras: no public header includes it.
 
 extern "C" {
 #include <libavcodec/avcodec.h>

@@ -8,6 +8,7 @@ CaptureServices PlatformServices::captureServices() {
   return {.screen = &screen_,
           .windowFrames = &windowFrames_,
           .sound = &sound_,
+          .camera = &camera_,
           .pointer = [this] { return pointer_.read(); },
           .makeClickEvents = [] { return makeX11ClickEventSource(); }};
 }

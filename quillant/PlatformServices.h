@@ -1,6 +1,11 @@
 #pragma once
 
+#include <memory>
+
+#include "CaptureEngine/BrokeredCameraService.h"
+#include "CaptureEngine/CameraSessionBroker.h"
 #include "CaptureEngine/CaptureServices.h"
+#include "Linux/Camera/DeviceCameraSession.h"
 #include "Linux/Input/X11Pointer.h"
 #include "Linux/Input/X11WindowFrameProbe.h"
 #include "Linux/Screen/X11ScreenService.h"
@@ -19,6 +24,8 @@ class PlatformServices {
   X11WindowFrameProbe windowFrames_;
   X11Pointer pointer_;
   PulseSoundService sound_;
+  CameraSessionBroker cameraBroker_{std::make_unique<DeviceCameraSession>()};
+  BrokeredCameraService camera_{cameraBroker_};
 };
 
 }  // namespace quillant

@@ -330,10 +330,10 @@ TEST_F(ScreenCapturerTest, KeepsTheRecordingWhenTheSoundEnds) {
   screen.deliver(HostClock::now());
   const auto [artifacts, stopError] = stop(*capturer);
   EXPECT_EQ(stopError, nullptr);
-  EXPECT_THAT(artifacts.warnings,
-              ElementsAre("mic went away", "system went away",
-                          "microphone produced no audio — check input device",
-                          "microphone was enabled but the recording carries no audio track"));
+  EXPECT_THAT(
+      artifacts.warnings,
+      ElementsAre("mic went away", "system went away", "microphone produced no audio — check input device",
+                  "microphone was enabled but the recording carries no audio track"));
 }
 
 TEST_F(ScreenCapturerTest, KeepsTheRecordingWhenAFileBesideItCannotBeClosed) {

@@ -1,0 +1,81 @@
+#include "CaptureEngine/FacecamCapture.h"
+
+#include <utility>
+
+#include "Core/HostClock.h"
+
+namespace quillant {
+
+namespace {
+
+constexpr int frameRate = 30;
+
+}  // namespace
+
+FacecamCapture::FacecamCapture(std::filesystem::path outputURL, CameraSessionBroker& broker,
+                               std::shared_ptr<PauseClock> pauseClock, FailureCallback onFailure)
+    : broker_(broker), onFailure_(std::move(onFailure)) {
+  const auto format = broker_.recordingFormat();
+  try {
+    writer_ = std::make_unique<FragmentedMP4Writer>(
+        FragmentedMP4Writer::Configuration{
+            .outputURL = std::move(outputURL),
+            .container = MediaContainer::quickTime,
+            .video = {.width = format.width, .height = format.height, .expectedFrameRate = frameRate},
+            .pauseClock = std::move(pauseClock),
+            .now = HostClock::now,
+            .onFailure = onFailure_},
+        queue_);
+  } catch (const Error&) {
+    broker_.abandonRecording();
+    throw;
+  }
+}
+
+FacecamCapture::~FacecamCapture() {
+  stop();
+  broker_.abandonRecording();
+}
+
+void FacecamCapture::start() {
+  token_ = broker_.acquireRecorder([this](PixelBufferRef pixelBuffer, MediaTime time) {
+    queue_.async([this, pixelBuffer = std::move(pixelBuffer), time]() mutable {
+      receive(std::move(pixelBuffer), time);
+    });
+  });
+}
+
+void FacecamCapture::receive(PixelBufferRef pixelBuffer, MediaTime time) {
+  try {
+    writer_->append(std::move(pixelBuffer), time);
+  } catch (const Error&) {
+    onFailure_(std::current_exception());
+  }
+}
+
+void FacecamCapture::stop() {
+  if (!token_) return;
+  wasLost_ = broker_.isLost();
+  broker_.release(std::exchange(token_, nullptr));
+  queue_.sync([] {});  // what was delivered before is written
+}
+
+Task<void> FacecamCapture::finish() {
+  return writer_->finish();
+}
+
+MediaTime FacecamCapture::startTime() {
+  return writer_->sessionStartTime();
+}
+
+std::uint64_t FacecamCapture::frameCount() {
+  return writer_->counters().framesAppended;
+}
+
+std::vector<std::string> FacecamCapture::warnings() {
+  auto warnings = writer_->warnings();
+  if (wasLost_) warnings.emplace_back("facecam stopped during the recording — the camera went away");
+  return warnings;
+}
+
+}  // namespace quillant
