@@ -1,6 +1,7 @@
 #pragma once
 
-// Owners for FFmpeg's objects. For the sources of this folder and of the cameras: no public header includes it.
+// Owners for FFmpeg's objects. For the sources of this folder and of the cameras: no public header includes
+// it.
 
 extern "C" {
 #include <libavcodec/avcodec.h>
