@@ -23,7 +23,7 @@ FacecamCapture::FacecamCapture(std::filesystem::path outputURL, CameraSessionBro
             .container = MediaContainer::quickTime,
             .video = {.width = format.width, .height = format.height, .expectedFrameRate = frameRate},
             .pauseClock = std::move(pauseClock),
-            .now = HostClock::now,
+            .now = [this] { return stopTime_.isValid() ? stopTime_ : HostClock::now(); },
             .onFailure = onFailure_},
         queue_);
   } catch (const Error&) {
@@ -57,7 +57,8 @@ void FacecamCapture::stop() {
   if (!token_) return;
   wasLost_ = broker_.isLost();
   broker_.release(std::exchange(token_, nullptr));
-  queue_.sync([] {});  // what was delivered before is written
+  // Behind what was delivered before. The last picture stands until now, however late the file is closed.
+  queue_.sync([this] { stopTime_ = HostClock::now(); });
 }
 
 Task<void> FacecamCapture::finish() {

@@ -33,6 +33,7 @@ class FacecamCapture : public FacecamCapturing {
   CameraSessionBroker& broker_;
   const FailureCallback onFailure_;
   bool wasLost_ = false;
+  MediaTime stopTime_ = MediaTime::invalid();  // on the queue
   SerialQueue queue_{"quillant.capture.facecam"};
   std::unique_ptr<FragmentedMP4Writer> writer_;
   CameraSessionBroker::Token token_;

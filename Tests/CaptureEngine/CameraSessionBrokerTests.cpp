@@ -144,14 +144,14 @@ TEST_F(FacecamCaptureTest, WritesWhatComesBetweenItsStartAndItsStop) {
   EXPECT_FALSE(camera->sink);  // what a preview sees before the start is not recorded
   facecam->start();
   const auto begin = HostClock::now();
-  for (int i = 0; i < 5; ++i)
+  for (int i = 0; i < 2; ++i)
     camera->sink(StampedFrames::moving(128, 48, static_cast<std::uint32_t>(i)), begin + MediaTime{i, 30});
   facecam->stop();
   EXPECT_FALSE(camera->sink);
   EXPECT_TRUE(camera->isStarted);  // the preview goes on
   runBlocking(facecam->finish());
   EXPECT_EQ(facecam->startTime(), begin);
-  EXPECT_GE(facecam->frameCount(), 5U);
+  EXPECT_GE(facecam->frameCount(), 2U);
   EXPECT_THAT(facecam->warnings(), IsEmpty());
   EXPECT_THAT(failures, IsEmpty());
   broker->release(preview);

@@ -86,16 +86,16 @@ TEST_F(PulseSoundServiceTest, StampsBothSourcesWithTheTimeOfTheSound) {
   output->stop();
   const auto count = system.pieces().size();
 
-  EXPECT_NEAR(microphone.onset().seconds(), system.onset().seconds(), 0.03);
+  EXPECT_NEAR(microphone.onset().seconds(), system.onset().seconds(), 0.04);
   for (const auto* source : {&microphone, &system}) {
     const int channels = source == &microphone ? 1 : 2;
     MediaTime end = MediaTime::invalid();
     for (const auto& [arrival, buffer] : source->pieces()) {
       EXPECT_EQ(buffer.channels, channels);
       EXPECT_EQ(buffer.sampleRate, 48'000);
-      EXPECT_LE(buffer.frameCount(), 48'000 / 10);
-      EXPECT_NEAR(buffer.time.seconds(), arrival.seconds(), 0.3);
-      EXPECT_NEAR(buffer.time.seconds(), (end.isValid() ? end : buffer.time).seconds(), 0.02);
+      // A machine that is too busy delivers late and may lose sound, but nothing comes twice or from later.
+      EXPECT_LT((buffer.time - arrival).seconds(), 0.1);
+      EXPECT_GT(buffer.time.seconds(), (end.isValid() ? end : buffer.time).seconds() - 0.02);
       end = buffer.time + MediaTime{buffer.frameCount(), buffer.sampleRate};
     }
   }
