@@ -1,8 +1,10 @@
 #include "quillant/CommandChain.h"
 
+#include "quillant/CloudCLI.h"
 #include "quillant/Console.h"
 #include "quillant/HeadlessCLI.h"
 #include "quillant/HelpCLI.h"
+#include "quillant/SignInCallbackCommand.h"
 #include "quillant/UnavailableCommand.h"
 
 namespace quillant {
@@ -20,11 +22,12 @@ int runDesktop() {
 CommandChain::CommandChain(PlatformServices& services) {
   commands_.push_back(std::make_unique<HeadlessCLI>(
       [&services] { return RecordingCoordinator::make(services.captureServices()); }));
-  for (const char* word :
-       {"login", "logout", "whoami", "upload", "resume", "status", "render-popover", "render-onboarding",
-        "render-settings", "render-library", "author-e1-fixture", "render-editor", "open-editor",
-        "verify-display", "verify-area", "area-overlay", "facecam-contention", "facecam-bubble-proof"})
+  commands_.push_back(std::make_unique<CloudCLI>(PlatformServices::cloudServices));
+  for (const char* word : {"render-popover", "render-onboarding", "render-settings", "render-library",
+                           "author-e1-fixture", "render-editor", "open-editor", "verify-display",
+                           "verify-area", "area-overlay", "facecam-contention", "facecam-bubble-proof"})
     commands_.push_back(std::make_unique<UnavailableCommand>(word));
+  commands_.push_back(std::make_unique<SignInCallbackCommand>());
   commands_.push_back(std::make_unique<HelpCLI>());
 }
 

@@ -1,8 +1,27 @@
 #include "quillant/PlatformServices.h"
 
+#include "Linux/Desktop/BrowserSignIn.h"
+#include "Linux/Desktop/DesktopClipboard.h"
+#include "Linux/Desktop/DesktopSession.h"
+#include "Linux/Http/CurlHttpClient.h"
 #include "Linux/Input/X11ClickEventSource.h"
+#include "Linux/Secrets/LinuxSecretStore.h"
+#include "QuillantCloud/QuillantConfig.h"
+#include "quillant/Console.h"
+#include "quillant/TerminalSignIn.h"
+#include "quillant/VideoFile.h"
 
 namespace quillant {
+
+namespace {
+
+std::shared_ptr<WebAuthenticating> makeSignInPage() {
+  if (DesktopSession::displayServer() == DesktopSession::DisplayServer::none)
+    return std::make_shared<TerminalSignIn>();
+  return BrowserSignIn::make();
+}
+
+}  // namespace
 
 CaptureServices PlatformServices::captureServices() {
   return {.screen = &screen_,
@@ -11,6 +30,17 @@ CaptureServices PlatformServices::captureServices() {
           .camera = &camera_,
           .pointer = [this] { return pointer_.read(); },
           .makeClickEvents = [] { return makeX11ClickEventSource(); }};
+}
+
+CloudServices PlatformServices::cloudServices() {
+  return {.http = CurlHttpClient::make(),
+          .secrets = LinuxSecretStore::make(
+              {.folder = QuillantConfig::supportDirectory() / "secrets",
+               .notice = [](const std::string& line) { Console::writeError("quillant: " + line + "\n"); }}),
+          .signInPage = makeSignInPage(),
+          .clipboard = DesktopClipboard::make(),
+          .probe = VideoFile::probe,
+          .makePoster = VideoFile::makePoster};
 }
 
 }  // namespace quillant

@@ -10,6 +10,7 @@
 #include "Linux/Input/X11WindowFrameProbe.h"
 #include "Linux/Screen/X11ScreenService.h"
 #include "Linux/Sound/PulseSoundService.h"
+#include "quillant/CloudServices.h"
 
 namespace quillant {
 
@@ -18,6 +19,9 @@ class PlatformServices {
  public:
   /// Valid as long as this object.
   CaptureServices captureServices();
+  /// The service's token lies in the keyring; a sign-in goes through the browser, and where there is no
+  /// desktop through the terminal.
+  static CloudServices cloudServices();
 
  private:
   X11ScreenService screen_;

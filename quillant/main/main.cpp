@@ -1,11 +1,14 @@
 #include <csignal>
 
+#include "Linux/Desktop/CallbackHandOver.h"
 #include "quillant/CommandChain.h"
 #include "quillant/PlatformServices.h"
 
 int main(int argc, char** argv) {
   // A reader that has gone away must not end a recording.
   std::signal(SIGPIPE, SIG_IGN);
+  const quillant::Arguments arguments(argv, argv + argc);
+  quillant::CallbackHandOver::eraseFromArguments(argc, argv);
   quillant::PlatformServices services;
-  return quillant::CommandChain(services).run(quillant::Arguments(argv, argv + argc));
+  return quillant::CommandChain(services).run(arguments);
 }
