@@ -213,7 +213,7 @@ TEST(AssetWriter, RefusesWhatItCannotWrite) {
 
 TEST(AssetWriter, FailsWithItsReasonWhenTheDiskIsFullAndKeepsWhatWasWritten) {
   const TemporaryFolder folder;
-  if (::mount("none", folder.path().c_str(), "tmpfs", 0, "size=1m") != 0)
+  if (::mount("none", folder.path().c_str(), "tmpfs", 0, "size=4m") != 0)
     GTEST_SKIP() << "a small disk can only be made with the right to mount";
   {
     const auto path = folder / "a.mp4";
