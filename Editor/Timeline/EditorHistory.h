@@ -1,17 +1,17 @@
 #pragma once
 
+#include <deque>
 #include <optional>
 #include <utility>
-#include <vector>
 
 namespace quillant {
 
 /// The states that undo and redo lead to, without limit. It keeps whole states, so a state should share what
-/// it has in common with others.
+/// it has in common with others. Deques, so that no edit waits for the history to be moved as it grows.
 template <class State>
 struct EditorHistory {
-  std::vector<State> undoStack;  ///< The last one is the next to go back to.
-  std::vector<State> redoStack;
+  std::deque<State> undoStack;  ///< The last one is the next to go back to.
+  std::deque<State> redoStack;
   std::optional<State> transactionStart;  ///< While it is set, no change is recorded.
 
   bool canUndo() const { return !undoStack.empty(); }
@@ -29,7 +29,7 @@ struct EditorHistory {
   std::optional<State> redo(State current) { return step(redoStack, undoStack, std::move(current)); }
 
  private:
-  std::optional<State> step(std::vector<State>& from, std::vector<State>& to, State current) {
+  std::optional<State> step(std::deque<State>& from, std::deque<State>& to, State current) {
     if (from.empty()) return std::nullopt;
     transactionStart.reset();
     to.push_back(std::move(current));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Editor/Timeline/ChangedRecords.h"
 #include "Editor/Timeline/TimelineAudioTrack.h"
 #include "Editor/Timeline/TimelineEditState.h"
 #include "Editor/Timeline/TimelineMusic.h"
@@ -26,15 +27,6 @@ void selectAudioClip(TimelineEditState& state, const UUID& id) {
 
 std::optional<bool> cleanupChoice(bool on) {
   return on ? std::optional(true) : std::nullopt;
-}
-
-/// What `change` makes of the clips that it changes; none when it changes none.
-template <class Change>
-std::optional<Row> changing(const Row& row, Change change) {
-  auto result = row;
-  for (auto& clip : result) change(clip);
-  if (result == row) return std::nullopt;
-  return result;
 }
 
 }  // namespace
@@ -85,7 +77,7 @@ void SetAudioClipCleanup::apply(TimelineEditState& state) const {
   const auto choose = [this](TimelineAudioClip& clip) {
     if (clip.id == id) clip.voiceCleanup = cleanupChoice(on);
   };
-  state.editAudioClip({}, id, [&](const Row& row) { return changing(row, choose); });
+  state.editAudioClip({}, id, [&](const Row& row) { return changedRecords(row, choose); });
 }
 
 void SetAllVoiceClips::apply(TimelineEditState& state) const {
@@ -94,7 +86,7 @@ void SetAllVoiceClips::apply(TimelineEditState& state) const {
     clip.muted = muted;
     clip.voiceCleanup = cleanupChoice(cleanup);
   };
-  state.editAudio({}, TimelineAudioRow::voice, [&](const Row& row) { return changing(row, choose); });
+  state.editAudio({}, TimelineAudioRow::voice, [&](const Row& row) { return changedRecords(row, choose); });
 }
 
 void AddMusicClips::apply(TimelineEditState& state) const {

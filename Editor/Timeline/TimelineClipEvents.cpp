@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "Editor/Timeline/ChangedRecords.h"
 #include "Editor/Timeline/TimelineClipList.h"
 #include "Editor/Timeline/TimelineEditState.h"
 #include "Editor/Timeline/TimelineTolerances.h"
@@ -11,19 +12,6 @@
 namespace quillant::TimelineEvents {
 
 using TimelineClipList::Clips;
-
-namespace {
-
-/// What `change` makes of the clips that it changes; none when it changes none.
-template <class Change>
-std::optional<Clips> changing(const Clips& clips, Change change) {
-  auto result = clips;
-  for (auto& clip : result) change(clip);
-  if (result == clips) return std::nullopt;
-  return result;
-}
-
-}  // namespace
 
 void SplitClip::apply(TimelineEditState& state) const {
   state.editClips("Move the playhead inside a clip before splitting.", duration,
@@ -104,7 +92,7 @@ void SetClipSounds::apply(TimelineEditState& state) const {
     sound.systemVolume = clampedToUnit(sound.systemVolume);
     clip.sound = sound == TimelineRecordingSound() ? std::nullopt : std::optional(sound);
   };
-  state.editClips({}, duration, [&](const Clips& clips) { return changing(clips, choose); });
+  state.editClips({}, duration, [&](const Clips& clips) { return changedRecords(clips, choose); });
 }
 
 void SetClipCameraLayout::apply(TimelineEditState& state) const {
@@ -115,7 +103,7 @@ void SetClipCameraLayout::apply(TimelineEditState& state) const {
     if (layout == TimelineCameraLayout::hidden) clip.cameraHidden = true;
     if (layout == TimelineCameraLayout::fullScreen) clip.cameraFullScreen = true;
   };
-  state.editClips({}, duration, [&](const Clips& clips) { return changing(clips, choose); });
+  state.editClips({}, duration, [&](const Clips& clips) { return changedRecords(clips, choose); });
 }
 
 }  // namespace quillant::TimelineEvents
