@@ -11,20 +11,12 @@
 #include "Linux/Desktop/CallbackSocket.h"
 #include "Linux/Desktop/DesktopSession.h"
 #include "Linux/Desktop/HelperProgram.h"
-#include "QuillantCloud/URL.h"
 
 namespace quillant {
 
 namespace {
 
 using Kind = WebAuthenticationError::Kind;
-
-/// What the page answers for a user who said no.
-bool wasDeclined(const std::string& callback) {
-  const auto url = URL::parse(callback);
-  const auto items = url ? url->queryItems() : std::vector<URL::QueryItem>();
-  return std::find(items.begin(), items.end(), URL::QueryItem("error", "access_denied")) != items.end();
-}
 
 WebAuthenticationError cancelled() {
   return {Kind::cancelled, "the sign-in was cancelled"};
@@ -71,10 +63,7 @@ class Page : public WebAuthenticating {
       // The browser may stay in the foreground, so that opening it ends after its callback.
       auto first = co_await (socket.receive(scheme) || openAndLoseHope(std::move(url), options.timeLimit));
       if (auto* error = std::get_if<1>(&first)) throw std::move(*error);
-      auto& callback = std::get<0>(first);
-      if (wasDeclined(callback))
-        throw WebAuthenticationError(Kind::cancelled, "the sign-in page was declined");
-      co_return std::move(callback);
+      co_return std::get<0>(std::move(first));
     } catch (const FileError& error) {
       throw WebAuthenticationError(Kind::failed, error.description());
     } catch (const asio::multiple_exceptions&) {
