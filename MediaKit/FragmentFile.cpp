@@ -37,11 +37,19 @@ void FragmentFile::append(std::vector<std::uint8_t> boxes) {
   size_ += boxes.size();
   backlog_ += boxes.size();
   queue_.async([this, boxes = std::move(boxes)] {
-    attempt([&] {
-      writeWhole(boxes);
-      ::fdatasync(file_.get());  // A disk that cannot do it now is no reason to end a recording.
-    });
+    attempt([&] { writeWhole(boxes); });
     backlog_ -= boxes.size();
+    syncSoon();
+  });
+}
+
+/// Only a loss of power needs this. A busy disk may take seconds for it, which must not keep the next fragment
+/// from being written; and one that cannot do it at all is no reason to end a recording.
+void FragmentFile::syncSoon() {
+  if (syncWaits_.exchange(true)) return;
+  syncQueue_.async([this] {
+    syncWaits_ = false;
+    ::fdatasync(file_.get());
   });
 }
 

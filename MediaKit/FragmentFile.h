@@ -17,8 +17,8 @@ namespace quillant {
 /// A fragment's first eight bytes, which name it, are written last. A process that is killed in the middle of
 /// a write leaves zeros there, and readers stop before what follows.
 ///
-/// Writing and syncing happen on a queue of the file's own; all calls come from one other thread. After a
-/// failure nothing more is written, and what was torn is cut off.
+/// Writing happens on a queue of the file's own and syncing on another; all calls come from one other thread.
+/// After a failure nothing more is written, and what was torn is cut off.
 class FragmentFile {
  public:
   /// Makes the file, which must not exist, beginning with `fileType` and the room in which `closeWith` hides
@@ -31,7 +31,7 @@ class FragmentFile {
   /// Bytes that wait for the disk.
   std::size_t backlog() const { return backlog_; }
   std::uint64_t size() const { return size_; }  ///< Once all that was appended is written.
-  /// Waits until everything appended has reached the disk.
+  /// Waits until everything appended is written, though perhaps not yet synced.
   void flush();
   /// Waits like `flush`, then writes `index` at the end and turns all between the head and it into one box of
   /// media data: an ordinary file. Until that last write, of 16 bytes, it remains a fragmented one.
@@ -42,6 +42,7 @@ class FragmentFile {
   int descriptor() const { return file_.get(); }
 
  private:
+  void syncSoon();
   void writeWhole(const std::vector<std::uint8_t>& boxes);
   void writeAt(std::uint64_t offset, const std::uint8_t* bytes, std::size_t count);
   void attempt(const std::function<void()>& work);
@@ -55,7 +56,10 @@ class FragmentFile {
   std::atomic<std::size_t> backlog_ = 0;
   mutable std::mutex mutex_;
   std::exception_ptr error_;
-  SerialQueue queue_{"quillant.media.disk"};  // last: joined before the rest goes
+  std::atomic<bool> syncWaits_ = false;
+  // Last, and in this order: joined before the rest goes, the writing first.
+  SerialQueue syncQueue_{"quillant.media.sync"};
+  SerialQueue queue_{"quillant.media.disk"};
 };
 
 }  // namespace quillant
