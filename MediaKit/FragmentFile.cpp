@@ -43,8 +43,8 @@ void FragmentFile::append(std::vector<std::uint8_t> boxes) {
   });
 }
 
-/// Only a loss of power needs this. A busy disk may take seconds for it, which must not keep the next fragment
-/// from being written; and one that cannot do it at all is no reason to end a recording.
+/// Only a loss of power needs this. A busy disk may take seconds for it, which must not keep the next
+/// fragment from being written; and one that cannot do it at all is no reason to end a recording.
 void FragmentFile::syncSoon() {
   if (syncWaits_.exchange(true)) return;
   syncQueue_.async([this] {
