@@ -31,12 +31,15 @@ void requireBGRA(const X11Connection& x) {
         "the display server's pixels are not of 8 bits a colour (the screen's depth must be 24)");
 }
 
-/// What the stream's thread caught, as the errors that a stream may tell of.
-std::exception_ptr screenError(const std::exception_ptr& error) {
+/// Runs `work`; what it throws, as an error that a stream may tell of. This thread has let go of the error by
+/// then, so that it belongs to whoever it is handed to.
+template <class Work>
+std::exception_ptr failureOf(Work&& work) {
   try {
-    std::rethrow_exception(error);
+    work();
+    return nullptr;
   } catch (const ScreenError&) {
-    return error;
+    return std::current_exception();
   } catch (const std::exception& other) {
     return std::make_exception_ptr(ScreenError(ScreenError::Kind::unavailable, other.what()));
   }
@@ -97,27 +100,26 @@ void ScreenStream::requestStop() {
 
 void ScreenStream::run() {
   pthread_setname_np(pthread_self(), "quillant.screen");
-  try {
-    setUp();
-  } catch (...) {
-    started_.resume(screenError(std::current_exception()));
-    return;
-  }
-  started_.resume(nullptr);
-  try {
-    while (!stopping_) {
-      handleEvents();
-      if (pending_ && !starved_ && Clock::now() >= due_)
-        capture();
-      else
-        waitForNews();
-    }
-  } catch (...) {
-    sampleQueue_.async([delivery = delivery_, error = screenError(std::current_exception())] {
+  auto failure = failureOf([this] { setUp(); });
+  const bool isRunning = !failure;
+  started_.resume(std::move(failure));
+  if (!isRunning) return;
+  failure = failureOf([this] { captureUntilStopped(); });
+  if (failure)
+    sampleQueue_.async([delivery = delivery_, error = std::move(failure)] {
       if (delivery->isOpen.exchange(false)) delivery->callbacks.onStopped(error);
     });
-  }
   finished_.resume(true);
+}
+
+void ScreenStream::captureUntilStopped() {
+  while (!stopping_) {
+    handleEvents();
+    if (pending_ && !starved_ && Clock::now() >= due_)
+      capture();
+    else
+      waitForNews();
+  }
 }
 
 void ScreenStream::setUp() {

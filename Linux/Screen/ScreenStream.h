@@ -47,6 +47,7 @@ class ScreenStream : public StreamControlling {
 
   void run();
   void setUp();
+  void captureUntilStopped();
   void capture();
   void handleEvents();
   void waitForNews();
