@@ -14,14 +14,13 @@ constexpr int frameRate = 30;
 
 FacecamCapture::FacecamCapture(std::filesystem::path outputURL, CameraSessionBroker& broker,
                                std::shared_ptr<PauseClock> pauseClock, FailureCallback onFailure)
-    : broker_(broker), onFailure_(std::move(onFailure)) {
-  const auto format = broker_.recordingFormat();
+    : broker_(broker), onFailure_(std::move(onFailure)), format_(broker_.recordingFormat()) {
   try {
     writer_ = std::make_unique<FragmentedMP4Writer>(
         FragmentedMP4Writer::Configuration{
             .outputURL = std::move(outputURL),
             .container = MediaContainer::quickTime,
-            .video = {.width = format.width, .height = format.height, .expectedFrameRate = frameRate},
+            .video = {.width = format_.width, .height = format_.height, .expectedFrameRate = frameRate},
             .pauseClock = std::move(pauseClock),
             .now = [this] { return stopTime_.isValid() ? stopTime_ : HostClock::now(); },
             .onFailure = onFailure_},
@@ -38,7 +37,10 @@ FacecamCapture::~FacecamCapture() {
 }
 
 void FacecamCapture::start() {
-  token_ = broker_.acquireRecorder([this](PixelBufferRef pixelBuffer, MediaTime time) {
+  // A camera that runs already may deliver now what it took before: a preview's frame, no recording's.
+  const auto begin = HostClock::now();
+  token_ = broker_.acquireRecorder([this, begin](PixelBufferRef pixelBuffer, MediaTime time) {
+    if (time < begin) return;
     queue_.async([this, pixelBuffer = std::move(pixelBuffer), time]() mutable {
       receive(std::move(pixelBuffer), time);
     });
@@ -46,6 +48,10 @@ void FacecamCapture::start() {
 }
 
 void FacecamCapture::receive(PixelBufferRef pixelBuffer, MediaTime time) {
+  if (CameraFormat{pixelBuffer->width, pixelBuffer->height} != format_) {
+    hasChangedSize_ = true;
+    return;
+  }
   try {
     writer_->append(std::move(pixelBuffer), time);
   } catch (const Error&) {
@@ -75,7 +81,10 @@ std::uint64_t FacecamCapture::frameCount() {
 
 std::vector<std::string> FacecamCapture::warnings() {
   auto warnings = writer_->warnings();
-  if (wasLost_) warnings.emplace_back("facecam stopped during the recording — the camera went away");
+  if (wasLost_)
+    warnings.emplace_back("facecam stopped during the recording — the camera went away");
+  else if (hasChangedSize_)
+    warnings.emplace_back("facecam stopped during the recording — the camera's picture changed its size");
   return warnings;
 }
 

@@ -12,7 +12,8 @@
 
 namespace quillant {
 
-/// A session's recorder of the shared camera: its frames, in a file of their own.
+/// A session's recorder of the shared camera: its frames, in a file of their own. A camera that goes away, or
+/// comes back with another size of picture, leaves the last picture standing.
 class FacecamCapture : public FacecamCapturing {
  public:
   /// Opens the camera and creates the file. Throws `FacecamError` or `WriterError`.
@@ -32,8 +33,11 @@ class FacecamCapture : public FacecamCapturing {
 
   CameraSessionBroker& broker_;
   const FailureCallback onFailure_;
+  CameraFormat format_;
   bool wasLost_ = false;
-  MediaTime stopTime_ = MediaTime::invalid();  // on the queue
+  // On the queue.
+  bool hasChangedSize_ = false;
+  MediaTime stopTime_ = MediaTime::invalid();
   SerialQueue queue_{"quillant.capture.facecam"};
   std::unique_ptr<FragmentedMP4Writer> writer_;
   CameraSessionBroker::Token token_;

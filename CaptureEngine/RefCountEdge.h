@@ -2,12 +2,11 @@
 
 namespace quillant {
 
-/// Counts the users of something shared, and tells the first who comes and the last who goes.
+/// Counts the users of something shared, and tells the last who goes.
 struct RefCountEdge {
   int count = 0;
 
-  /// True if there was nobody before.
-  bool add() { return count++ == 0; }
+  void add() { ++count; }
   /// True if there is nobody any more; a count of 0 stays.
   bool remove() { return count > 0 && --count == 0; }
 };

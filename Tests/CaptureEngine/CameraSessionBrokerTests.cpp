@@ -14,7 +14,6 @@ namespace quillant {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// A camera in the test's hands.
 struct ScriptedCameraSession : CameraSessionControlling {
@@ -33,7 +32,7 @@ struct ScriptedCameraSession : CameraSessionControlling {
   void stop() override { isStarted = isOpen = false; }
   void setSink(Sink given) override { sink = std::move(given); }
   void setOnRuntimeError(std::function<void()> given) override { onRuntimeError = std::move(given); }
-  void setPreferredDevice(std::optional<std::string> id) override { preferred = std::move(id); }
+  void setPreferredDevice(std::optional<std::string>) override {}
   void connectPreview(CameraPreviewLayer&) override {}
   void disconnectPreview(CameraPreviewLayer&) override {}
 
@@ -43,7 +42,6 @@ struct ScriptedCameraSession : CameraSessionControlling {
   int starts = 0;
   Sink sink;
   std::function<void()> onRuntimeError;
-  std::optional<std::string> preferred;
 };
 
 class CameraSessionBrokerTest : public testing::Test {
@@ -53,19 +51,14 @@ class CameraSessionBrokerTest : public testing::Test {
     camera = made.get();
     broker.emplace(std::move(made));
   }
+  CameraSessionBroker::Token record() {
+    return broker->acquireRecorder([](const PixelBufferRef&, MediaTime) {});
+  }
   void fail() {
     camera->onRuntimeError();
     broker->isLost();  // what comes after the recovery on the queue
   }
-  std::unique_ptr<FacecamCapturing> makeFacecam() {
-    return BrokeredCameraService(*broker).makeFacecam(
-        file, std::make_shared<PauseClock>(),
-        [this](const std::exception_ptr& error) { failures.push_back(describe(error)); });
-  }
 
-  TemporaryFolder folder;
-  std::filesystem::path file = folder / "x.facecam.mov";
-  std::vector<std::string> failures;
   ScriptedCameraSession* camera = nullptr;
   std::optional<CameraSessionBroker> broker;
 };
@@ -73,37 +66,41 @@ class CameraSessionBrokerTest : public testing::Test {
 TEST_F(CameraSessionBrokerTest, RunsTheCameraFromTheFirstUserToTheLast) {
   const auto preview = broker->attachPreview();
   EXPECT_TRUE(camera->isStarted);
-  const auto recorder = broker->acquireRecorder([](const PixelBufferRef&, MediaTime) {});
+  const auto recorder = record();
   broker->release(preview);
   broker->release(preview);  // counts once
-  EXPECT_TRUE(camera->isStarted);
-  EXPECT_TRUE(camera->sink);
+  EXPECT_TRUE(camera->isStarted && camera->sink);
   broker->release(recorder);
-  EXPECT_FALSE(camera->isStarted);
-  EXPECT_FALSE(camera->sink);
+  EXPECT_FALSE(camera->isStarted || camera->sink);
   EXPECT_EQ(camera->starts, 1);
 
+  broker->setPreferredCamera("other");  // replaces a camera in use, and no other
+  EXPECT_EQ(camera->starts, 1);
   const auto another = broker->attachPreview();
-  broker->release(broker->attachPreview());
-  EXPECT_TRUE(camera->isStarted);
+  broker->setPreferredCamera(std::nullopt);
+  EXPECT_EQ(camera->starts, 3);
   broker->release(another);
+
+  camera->isPlugged = false;
+  EXPECT_THROW(broker->attachPreview(), FacecamError);
+  EXPECT_THROW(record(), FacecamError);
+  EXPECT_FALSE(camera->sink);
+  camera->isPlugged = true;
+  broker->release(broker->attachPreview());  // those who got none do not count
   EXPECT_FALSE(camera->isStarted);
 }
 
 TEST_F(CameraSessionBrokerTest, GivesUpAfterThreeErrorsUntilItsLastUserHasGone) {
-  auto recorder = broker->acquireRecorder([](const PixelBufferRef&, MediaTime) {});
-  for (int error = 1; error <= 3; ++error) {
+  auto recorder = record();
+  for (int error = 1; error <= 4; ++error) {
     fail();
-    EXPECT_EQ(camera->starts, 1 + error);
-    EXPECT_FALSE(broker->isLost());
+    EXPECT_EQ(camera->starts, std::min(1 + error, 4));
+    EXPECT_EQ(broker->isLost(), error > 3);
   }
-  fail();
-  EXPECT_EQ(camera->starts, 4);
-  EXPECT_TRUE(broker->isLost());
   EXPECT_TRUE(camera->sink);
 
   broker->release(recorder);
-  recorder = broker->acquireRecorder([](const PixelBufferRef&, MediaTime) {});
+  recorder = record();
   EXPECT_FALSE(broker->isLost());
   fail();
   EXPECT_EQ(camera->starts, 6);
@@ -115,70 +112,68 @@ TEST_F(CameraSessionBrokerTest, GivesUpAfterThreeErrorsUntilItsLastUserHasGone) 
   EXPECT_FALSE(camera->isStarted);
 }
 
-TEST_F(CameraSessionBrokerTest, LeavesNothingOfAUserThatGotNoCamera) {
-  camera->isPlugged = false;
-  EXPECT_THROW(broker->attachPreview(), FacecamError);
-  EXPECT_THROW(broker->acquireRecorder([](const PixelBufferRef&, MediaTime) {}), FacecamError);
-  EXPECT_FALSE(camera->sink);
-  camera->isPlugged = true;
-  broker->release(broker->attachPreview());
-  EXPECT_FALSE(camera->isStarted);
-}
+class FacecamCaptureTest : public CameraSessionBrokerTest {
+ protected:
+  std::unique_ptr<FacecamCapturing> make() {
+    return BrokeredCameraService(*broker).makeFacecam(
+        file, nullptr, [](const std::exception_ptr& error) { ADD_FAILURE() << describe(error); });
+  }
+  void deliver(MediaTime time, int height = 48) { camera->sink(StampedFrames::moving(128, height, 9), time); }
+  std::vector<std::string> end(FacecamCapturing& facecam) {
+    facecam.stop();
+    EXPECT_FALSE(camera->sink);
+    runBlocking(facecam.finish());
+    return facecam.warnings();
+  }
 
-TEST_F(CameraSessionBrokerTest, ReplacesTheCameraThatIsInUse) {
-  broker->setPreferredCamera("other");
-  EXPECT_EQ(camera->starts, 0);
+  TemporaryFolder folder;
+  std::filesystem::path file = folder / "x.facecam.mov";
+};
+
+TEST_F(FacecamCaptureTest, WritesWhatIsTakenBetweenItsStartAndItsStop) {
   const auto preview = broker->attachPreview();
-  broker->setPreferredCamera(std::nullopt);
-  EXPECT_EQ(camera->preferred, std::nullopt);
-  EXPECT_EQ(camera->starts, 2);
-  broker->release(preview);
-}
-
-using FacecamCaptureTest = CameraSessionBrokerTest;
-
-TEST_F(FacecamCaptureTest, WritesWhatComesBetweenItsStartAndItsStop) {
-  const auto preview = broker->attachPreview();
-  const auto facecam = makeFacecam();
+  const auto facecam = make();
   EXPECT_TRUE(std::filesystem::exists(file));
-  EXPECT_FALSE(camera->sink);  // what a preview sees before the start is not recorded
+  const auto before = HostClock::now();
   facecam->start();
   const auto begin = HostClock::now();
-  for (int i = 0; i < 2; ++i)
-    camera->sink(StampedFrames::moving(128, 48, static_cast<std::uint32_t>(i)), begin + MediaTime{i, 30});
-  facecam->stop();
-  EXPECT_FALSE(camera->sink);
+  deliver(before);  // taken for the preview, and late
+  deliver(begin);
+  deliver(begin + MediaTime{1, 30});
+  EXPECT_THAT(end(*facecam), testing::IsEmpty());
   EXPECT_TRUE(camera->isStarted);  // the preview goes on
-  runBlocking(facecam->finish());
   EXPECT_EQ(facecam->startTime(), begin);
   EXPECT_GE(facecam->frameCount(), 2U);
-  EXPECT_THAT(facecam->warnings(), IsEmpty());
-  EXPECT_THAT(failures, IsEmpty());
   broker->release(preview);
 }
 
-TEST_F(FacecamCaptureTest, TellsOfACameraThatDeliversNothingOrGoesAway) {
-  const auto facecam = makeFacecam();
+TEST_F(FacecamCaptureTest, TellsOfACameraThatGoesAwayOrChanges) {
+  auto facecam = make();
   facecam->start();
   camera->isPlugged = false;
   fail();
-  facecam->stop();
-  runBlocking(facecam->finish());
+  EXPECT_THAT(end(*facecam), ElementsAre("facecam stopped during the recording — the camera went away"));
   EXPECT_EQ(facecam->frameCount(), 0U);
   EXPECT_FALSE(facecam->startTime().isValid());
-  EXPECT_THAT(facecam->warnings(),
-              ElementsAre("facecam stopped during the recording — the camera went away"));
-  EXPECT_THAT(failures, IsEmpty());
+
+  camera->isPlugged = true;
+  std::filesystem::remove(file);
+  facecam = make();
+  facecam->start();
+  deliver(HostClock::now());
+  deliver(HostClock::now(), 64);
+  EXPECT_THAT(end(*facecam),
+              ElementsAre("facecam stopped during the recording — the camera's picture changed its size"));
 }
 
 TEST_F(FacecamCaptureTest, LetsGoOfACameraThatItDoesNotUse) {
-  makeFacecam();
+  make();
   EXPECT_FALSE(camera->isOpen);
-  EXPECT_THROW(makeFacecam(), FragmentedMP4Writer::WriterError);  // the file of the one before
+  EXPECT_THROW(make(), FragmentedMP4Writer::WriterError);  // the file of the one before
   EXPECT_FALSE(camera->isOpen);
   std::filesystem::remove(file);
   camera->isPlugged = false;
-  EXPECT_THROW(makeFacecam(), FacecamError);
+  EXPECT_THROW(make(), FacecamError);
   EXPECT_FALSE(std::filesystem::exists(file));
 }
 
