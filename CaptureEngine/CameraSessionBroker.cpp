@@ -23,7 +23,7 @@ CameraSessionBroker::~CameraSessionBroker() {
 }
 
 bool CameraSessionBroker::isAllowed() {
-  return control_->isAllowed();
+  return queue_.sync([this] { return control_->isAllowed(); });
 }
 
 CameraFormat CameraSessionBroker::recordingFormat() {

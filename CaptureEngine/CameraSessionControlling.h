@@ -29,7 +29,7 @@ class CameraSessionControlling {
   using Sink = std::function<void(PixelBufferRef, MediaTime)>;  ///< The time is the host clock's, at capture.
 
   virtual ~CameraSessionControlling() = default;
-  /// Whether this program may open the camera; true if there is none. Any thread.
+  /// Whether this program may open the camera that is to be used; true if there is none.
   virtual bool isAllowed() = 0;
   /// Opens the camera that is to be used, in place of another one that may be open. Frames have this format
   /// until the session is stopped. Throws `FacecamError`.

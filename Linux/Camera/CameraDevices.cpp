@@ -13,12 +13,12 @@ namespace quillant::CameraDevices {
 
 namespace {
 
-/// What the device calls itself; nothing if it delivers no pictures. A device that may not be opened counts:
-/// that it is refused is to be told later.
+/// What the device calls itself; nothing if it delivers no pictures. A device that may not be opened, or is
+/// taken, counts: that is to be told later.
 std::optional<std::string> cameraName(const std::filesystem::path& device) {
   const FileDescriptor descriptor(::open(device.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
   if (descriptor.get() < 0) {
-    if (errno == EACCES || errno == EPERM) return device.filename().string();
+    if (errno == EACCES || errno == EPERM || errno == EBUSY) return device.filename().string();
     return std::nullopt;
   }
   v4l2_capability capability{};

@@ -28,14 +28,25 @@ const std::vector<Options>& wishes(bool isDevice) {
   return isDevice ? ofDevices : ofSources;
 }
 
-FFmpeg::InputContext open(const AVInputFormat* format, const std::string& address, const Options& wanted) {
-  auto* context = FFmpeg::check(avformat_alloc_context());
-  context->flags |= AVFMT_FLAG_NONBLOCK;  // a camera that never delivers must not hold its thread
-  AVDictionary* options = nullptr;
-  for (const auto& [name, value] : wanted) av_dict_set(&options, name.c_str(), value.c_str(), 0);
-  const int result = avformat_open_input(&context, address.c_str(), format, &options);
-  av_dict_free(&options);
-  return FFmpeg::InputContext(result < 0 ? nullptr : context);
+/// A device that is there and does not open, because another program has it, is not the same as none.
+FacecamError::Kind kindOf(int error) {
+  const bool isMissing = error == AVERROR(ENOENT) || error == AVERROR(ENODEV) || error == AVERROR(ENXIO);
+  return isMissing ? FacecamError::Kind::noCamera : FacecamError::Kind::cannotConfigure;
+}
+
+FFmpeg::InputContext open(const AVInputFormat* format, const std::string& address, bool isDevice) {
+  int result = AVERROR(ENODEV);
+  for (const auto& wanted : wishes(isDevice)) {
+    if (!format) break;
+    auto* context = FFmpeg::check(avformat_alloc_context());
+    context->flags |= AVFMT_FLAG_NONBLOCK;  // a camera that never delivers must not hold its thread
+    AVDictionary* options = nullptr;
+    for (const auto& [name, value] : wanted) av_dict_set(&options, name.c_str(), value.c_str(), 0);
+    result = avformat_open_input(&context, address.c_str(), format, &options);
+    av_dict_free(&options);
+    if (result >= 0) return FFmpeg::InputContext(context);
+  }
+  throw FacecamError(kindOf(result));
 }
 
 FFmpeg::CodecContext openDecoder(const AVCodecParameters& parameters) {
@@ -80,10 +91,7 @@ CameraInput::CameraInput(std::string id) : id_(std::move(id)) {
   const std::string address = colon == std::string::npos ? "" : id_.substr(colon + 1);
   const bool device = id_.starts_with("v4l2:");
   const auto* format = av_find_input_format(id_.substr(0, colon).c_str());
-  FFmpeg::InputContext input;
-  for (const auto& wanted : wishes(device))
-    if (format && !input) input = open(format, address, wanted);
-  if (!input) throw FacecamError(FacecamError::Kind::noCamera);
+  auto input = open(format, address, device);
   if (input->nb_streams != 1 || input->streams[0]->codecpar->codec_type != AVMEDIA_TYPE_VIDEO)
     throw FacecamError(FacecamError::Kind::cannotConfigure);
   implementation_ = std::make_unique<Implementation>(std::move(input), device);

@@ -27,7 +27,7 @@ DeviceCameraSession::~DeviceCameraSession() {
 }
 
 bool DeviceCameraSession::isAllowed() {
-  const auto device = CameraDevices::resolve(CameraDevices::available(), std::nullopt);
+  const auto device = CameraDevices::resolve(CameraDevices::available(), preferredDevice_);
   constexpr std::string_view videoDevice = "v4l2:";
   if (!device || !device->id.starts_with(videoDevice)) return true;
   return ::access(device->id.c_str() + videoDevice.size(), R_OK | W_OK) == 0;

@@ -98,7 +98,8 @@ TEST_F(DeviceCameraSessionTest, SaysWhichCameraItCannotUse) {
     FacecamError::Kind kind;
   };
   for (const auto& [source, kind] : {
-           Case{"v4l2:/dev/null", FacecamError::Kind::noCamera},
+           Case{"v4l2:/dev/null", FacecamError::Kind::cannotConfigure},
+           Case{"v4l2:/dev/video-of-nobody", FacecamError::Kind::noCamera},
            Case{"nonsense", FacecamError::Kind::noCamera},
            Case{"lavfi:anullsrc", FacecamError::Kind::cannotConfigure},
        }) {
