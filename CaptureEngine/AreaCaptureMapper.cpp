@@ -8,7 +8,7 @@ namespace quillant::AreaCaptureMapper {
 
 namespace {
 
-/// What an upward y is subtracted from to count downwards.
+/// What a y is subtracted from to turn it over: upwards it counts from the primary display's bottom.
 double primaryHeight(const std::vector<DisplayInfo>& displays, const Rect& otherwise) {
   auto primary = std::ranges::find_if(
       displays, [](const DisplayInfo& display) { return display.frame.x == 0 && display.frame.y == 0; });
@@ -42,9 +42,12 @@ std::optional<AreaCaptureGeometry> geometry(const CaptureArea& area, std::uint32
 
 double backingScale(const Rect& windowFrame, const std::vector<DisplayInfo>& displays) {
   constexpr double withoutDisplays = 2;
-  const Point middle = windowFrame.center();
-  auto display = std::ranges::find_if(
-      displays, [&](const DisplayInfo& candidate) { return candidate.frame.contains(middle); });
+  const double height = primaryHeight(displays, windowFrame);
+  const Point middle{windowFrame.center().x, height - windowFrame.center().y};
+  auto display = std::ranges::find_if(displays, [&](const DisplayInfo& candidate) {
+    const Rect& frame = candidate.frame;
+    return Rect{frame.x, height - frame.maxY(), frame.width, frame.height}.contains(middle);
+  });
   if (display == displays.end()) display = std::ranges::find(displays, true, &DisplayInfo::isMain);
   return display == displays.end() ? withoutDisplays : display->scale;
 }

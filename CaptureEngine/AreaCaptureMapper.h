@@ -30,7 +30,8 @@ std::optional<AreaCaptureGeometry> geometry(const CaptureArea& area, std::uint32
                                             const std::vector<DisplayInfo>& displays);
 
 /// The scale of the display under the middle of a window, else of the main one; 2 if there is none. The frame
-/// is in global points, origin at the top left of the primary display.
+/// is in global points, origin at the top left of the primary display. A middle on the seam between two
+/// displays is on the right or the upper one.
 double backingScale(const Rect& windowFrame, const std::vector<DisplayInfo>& displays);
 
 }  // namespace AreaCaptureMapper

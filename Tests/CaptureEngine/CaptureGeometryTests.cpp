@@ -53,7 +53,9 @@ TEST(AreaCaptureMapper, TakesAWindowsScaleFromTheDisplayUnderItsMiddle) {
   EXPECT_EQ(scale({-640, 500, 10, 10}), 1);
   EXPECT_EQ(scale({0, -100, 100, 120}), 1.5);
   EXPECT_EQ(scale({-100, 200, 200, 100}), 2);  // on the seam: a far edge is not inside
-  EXPECT_EQ(scale({5000, 5000, 10, 10}), 2);   // beside all of them: the main one's
+  EXPECT_EQ(scale({0, -100, 100, 200}), 1.5);  // on the upper seam: y counts upwards
+  EXPECT_EQ(scale({100, 800, 100, 200}), 2);
+  EXPECT_EQ(scale({5000, 5000, 10, 10}), 2);  // beside all of them: the main one's
   EXPECT_EQ(AreaCaptureMapper::backingScale({0, 0, 1, 1}, {{.id = 1, .scale = 3, .isMain = true}}), 3);
   EXPECT_EQ(AreaCaptureMapper::backingScale({0, 0, 1, 1}, {}), 2);
 }
