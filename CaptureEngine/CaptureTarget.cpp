@@ -23,12 +23,12 @@ const DisplayInfo& pickDisplay(std::optional<std::uint32_t> requested,
   throw CaptureError(problem);
 }
 
-Rect windowFrame(std::uint32_t id, const std::vector<WindowInfo>& windows, WindowFrameProbe* probe) {
+WindowInfo findWindow(std::uint32_t id, const std::vector<WindowInfo>& windows, WindowFrameProbe* probe) {
   const auto found =
       std::find_if(windows.begin(), windows.end(), [&](const WindowInfo& window) { return window.id == id; });
   if (found == windows.end()) throw CaptureError(CaptureError::WindowNotFound{id});
   const auto current = probe ? probe->frame(id) : std::nullopt;
-  return current.value_or(found->frame);
+  return {found->id, found->title, current.value_or(found->frame)};
 }
 
 }  // namespace
@@ -37,25 +37,28 @@ CaptureTarget CaptureTarget::resolve(const CaptureOptions& options, const Sharea
                                      WindowFrameProbe* windowFrames) {
   const auto& display = pickDisplay(options.displayID, content.displays);
   if (options.windowID) {
-    const auto frame = windowFrame(*options.windowID, content.windows, windowFrames);
+    auto window = findWindow(*options.windowID, content.windows, windowFrames);
     const auto geometry = WindowCaptureMapper::geometry(
-        frame, AreaCaptureMapper::backingScale(frame, content.displays), options.resolution);
-    return {display.id,           options.windowID,     std::nullopt, geometry.telemetryRegion,
-            geometry.outputWidth, geometry.outputHeight};
+        window.frame, AreaCaptureMapper::backingScale(window.frame, content.displays), options.resolution);
+    return {.displayID = display.id,
+            .window = std::move(window),
+            .telemetryRegion = geometry.telemetryRegion,
+            .width = geometry.outputWidth,
+            .height = geometry.outputHeight};
   }
   if (options.area) {
     const auto geometry =
         AreaCaptureMapper::geometry(*options.area, display.id, options.resolution, content.displays);
     if (!geometry) throw CaptureError(CaptureError::AreaDisplayUnavailable{display.id});
-    return {display.id,
-            std::nullopt,
-            geometry->sourceRect,
-            geometry->telemetryRegion,
-            geometry->outputWidth,
-            geometry->outputHeight};
+    return {.displayID = display.id,
+            .sourceRect = geometry->sourceRect,
+            .telemetryRegion = geometry->telemetryRegion,
+            .width = geometry->outputWidth,
+            .height = geometry->outputHeight};
   }
   const auto size = outputDimensions(options.resolution, display.pixelWidth, display.pixelHeight);
-  return {display.id, std::nullopt, std::nullopt, display.frame, size.width, size.height};
+  return {
+      .displayID = display.id, .telemetryRegion = display.frame, .width = size.width, .height = size.height};
 }
 
 }  // namespace quillant

@@ -123,7 +123,7 @@ void ScreenCapturer::makeWriter() {
 
 void ScreenCapturer::makeStream() {
   const StreamConfiguration configuration{.displayID = target_.displayID,
-                                          .windowID = target_.windowID,
+                                          .windowID = options_.windowID,
                                           .sourceRect = target_.sourceRect,
                                           .width = target_.width,
                                           .height = target_.height,
@@ -156,16 +156,20 @@ void ScreenCapturer::makeTelemetryRecorder() {
   if (!options_.telemetry) return;
   CursorTelemetryRecorder::Configuration configuration{
       .region = target_.telemetryRegion, .source = services_.pointer, .pauseClock = pauseClock_};
-  if (target_.windowID && services_.windowFrames)
-    configuration.liveRegion = [probe = services_.windowFrames, window = *target_.windowID,
-                                atStart = target_.telemetryRegion] {
-      return probe->frame(window).value_or(atStart);
+  if (target_.window && services_.windowFrames)
+    configuration.liveRegion = [probe = services_.windowFrames, id = target_.window->id,
+                                atStart = target_.window->frame] {
+      return probe->frame(id).value_or(atStart);
     };
   telemetryRecorder_ = std::make_unique<CursorTelemetryRecorder>(
       std::move(configuration), services_.makeClickEvents ? services_.makeClickEvents() : nullptr);
 }
 
 Task<void> ScreenCapturer::start() {
+  return runOn(makeStrand(), startSources());
+}
+
+Task<void> ScreenCapturer::startSources() {
   co_await control_->startCapture();
   if (systemAudio_) systemAudio_->start();
   if (micCapture_) micCapture_->start();

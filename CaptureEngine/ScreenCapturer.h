@@ -54,6 +54,7 @@ class ScreenCapturer : public SessionCapturing {
   void receiveMicrophone(AudioBuffer buffer);
   void reportFailure(std::exception_ptr error);
 
+  Task<void> startSources();
   Task<Finalized> finalize();
   Task<void> finishFacecam(RecordingArtifacts& artifacts);
   void writeTelemetry(RecordingArtifacts& artifacts);
