@@ -29,8 +29,9 @@ PulseConnection::Lock::~Lock() {
   ::pa_threaded_mainloop_unlock(loop_);
 }
 
-PulseConnection::PulseConnection()
-    : loop_(::pa_threaded_mainloop_new()),
+PulseConnection::PulseConnection(std::chrono::microseconds patience)
+    : patience_(patience),
+      loop_(::pa_threaded_mainloop_new()),
       context_(::pa_context_new(::pa_threaded_mainloop_get_api(loop_.get()), "Quillant")) {
   ::pa_context_set_state_callback(
       context_.get(), [](pa_context*, void* connection) { self(connection).stateChanged(); }, this);
@@ -47,7 +48,7 @@ PulseConnection::PulseConnection()
   bool isReady = false;
   {
     const Lock lock(*this);
-    while (::pa_context_get_state(context_.get()) != PA_CONTEXT_READY && isAlive()) wait();
+    waitUntil([this] { return ::pa_context_get_state(context_.get()) == PA_CONTEXT_READY; });
     isReady = isAlive();
     if (isReady)
       letRun(::pa_context_subscribe(
@@ -71,15 +72,23 @@ PulseConnection::~PulseConnection() {
 }
 
 void PulseConnection::fail(const std::string& what) const {
-  throw PulseError(what, ::pa_context_errno(context_.get()));
+  const int code = ::pa_context_errno(context_.get());
+  throw PulseError(what, code == PA_OK ? PA_ERR_TIMEOUT : code);  // we ended it ourselves
 }
 
 bool PulseConnection::isAlive() const {
   return PA_CONTEXT_IS_GOOD(::pa_context_get_state(context_.get()));
 }
 
-void PulseConnection::wait() const {
-  ::pa_threaded_mainloop_wait(loop_.get());
+void PulseConnection::waitUntil(const std::function<bool()>& isDone) {
+  auto* deadline = ::pa_context_rttime_new(
+      context_.get(), ::pa_rtclock_now() + static_cast<pa_usec_t>(patience_.count()),
+      [](pa_mainloop_api*, pa_time_event*, const timeval*, void* connection) {
+        ::pa_context_disconnect(self(connection).context());
+      },
+      this);
+  while (!isDone() && isAlive()) ::pa_threaded_mainloop_wait(loop_.get());
+  if (deadline) ::pa_threaded_mainloop_get_api(loop_.get())->time_free(deadline);
 }
 
 void PulseConnection::wake() const {
@@ -95,7 +104,7 @@ void PulseConnection::stateChanged() {
 SoundDevices PulseConnection::devices() {
   const Lock lock(*this);
   refresh();
-  while (isRefreshing_ && isAlive()) wait();
+  waitUntil([this] { return !isRefreshing_; });
   if (!isAlive()) fail("the sound server went away");
   return devices_;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 // Includes the library's headers: for the sources of this folder only.
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <pulse/pulseaudio.h>
@@ -50,8 +51,9 @@ class PulseConnection {
     pa_threaded_mainloop* loop_;
   };
 
-  /// Waits for the server. Throws `PulseError`.
-  PulseConnection();
+  /// Waits for the server. One that leaves a question unanswered for as long as `patience`, now or later,
+  /// counts as gone. Throws `PulseError`.
+  explicit PulseConnection(std::chrono::microseconds patience);
   ~PulseConnection();
   PulseConnection(const PulseConnection&) = delete;
   PulseConnection& operator=(const PulseConnection&) = delete;
@@ -59,8 +61,9 @@ class PulseConnection {
   pa_context* context() const { return context_.get(); }
   /// Under the lock.
   bool isAlive() const;
-  /// Under the lock, which is let go meanwhile, until `wake`.
-  void wait() const;
+  /// Under the lock, which is let go meanwhile: until `isDone`, which is asked after each `wake`, or the
+  /// server is gone.
+  void waitUntil(const std::function<bool()>& isDone);
   /// Under the lock, or on the connection's thread.
   void wake() const;
 
@@ -85,6 +88,7 @@ class PulseConnection {
   void finishRefresh();
   [[noreturn]] void fail(const std::string& what) const;
 
+  const std::chrono::microseconds patience_;
   std::unique_ptr<pa_threaded_mainloop, FreeLoop> loop_;
   std::unique_ptr<pa_context, FreeContext> context_;
   std::vector<Listener*> listeners_;

@@ -34,7 +34,7 @@ std::shared_ptr<PulseConnection> PulseSoundService::connection() {
     const PulseConnection::Lock alive(*existing);
     if (existing->isAlive()) return existing;
   }
-  auto made = std::make_shared<PulseConnection>();
+  auto made = std::make_shared<PulseConnection>(patience_);
   connection_ = made;
   return made;
 }

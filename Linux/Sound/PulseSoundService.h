@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 
@@ -14,6 +15,10 @@ class PulseConnection;
 /// is recorded. Safe on any thread.
 class PulseSoundService : public SoundService {
  public:
+  /// A server that does not answer for as long as `patience` counts as gone.
+  explicit PulseSoundService(std::chrono::microseconds patience = std::chrono::seconds(10))
+      : patience_(patience) {}
+
   /// What there is to record from; empty without a server.
   SoundDevices devices();
 
@@ -28,6 +33,7 @@ class PulseSoundService : public SoundService {
  private:
   std::shared_ptr<PulseConnection> connection();
 
+  const std::chrono::microseconds patience_;
   std::mutex lock_;
   std::weak_ptr<PulseConnection> connection_;
 };

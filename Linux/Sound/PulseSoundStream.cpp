@@ -26,7 +26,7 @@ PulseSoundStream::PulseSoundStream(std::shared_ptr<PulseConnection> connection, 
       clock_(sampleRate) {
   const PulseConnection::Lock lock(*connection_);
   open(device);
-  while (stream_ && ::pa_stream_get_state(stream_) == PA_STREAM_CREATING) connection_->wait();
+  connection_->waitUntil([this] { return !stream_ || ::pa_stream_get_state(stream_) != PA_STREAM_CREATING; });
   if (!stream_)
     throw PulseError("could not record from " + device, ::pa_context_errno(connection_->context()));
   connection_->add(*this);

@@ -77,4 +77,8 @@ void SoundServer::kill() {
   process_->wait();
 }
 
+void SoundServer::hang() {
+  process_->signal(SIGSTOP);
+}
+
 }  // namespace quillant

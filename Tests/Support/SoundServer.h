@@ -32,6 +32,8 @@ class SoundServer {
   std::unique_ptr<ChildProcess> playTone(const std::string& output, double seconds = 60) const;
   /// Ends the server at once, as a crash would.
   void kill();
+  /// From now on it answers nobody.
+  void hang();
 
  private:
   TemporaryFolder folder_;
