@@ -1,4 +1,6 @@
-#include <gmock/gmock.h>
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <sstream>
 
 #include "CaptureEngine/CursorTrack.h"
 
@@ -6,43 +8,46 @@ namespace quillant {
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-constexpr auto left = MouseButton::left;
-constexpr auto right = MouseButton::right;
-
 constexpr MediaTime ms(std::int64_t count) {
   return {count, 1000};
 }
 
-/// A track whose pointer and clock the test moves by hand.
-class PolledTrack : public testing::Test {
- protected:
-  void tick(std::int64_t time, bool leftDown = false, bool rightDown = false) {
-    pointer = {pointer.location, leftDown, rightDown};
-    track.tick(ms(time));
+/// A track whose pointer and clock the test moves by hand; at time t the pointer is at x = t.
+struct ScriptedTrack {
+  explicit ScriptedTrack(bool fromEvents) { track.setClicksFromEvents(fromEvents); }
+
+  /// Words of a letter, a time in milliseconds where it has one, and buttons: t samples and p polls while the
+  /// buttons are down, d and u are the events of a button, [ and ] bound a pause.
+  void play(const std::string& script) {
+    std::istringstream words(script);
+    for (std::string word; words >> word;) {
+      std::string buttons;
+      std::int64_t time = 0;
+      std::istringstream rest(word.substr(1));
+      if (word[0] != 'p') rest >> time;
+      rest >> buttons;
+      const bool left = buttons.find('L') != std::string::npos;
+      const bool right = buttons.find('R') != std::string::npos;
+      const auto button = left ? MouseButton::left : MouseButton::right;
+      if (word[0] == 't' || word[0] == 'p') pointer = {{double(time), 7}, left, right};
+      if (word[0] == 't') track.tick(ms(time));
+      if (word[0] == 'p') track.pollButtons();
+      if (word[0] == 'd') track.handleClickEvent({button, ClickEvent::Kind::down, ms(time)});
+      if (word[0] == 'u') track.handleClickEvent({button, ClickEvent::Kind::up, ms(time)});
+      if (word[0] == '[') clock->pause(ms(time));
+      if (word[0] == ']') clock->resume(ms(time));
+    }
   }
-  void poll(bool leftDown, bool rightDown = false) {
-    pointer = {pointer.location, leftDown, rightDown};
-    track.pollButtons();
-  }
-  void tickAt(std::int64_t time, Point location) {
-    pointer.location = location;
-    track.tick(ms(time));
-  }
-  void press(std::int64_t time, MouseButton button = left) {
-    track.handleClickEvent({button, ClickEvent::Kind::down, ms(time)});
-  }
-  void release(MediaTime time) { track.handleClickEvent({left, ClickEvent::Kind::up, time}); }
-  std::vector<std::int64_t> clickTimes() const {
-    std::vector<std::int64_t> times;
-    for (const auto& click : track.payload(ms(0)).clicks) times.push_back(click.timestamp);
-    return times;
+  /// Where each click is, its button and count; the short ones last.
+  std::string clicks() const {
+    std::string text;
+    for (const auto& click : track.payload(ms(0)).clicks)
+      text += fmt::format("{}{}x{} ", click.x, click.button == "left" ? 'L' : 'R', click.clickCount);
+    return text + fmt::format("{} short", track.clickDiagnostics().shortClicks);
   }
 
   CursorTrack::Snapshot pointer;
-  Rect liveRegion{0, 0, 400, 300};
+  Rect liveRegion{0, 0, 1000.4, 299.5};
   std::shared_ptr<PauseClock> clock = std::make_shared<PauseClock>();
   CursorTrack track{{.region = liveRegion,
                      .liveRegion = [this] { return liveRegion; },
@@ -50,131 +55,56 @@ class PolledTrack : public testing::Test {
                      .pauseClock = clock}};
 };
 
-class EventTrack : public PolledTrack {
- protected:
-  EventTrack() { track.setClicksFromEvents(true); }
-};
-
-TEST_F(PolledTrack, TakesAClickForEachPressAlsoBetweenTwoTicks) {
-  tick(0, true);
-  tick(10, true);  // held
-  tick(20, false, true);
-  tick(30, true, true);
-  tick(40);
-  EXPECT_EQ(track.clickDiagnostics(), (ClickDiagnostics{false, 0}));
-  poll(true);
-  poll(false);
-  tick(57);  // over already
-  poll(true);
-  tick(73, true);  // still down
-  poll(false);
-  tick(90);
-  poll(true, true);
-  poll(false, false);
-  tick(107);  // both over: counted once
-  EXPECT_THAT(clickTimes(), ElementsAre(0, 20, 30, 57, 73, 107, 107));
-  EXPECT_EQ(track.clickDiagnostics(), (ClickDiagnostics{false, 2}));
-}
-
-TEST_F(PolledTrack, LeavesOutAPressThatStartsInAPause) {
-  tick(0);
-  poll(true);  // noticed, and then paused before the tick
-  clock->pause(ms(10));
-  tick(17, true);
-  tick(50, false, true);
-  poll(true, true);
-  clock->resume(ms(60));
-  tick(67, true, true);
-  tick(83);
-  EXPECT_THAT(clickTimes(), IsEmpty());
-  tick(100, true);
-  EXPECT_THAT(clickTimes(), ElementsAre(50));
-}
-
-TEST_F(EventTrack, LeavesOutWhatHappensInAPause) {
-  tick(0);
-  press(5);
-  clock->pause(ms(10));
-  tick(17);  // forgets the press that no sample has taken yet
-  press(20);
-  tick(33);
-  clock->resume(ms(40));
-  press(30);  // of the pause, and delivered after it
-  release(ms(41));
-  tick(50);
-  EXPECT_THAT(clickTimes(), IsEmpty());
-  EXPECT_EQ(track.clickDiagnostics().shortClicks, 0);
-  press(60);
-  tick(67);
-  EXPECT_THAT(clickTimes(), ElementsAre(37));
-}
-
-TEST_F(EventTrack, GivesAClickToTheFirstSampleAtOrAfterIt) {
-  press(5);  // before all samples
-  tickAt(10, {1, 1});
-  tickAt(20, {2, 2});
-  tickAt(30, {3, 3});
-  press(20, right);  // late, and exactly at a sample
-  press(11);         // later still
-  press(31);         // waits for the next
-  press(3);          // late, and before all samples
-  tickAt(40, {4, 4});
-  using Click = CursorTelemetryClick;
-  EXPECT_THAT(track.payload(ms(0)).clicks,
-              ElementsAre(Click{1, 1, 10, "left", 1}, Click{2, 2, 20, "right", 1}, Click{2, 2, 20, "left", 1},
-                          Click{1, 1, 10, "left", 2}, Click{4, 4, 40, "left", 3}));
-}
-
-TEST_F(EventTrack, CountsTheClicksThatPollingOnceASampleWouldMiss) {
-  const MediaTime gap{1, 60};
-  release(ms(0));  // its press came before the recording
-  press(0);
-  release(gap - MediaTime::nanoseconds(1));
-  release(gap - MediaTime::nanoseconds(1));
-  press(100);
-  release(ms(100) + gap);
-  EXPECT_EQ(track.clickDiagnostics(), (ClickDiagnostics{true, 1}));
-}
-
-TEST(CursorTrack, CountsClicksOfOneButtonThatFollowQuickly) {
-  using Presses = std::vector<std::pair<MouseButton, std::int64_t>>;
-  const auto counts = [](const Presses& presses) {
-    CursorTrack track({.source = [] { return CursorTrack::Snapshot{}; }});
-    track.setClicksFromEvents(true);
-    for (const auto& [button, time] : presses) {
-      track.handleClickEvent({button, ClickEvent::Kind::down, ms(time)});
-      track.tick(ms(time));
-    }
-    std::vector<std::int64_t> result;
-    for (const auto& click : track.payload(ms(0)).clicks) result.push_back(click.clickCount);
-    return result;
+TEST(CursorTrack, TakesEachPressForAClickOfItsSample) {
+  constexpr bool polled = false;
+  constexpr bool events = true;
+  const struct {
+    bool mode;
+    const char* script;
+    const char* clicks;
+  } cases[] = {
+      {polled, "t0L t10L t20R t30LR t40", "0Lx1 20Rx1 30Lx1 0 short"},  // held is no second press
+      {polled, "t0 pL p t17 pL t33L p t50", "17Lx1 33Lx2 1 short"},     // over, and still down, at the tick
+      {polled, "t0 pLR p t17 pLR pL t33L", "17Lx1 17Rx1 33Lx1 33Rx1 2 short"},  // one a tick at most
+      // noticed, and then paused before the tick; pressed in the pause
+      {polled, "t0 pL [10 t17L t50R pLR ]60 t67LR t83 t100L", "100Lx1 0 short"},
+      {events, "t0L d5R t10L", "10Rx1 0 short"},  // the buttons do not count
+      // Late, at a sample and between; before all samples; waiting for the next.
+      {events, "d5L t10 t20 t30 d20R d11L d31L d3L t40", "10Lx1 20Rx1 20Lx1 10Lx2 40Lx3 0 short"},
+      // a press that no sample has taken yet, in the pause, and of the pause but delivered after it
+      {events, "t0 d5L [10 t17 d20L t33 ]40 d30L u41L t50 d60L t67", "67Lx1 0 short"},
+      {events, "u0L d0L u16L u16L t20 d600L u617L", "20Lx1 1 short"},  // the first press came before
+      {events, "d0L t0 d400L t400 d800L t800", "0Lx1 400Lx2 800Lx3 0 short"},
+      {events, "d0L t0 d200R t200 d400L t400", "0Lx1 200Rx1 400Lx1 0 short"},
+      {events, "d0L t0 d500L t500 d999L t999", "0Lx1 500Lx1 999Lx2 0 short"},
   };
-  EXPECT_THAT(counts({{left, 0}, {left, 400}, {left, 800}}), ElementsAre(1, 2, 3));
-  EXPECT_THAT(counts({{left, 0}, {right, 200}, {left, 400}}), ElementsAre(1, 1, 1));
-  EXPECT_THAT(counts({{left, 0}, {left, 500}, {left, 999}}), ElementsAre(1, 1, 2));
+  for (const auto& [mode, script, clicks] : cases) {
+    ScriptedTrack scripted(mode);
+    scripted.play(script);
+    EXPECT_EQ(scripted.clicks(), clicks) << script;
+    EXPECT_EQ(scripted.track.clickDiagnostics().fromSystemEvents, mode);
+  }
 }
 
-TEST_F(PolledTrack, TellsTheVideosTimeAndTheRegionsPoints) {
-  liveRegion = {100, 50, 400, 300};
-  tickAt(990, {300, 200});  // before the first frame
-  tickAt(1000, {110.5, 60.4});
-  clock->pause(ms(1010));
-  tickAt(1500, {300, 200});
-  clock->resume(ms(2010));
-  liveRegion = {0, 0, 800, 300};  // grown: fitted into the region at the start
-  pointer.leftDown = true;
-  track.tick(ms(2017) + MediaTime{1, 2000});
-  tickAt(2030, {9000, -9});  // outside: on the edge
-  EXPECT_EQ(track.payload(ms(1000)),
-            (CursorTelemetryPayload{.width = 400,
+TEST(CursorTrack, TellsTheVideosTimeAndTheRegionsPoints) {
+  ScriptedTrack scripted(false);
+  EXPECT_EQ(scripted.track.payload(ms(0)), (CursorTelemetryPayload{.width = 1000, .height = 300}));
+  const auto tick = [&](MediaTime time, Point location, bool leftDown = false) {
+    scripted.pointer = {location, leftDown, false};
+    scripted.track.tick(time);
+  };
+  scripted.liveRegion = {100, 50, 1000, 299};
+  tick(ms(990), {300, 200});  // before the first frame
+  tick(ms(1000), {110.5, 60.4});
+  scripted.play("[1010 t1500 ]2010");
+  scripted.liveRegion = {0, 0, 2000, 299};  // grown: fitted into the region at the start
+  tick(ms(2017) + MediaTime{1, 2000}, {300, 200}, true);
+  tick(ms(2030), {9000, -9});  // outside: on the edge
+  EXPECT_EQ(scripted.track.payload(ms(1000)),
+            (CursorTelemetryPayload{.width = 1000,
                                     .height = 300,
-                                    .samples = {{11, 10, 0}, {150, 100, 18}, {400, 0, 30}},
+                                    .samples = {{11, 10, 0}, {150, 100, 18}, {1000, 0, 30}},
                                     .clicks = {{150, 100, 18, "left", 1}}}));
-}
-
-TEST(CursorTrack, WithoutSamplesStillHasTheRegionsSize) {
-  const CursorTrack track({.region = {0, 0, 100.5, 99.4}});
-  EXPECT_EQ(track.payload(MediaTime::zero()), (CursorTelemetryPayload{.width = 101, .height = 99}));
 }
 
 }  // namespace
