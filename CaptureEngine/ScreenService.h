@@ -70,8 +70,10 @@ class ScreenError : public Error {
 class StreamControlling {
  public:
   virtual ~StreamControlling() = default;
-  virtual Task<void> startCapture() = 0;  ///< Throws ScreenError.
-  virtual Task<void> stopCapture() = 0;   ///< Throws ScreenError; no callback runs after it.
+  /// Ends once the first picture is with the sample queue, or at once if there is nothing to see yet, as in a
+  /// hidden window. Throws ScreenError.
+  virtual Task<void> startCapture() = 0;
+  virtual Task<void> stopCapture() = 0;  ///< Throws ScreenError; no callback runs after it.
 };
 
 /// What a stream tells. Both run on the stream's sample queue.

@@ -100,7 +100,11 @@ void ScreenStream::requestStop() {
 
 void ScreenStream::run() {
   pthread_setname_np(pthread_self(), "quillant.screen");
-  auto failure = failureOf([this] { setUp(); });
+  // A start ends behind the first picture: whatever starts next is later than it on the clock, too.
+  auto failure = failureOf([this] {
+    setUp();
+    capture();
+  });
   const bool isRunning = !failure;
   started_.resume(std::move(failure));
   if (!isRunning) return;
