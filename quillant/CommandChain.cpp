@@ -1,11 +1,14 @@
 #include "quillant/CommandChain.h"
 
+#include "quillant/CameraContentionCLI.h"
 #include "quillant/CloudCLI.h"
 #include "quillant/Console.h"
 #include "quillant/HeadlessCLI.h"
 #include "quillant/HelpCLI.h"
 #include "quillant/SignInCallbackCommand.h"
 #include "quillant/UnavailableCommand.h"
+#include "quillant/VerifyAreaCLI.h"
+#include "quillant/VerifyDisplayCLI.h"
 
 namespace quillant {
 
@@ -23,10 +26,17 @@ CommandChain::CommandChain(PlatformServices& services) {
   commands_.push_back(std::make_unique<HeadlessCLI>(
       [&services] { return RecordingCoordinator::make(services.captureServices()); }));
   commands_.push_back(std::make_unique<CloudCLI>(PlatformServices::cloudServices));
-  for (const char* word : {"render-popover", "render-onboarding", "render-settings", "render-library",
-                           "author-e1-fixture", "render-editor", "open-editor", "verify-display",
-                           "verify-area", "area-overlay", "facecam-contention", "facecam-bubble-proof"})
-    commands_.push_back(std::make_unique<UnavailableCommand>(word));
+  const auto unavailable = [this](std::initializer_list<const char*> words) {
+    for (const char* word : words) commands_.push_back(std::make_unique<UnavailableCommand>(word));
+  };
+  unavailable({"render-popover", "render-onboarding", "render-settings", "render-library",
+               "author-e1-fixture", "render-editor", "open-editor"});
+  commands_.push_back(std::make_unique<VerifyDisplayCLI>(services.captureServices()));
+  commands_.push_back(std::make_unique<VerifyAreaCLI>(services.captureServices()));
+  unavailable({"area-overlay"});
+  commands_.push_back(
+      std::make_unique<CameraContentionCLI>(services.captureServices(), services.cameraBroker()));
+  unavailable({"facecam-bubble-proof"});
   commands_.push_back(std::make_unique<SignInCallbackCommand>());
   commands_.push_back(std::make_unique<HelpCLI>());
 }

@@ -11,6 +11,8 @@ constexpr const char* afterUsage = R"(       quillant login | logout | whoami
        quillant upload <file.mp4> [--title <title>]
        quillant resume [--force]
        quillant status [--resume] [--force]
+       quillant verify-display | verify-area [--display <displayID>]
+       quillant facecam-contention
        quillant --help | --version
        quillant
 
@@ -22,6 +24,10 @@ Records the screen, and shares recordings. Without a command it starts the deskt
   upload    upload a video and copy its link
   resume    go on with uploads that were interrupted
   status    show the account and the uploads under way
+
+  verify-display, verify-area, facecam-contention
+            try on this machine that the right display and area are recorded, and that previews of the
+            camera and recordings do not disturb each other
 
 The cloud commands take --profile <name> to keep several accounts apart.
 

@@ -19,6 +19,8 @@ class PlatformServices {
  public:
   /// Valid as long as this object.
   CaptureServices captureServices();
+  /// The camera of `captureServices`, for those who preview it.
+  CameraSessionBroker& cameraBroker() { return cameraBroker_; }
   /// The service's token lies in the keyring; a sign-in goes through the browser, and where there is no
   /// desktop through the terminal.
   static CloudServices cloudServices();

@@ -61,12 +61,6 @@ double seconds(const std::string& flag, const std::string& word) {
   return *value;
 }
 
-std::uint32_t displayID(const std::string& flag, const std::string& word) {
-  const auto value = number<std::uint32_t>(word, 10);
-  if (!value) throw ParseError(ParseError::InvalidValue{flag, word});
-  return *value;
-}
-
 std::filesystem::path outputPath(const std::string& flag, const std::string& word) {
   std::error_code ignored;
   auto path = std::filesystem::current_path(ignored) / word;
@@ -116,6 +110,12 @@ RecordOptions RecordOptions::parse(const std::vector<std::string>& list) {
   if (!hasDuration) throw ParseError(ParseError::Missing{"--duration"});
   if (!hasOutput) throw ParseError(ParseError::Missing{"--output"});
   return options;
+}
+
+std::uint32_t RecordOptions::displayID(const std::string& flag, const std::string& word) {
+  const auto value = number<std::uint32_t>(word, 10);
+  if (!value) throw ParseError(ParseError::InvalidValue{flag, word});
+  return *value;
 }
 
 std::string RecordOptions::description() const {

@@ -48,6 +48,8 @@ struct RecordOptions {
   /// Reads the words from left to right; a later occurrence of a flag overrides an earlier one. Throws
   /// `ParseError`.
   static RecordOptions parse(const std::vector<std::string>& words);
+  /// What the word after `flag` says, for every command that takes a display. Throws `ParseError`.
+  static std::uint32_t displayID(const std::string& flag, const std::string& word);
 
   /// For logs.
   std::string description() const;

@@ -3,11 +3,8 @@
 #include <sys/mount.h>
 #include <thread>
 
-#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/Media/DecodedMedia.h"
-#include "Tests/Support/TemporaryFolder.h"
-#include "Tests/Support/VirtualDisplay.h"
-#include "Tests/quillant/QuillantRun.h"
+#include "Tests/quillant/RecordingFixture.h"
 
 namespace quillant {
 
@@ -15,22 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The real program on a real X server with a window that moves.
-class EndToEndTest : public testing::Test {
+class EndToEndTest : public RecordingFixture {
  protected:
-  void SetUp() override {
-    if (!VirtualDisplay::isAvailable()) GTEST_SKIP() << "no Xvfb";
-    display.emplace(640, 480);
-  }
-  void move(const char* mode = "region") {
-    animation.emplace(std::vector<std::string>{QUILLANT_ANIMATION, mode},
-                      ChildProcess::Environment{{"DISPLAY", display->name()}});
-  }
-  QuillantRun record(const std::string& seconds, const std::vector<std::string>& more = {}) const {
-    std::vector<std::string> words{"record", "--duration", seconds, "--output", video};
-    words.insert(words.end(), more.begin(), more.end());
-    return QuillantRun(words, display->name());
-  }
   /// The one number in what `recover` prints for a playable orphan; absent for any other.
   std::optional<double> recoverableSeconds(std::string& output) const {
     output = QuillantRun({"recover", "--dir", folder.path().string()}).wait().output;
@@ -39,11 +22,6 @@ class EndToEndTest : public testing::Test {
       return std::nullopt;
     return std::strtod(output.c_str() + separator + std::string(" — playable, ").size(), nullptr);
   }
-
-  TemporaryFolder folder;
-  std::string video = (folder / "x.mp4").string();
-  std::optional<VirtualDisplay> display;
-  std::optional<ChildProcess> animation;
 };
 
 TEST_F(EndToEndTest, RecordsForTheDurationAndLeavesOutAPause) {
@@ -98,7 +76,7 @@ TEST_F(EndToEndTest, LeavesWhatPlaysWheneverItIsKilled) {
 TEST_F(EndToEndTest, EndsOnAFullDiskAndKeepsWhatWasWritten) {
   if (::mount("none", folder.path().c_str(), "tmpfs", 0, "size=2m") != 0)
     GTEST_SKIP() << "only root can mount a small disk";
-  move("noise");
+  move({"noise"});
   const auto result = record("60", {"--no-telemetry"}).wait();
   EXPECT_EQ(result.exitCode, 70);
   EXPECT_EQ(result.output, "quillant: partial salvaged at " + video + "\n");

@@ -37,14 +37,21 @@ TEST(ProgramTest, AnswersWordsItCannotActOn) {
       {{"recover"}, 64, requiresDir + usage},
       {{"recover", "--dir"}, 64, requiresDir + usage},
       {{"recover", "x", "y"}, 64, requiresDir + usage},
+      {{"verify-area", "--area"},
+       64,
+       "quillant: unknown option --area\nusage: quillant verify-area [--display <displayID>]\n"},
+      {{"verify-display", "--display", "x"},
+       64,
+       "quillant: invalid value 'x' for --display\nusage: quillant verify-display [--display <displayID>]\n"},
+      {{"facecam-contention", "x"}, 64, "quillant: unknown option x\nusage: quillant facecam-contention\n"},
       {{}, 70, "quillant: the desktop application is not available in this build; see quillant --help\n"},
       {{"foo"},
        70,
        "quillant: the desktop application is not available in this build; see quillant --help\n"},
   };
-  for (const std::string word : {"render-popover", "render-onboarding", "render-settings", "render-library",
-                                 "author-e1-fixture", "render-editor", "open-editor", "verify-display",
-                                 "verify-area", "area-overlay", "facecam-contention", "facecam-bubble-proof"})
+  for (const std::string word :
+       {"render-popover", "render-onboarding", "render-settings", "render-library", "author-e1-fixture",
+        "render-editor", "open-editor", "area-overlay", "facecam-bubble-proof"})
     cases.push_back({{word, "--verify"}, 70, "quillant: " + word + " is not available in this build\n"});
   for (const auto& [words, exitCode, errors] : cases) {
     const auto result = quillantWith(words);
