@@ -1,36 +1,84 @@
-// Records one session at any frame rate, which the command line does not offer: scripts/bench measures it.
-//   quillant-record-session [--sources] <seconds> <frames a second> <path.mp4>
-// --sources adds the microphone, the system's sound and the pointer's track.
+// Records one session as the command line does not offer it: scripts/bench and scripts/measure-sync use it.
+//   quillant-record-session [--sources] [--pause <at> <for>]... <seconds> <frames a second> <path.mp4>
+// --sources adds the microphone, the system's sound and the pointer's track; --pause pauses that many seconds
+// after the beginning, and prints the host clock, in nanoseconds, at either end.
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <fmt/format.h>
+#include <string>
+#include <utility>
 #include <variant>
+#include <vector>
 
 #include "CaptureEngine/RecordingCoordinator.h"
+#include "Core/HostClock.h"
 #include "quillant/PlatformServices.h"
 
+namespace {
+
+using namespace quillant;
+
+struct Options {
+  bool sources = false;
+  std::vector<std::pair<double, double>> pauses;
+  std::vector<std::string> words;
+};
+
+Options parse(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    if (word == "--sources") {
+      options.sources = true;
+    } else if (word == "--pause" && i + 2 < argc) {
+      options.pauses.emplace_back(std::atof(argv[i + 1]), std::atof(argv[i + 2]));
+      i += 2;
+    } else {
+      options.words.push_back(word);
+    }
+  }
+  return options;
+}
+
+void tell(const char* what) {
+  fmt::print("{} {}\n", what, HostClock::now().value);
+  std::fflush(stdout);
+}
+
+Task<void> pauseOnce(std::shared_ptr<RecordingCoordinator> coordinator, double after, double duration) {
+  co_await sleepSeconds(after);
+  co_await coordinator->pause();
+  tell("paused");
+  co_await sleepSeconds(duration);
+  co_await coordinator->resume();
+  tell("resumed");
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
-  using namespace quillant;
-  const bool sources = argc > 1 && std::strcmp(argv[1], "--sources") == 0;
-  const char* const* words = argv + (sources ? 2 : 1);
-  if (argc != (sources ? 5 : 4)) {
-    std::fputs("usage: quillant-record-session [--sources] <seconds> <frames a second> <path.mp4>\n", stderr);
+  const auto options = parse(argc, argv);
+  if (options.words.size() != 3) {
+    fmt::print(stderr,
+               "usage: quillant-record-session [--sources] [--pause <at> <for>]... <seconds> "
+               "<frames a second> <path.mp4>\n");
     return 64;
   }
   PlatformServices services;
   const auto coordinator = RecordingCoordinator::make(services.captureServices());
-  const auto outcome = runBlocking(coordinator->record({.outputURL = words[2],
-                                                        .duration = std::atof(words[0]),
-                                                        .mic = sources,
-                                                        .systemAudio = sources,
-                                                        .telemetry = sources,
-                                                        .frameRate = std::atoi(words[1])}));
+  for (const auto& [after, duration] : options.pauses)
+    startDetached(backgroundExecutor(), pauseOnce(coordinator, after, duration));
+  const auto outcome = runBlocking(coordinator->record({.outputURL = options.words[2],
+                                                        .duration = std::stod(options.words[0]),
+                                                        .mic = options.sources,
+                                                        .systemAudio = options.sources,
+                                                        .telemetry = options.sources,
+                                                        .frameRate = std::stoi(options.words[1])}));
   if (const auto* failed = std::get_if<RecordingCoordinator::FailedToStart>(&outcome))
-    std::fprintf(stderr, "%s\n", failed->reason.c_str());
+    fmt::print(stderr, "{}\n", failed->reason);
   const auto* completed = std::get_if<RecordingCoordinator::Completed>(&outcome);
   if (!completed) return 70;
-  for (const auto& warning : completed->artifacts.warnings)
-    std::fprintf(stderr, "warning: %s\n", warning.c_str());
+  for (const auto& warning : completed->artifacts.warnings) fmt::print(stderr, "warning: {}\n", warning);
   return 0;
 }

@@ -1,10 +1,12 @@
 // quillant-animation: one window in which something moves, drawn by the X server from a picture that it
 // keeps, so that the client itself costs next to nothing.
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
 #include <fmt/format.h>
+#include <iterator>
 #include <optional>
 #include <random>
 #include <string>
@@ -20,18 +22,19 @@ namespace {
 using namespace quillant;
 
 constexpr std::string_view usage =
-    "usage: quillant-animation still|region|full|noise|flash [--size WxH] [--at X,Y] [--rate N]\n"
+    "usage: quillant-animation still|region|full|noise|flash|press [--size WxH] [--at X,Y] [--rate N]\n"
     "                          [--duration SECONDS] [--title TEXT]\n"
     "  still   a picture that does not move\n"
     "  region  a picture that scrolls in a window of 400x300\n"
     "  full    the same in a window of the screen's size\n"
     "  noise   another noise with every frame\n"
-    "  flash   black and white in turn; prints the host clock, in nanoseconds, at each change\n";
+    "  flash   black and white in turn; prints the host clock, in nanoseconds, at each change\n"
+    "  press   the same, with each press of a button on it\n";
 
 /// How much larger than the window the picture is that is scrolled behind it.
 constexpr int margin = 256;
 
-enum class Mode { still, region, full, noise, flash };
+enum class Mode { still, region, full, noise, flash, press };
 
 struct Options {
   Mode mode = Mode::still;
@@ -64,10 +67,10 @@ std::optional<double> number(std::string_view text) {
 }
 
 std::optional<Mode> modeNamed(std::string_view text) {
-  constexpr std::string_view names[] = {"still", "region", "full", "noise", "flash"};
-  for (int i = 0; i < 5; ++i)
-    if (names[i] == text) return static_cast<Mode>(i);
-  return std::nullopt;
+  constexpr std::string_view names[] = {"still", "region", "full", "noise", "flash", "press"};
+  const auto* found = std::ranges::find(names, text);
+  if (found == std::end(names)) return std::nullopt;
+  return static_cast<Mode>(found - std::begin(names));
 }
 
 std::optional<Options> parse(const std::vector<std::string_view>& arguments) {
@@ -113,8 +116,10 @@ class Animation {
     makeWindow();
   }
 
-  /// Runs until the duration is over; false if the server went away before.
+  /// Runs until the duration is over, or for ever if presses are awaited; false if the server went away
+  /// before.
   bool run() {
+    if (options_.mode == Mode::press) return answerPresses();
     const auto start = std::chrono::steady_clock::now();
     const auto interval = std::chrono::duration<double>(1 / options_.rate);
     for (int frame = 0; options_.duration == 0 || frame < options_.duration * options_.rate; ++frame) {
@@ -124,16 +129,28 @@ class Animation {
       if (options_.mode != Mode::still) draw(frame);
       // Never ahead of the server by more than a frame.
       if (!x_.wait(xcb_get_input_focus_reply, xcb_get_input_focus(c()))) return false;
-      if (options_.mode == Mode::flash) {
-        fmt::print("{} {}\n", frame % 2 == 0 ? "black" : "white", HostClock::now().value);
-        std::fflush(stdout);
-      }
+      if (options_.mode == Mode::flash) tellOfFlash(frame);
     }
     return true;
   }
 
  private:
   xcb_connection_t* c() const { return x_.get(); }
+
+  bool answerPresses() {
+    for (int frame = 0; const X11Reply<xcb_generic_event_t> event{xcb_wait_for_event(c())};) {
+      if ((event->response_type & 0x7f) != XCB_BUTTON_PRESS) continue;
+      draw(++frame);
+      if (!x_.wait(xcb_get_input_focus_reply, xcb_get_input_focus(c()))) break;
+      tellOfFlash(frame);
+    }
+    return false;
+  }
+
+  static void tellOfFlash(int frame) {
+    fmt::print("{} {}\n", frame % 2 == 0 ? "black" : "white", HostClock::now().value);
+    std::fflush(stdout);
+  }
 
   void fill(xcb_drawable_t target, std::uint32_t color, int x, int y, int width, int height) {
     xcb_change_gc(c(), gc_, XCB_GC_FOREGROUND, &color);
@@ -176,7 +193,8 @@ class Animation {
 
   void makeWindow() {
     window_ = xcb_generate_id(c());
-    const std::uint32_t values[] = {x_.screen().black_pixel, XCB_EVENT_MASK_EXPOSURE};
+    const std::uint32_t values[] = {x_.screen().black_pixel,
+                                    XCB_EVENT_MASK_EXPOSURE | XCB_EVENT_MASK_BUTTON_PRESS};
     xcb_create_window(c(), XCB_COPY_FROM_PARENT, window_, x_.root(),
                       static_cast<std::int16_t>(options_.at.first),
                       static_cast<std::int16_t>(options_.at.second), static_cast<std::uint16_t>(size_.first),
@@ -210,6 +228,7 @@ class Animation {
       case Mode::noise:
         return copyFrom(static_cast<int>(random_() % margin), static_cast<int>(random_() % margin));
       case Mode::flash:
+      case Mode::press:
         return fill(window_, frame % 2 == 0 ? 0 : 0xffffff, 0, 0, size_.first, size_.second);
     }
   }
