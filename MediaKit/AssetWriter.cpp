@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Core/SerialQueue.h"
+#include "MediaKit/PictureConverter.h"
 #include "MediaKit/WriterPipeline.h"
 
 namespace quillant {
@@ -15,9 +16,12 @@ namespace {
 
 using Clock = WriterPipeline::Clock;
 
-/// Pictures that may wait for the encoder: with the one being converted and the one that the source keeps to
-/// repeat, a pool of five still has one to fill.
-constexpr int longestVideoQueue = 3;
+/// Pictures that may wait for the encoder, a quarter of a second of them: a key picture of a busy screen
+/// takes as long as several others, and other programs want the processor now and then.
+std::int64_t longestVideoQueue(const VideoInputSettings& settings) {
+  return std::max(4, settings.expectedFrameRate / 4);
+}
+
 constexpr std::int64_t longestAudioQueue = 2 * AACEncoder::timescale;  ///< Samples.
 /// What the disk may owe before the inputs are no longer ready.
 constexpr std::size_t largestBacklog = 64 << 20;
@@ -25,10 +29,11 @@ constexpr std::size_t largestBacklog = 64 << 20;
 /// Decides from the state of the queue at each picture whether the encoder has fallen behind.
 class Pace {
  public:
-  /// True if it is time to encode faster. `refused` counts the pictures that were turned away in total.
-  bool isBehind(bool queueWasFull, std::uint64_t refused) {
+  /// True if it is time to encode faster, which comes before pictures are dropped. `refused` counts those
+  /// that were turned away in total.
+  bool isBehind(bool queueWasLong, std::uint64_t refused) {
     constexpr int limit = 12;
-    score_ += queueWasFull ? 1 : (score_ > 0 ? -1 : 0);
+    score_ += queueWasLong ? 1 : (score_ > 0 ? -1 : 0);
     score_ += 3 * static_cast<int>(refused - std::exchange(refused_, refused));
     if (score_ < limit) return false;
     score_ = 0;
@@ -47,18 +52,24 @@ struct AssetWriter::Implementation {
     bool isVideo = false;
     std::size_t index = 0;  ///< Among the inputs of its kind.
     bool isFinished = false;
-    std::atomic<std::int64_t> queued = 0;  ///< Pictures, or samples.
-    Pace pace;                             ///< The queue's.
+    std::int64_t longestQueue = 0;
+    std::atomic<std::int64_t> queued = 0;       ///< Pictures, or samples.
+    std::optional<PictureConverter> converter;  ///< The conversion's.
+    std::int64_t lastTime = -1;                 ///< The conversion's: of the picture converted last.
+    Pace pace;                                  ///< The encoder's.
   };
 
   InputState& state(Input input) { return *inputs[static_cast<std::size_t>(input)]; }
   bool hasRoom(const InputState& input) const;
   Status status() const;
   void fail(std::exception_ptr reason);
-  /// Runs `work` on the queue while the writer is writing; what it throws ends that.
+  /// Runs `work` on `queue` while the writer is writing; what it throws ends that.
   template <class Work>
-  void onQueue(Work work);
-  void encodePicture(InputState& input, PixelBufferRef buffer, MediaTime time, Clock::time_point arrived);
+  void run(SerialQueue& queue, Work work);
+  void convertPicture(InputState& input, const PixelBuffer& buffer, MediaTime time,
+                      Clock::time_point arrived);
+  void encodePicture(InputState& input, const EncoderPicture& picture, std::int64_t time,
+                     Clock::time_point arrived);
   void giveWay(InputState& input);
 
   WriterPipeline::Settings settings;
@@ -76,12 +87,13 @@ struct AssetWriter::Implementation {
   std::atomic<std::uint64_t> pixelsConverted = 0;
   std::atomic<bool> isAbandoned = false;
   std::unique_ptr<WriterPipeline> pipeline;
-  SerialQueue queue{"quillant.media.encoder"};  // last: joined before the rest goes
+  // Last, to be joined before the rest goes; each before the one that it hands to.
+  SerialQueue encoding{"quillant.media.encoder"};
+  SerialQueue conversion{"quillant.media.convert"};
 };
 
 bool AssetWriter::Implementation::hasRoom(const InputState& input) const {
-  return !input.isFinished && status() == Status::writing &&
-         input.queued < (input.isVideo ? longestVideoQueue : longestAudioQueue) &&
+  return !input.isFinished && status() == Status::writing && input.queued < input.longestQueue &&
          pipeline->file().backlog() < largestBacklog;
 }
 
@@ -98,7 +110,7 @@ void AssetWriter::Implementation::fail(std::exception_ptr reason) {
 }
 
 template <class Work>
-void AssetWriter::Implementation::onQueue(Work work) {
+void AssetWriter::Implementation::run(SerialQueue& queue, Work work) {
   queue.async([this, work = std::move(work)]() mutable {
     if (isAbandoned || status() == Status::failed) return;
     try {
@@ -109,13 +121,27 @@ void AssetWriter::Implementation::onQueue(Work work) {
   });
 }
 
-void AssetWriter::Implementation::encodePicture(InputState& input, PixelBufferRef buffer, MediaTime time,
-                                                Clock::time_point arrived) {
-  const bool queueWasFull = input.queued-- >= longestVideoQueue;
-  const auto done = pipeline->encode(input.index, std::move(buffer), time, arrived);
-  pixelsConverted += done.pixelsConverted;
-  if (done.encoded) ++framesEncoded;
-  if (input.pace.isBehind(queueWasFull, framesRefused)) giveWay(input);
+void AssetWriter::Implementation::convertPicture(InputState& input, const PixelBuffer& buffer, MediaTime time,
+                                                 Clock::time_point arrived) {
+  const auto ticks = time.converted(H264Encoder::timescale).value;
+  if (ticks <= input.lastTime) {  // too soon after the one before
+    --input.queued;
+    return;
+  }
+  input.lastTime = ticks;
+  auto converted = input.converter->convert(buffer);
+  pixelsConverted += converted.pixelsConverted;
+  run(encoding, [this, &input, picture = std::move(converted.picture), ticks, arrived] {
+    encodePicture(input, *picture, ticks, arrived);
+  });
+}
+
+void AssetWriter::Implementation::encodePicture(InputState& input, const EncoderPicture& picture,
+                                                std::int64_t time, Clock::time_point arrived) {
+  const bool queueWasLong = input.queued-- > input.longestQueue / 2;
+  pipeline->encode(input.index, picture, time, arrived);
+  ++framesEncoded;
+  if (input.pace.isBehind(queueWasLong, framesRefused)) giveWay(input);
 }
 
 void AssetWriter::Implementation::giveWay(InputState& input) {
@@ -138,7 +164,8 @@ AssetWriter::~AssetWriter() {
   auto& self = *implementation_;
   self.isAbandoned = true;
   // With its timer, which belongs to the queue.
-  self.queue.sync([&] { self.pipeline.reset(); });
+  self.conversion.sync([] {});
+  self.encoding.sync([&] { self.pipeline.reset(); });
 }
 
 AssetWriter::Input AssetWriter::addVideo(const VideoInputSettings& settings) {
@@ -146,6 +173,8 @@ AssetWriter::Input AssetWriter::addVideo(const VideoInputSettings& settings) {
   auto& state = *self.inputs.emplace_back(std::make_unique<Implementation::InputState>());
   state.isVideo = true;
   state.index = self.settings.video.size();
+  state.longestQueue = longestVideoQueue(settings);
+  state.converter.emplace(settings.width, settings.height);
   self.settings.video.push_back(settings);
   return Input(self.inputs.size() - 1);
 }
@@ -154,6 +183,7 @@ AssetWriter::Input AssetWriter::addAudio(const AudioInputSettings& settings) {
   auto& self = *implementation_;
   auto& state = *self.inputs.emplace_back(std::make_unique<Implementation::InputState>());
   state.index = self.settings.audio.size();
+  state.longestQueue = longestAudioQueue;
   self.settings.audio.push_back(settings);
   return Input(self.inputs.size() - 1);
 }
@@ -161,7 +191,7 @@ AssetWriter::Input AssetWriter::addAudio(const AudioInputSettings& settings) {
 bool AssetWriter::startWriting() {
   auto& self = *implementation_;
   try {
-    self.pipeline = std::make_unique<WriterPipeline>(self.settings, self.queue);
+    self.pipeline = std::make_unique<WriterPipeline>(self.settings, self.encoding);
   } catch (...) {
     self.fail(std::current_exception());
     return false;
@@ -191,9 +221,8 @@ bool AssetWriter::append(Input input, PixelBufferRef buffer, MediaTime time) {
   }
   ++state.queued;
   ++self.framesAppended;
-  self.onQueue(
-      [&self, &state, buffer = std::move(buffer), time = time - *self.sessionStart,
-       arrived = Clock::now()]() mutable { self.encodePicture(state, std::move(buffer), time, arrived); });
+  self.run(self.conversion, [&self, &state, buffer = std::move(buffer), time = time - *self.sessionStart,
+                             arrived = Clock::now()] { self.convertPicture(state, *buffer, time, arrived); });
   return true;
 }
 
@@ -204,7 +233,7 @@ bool AssetWriter::append(Input input, AudioBuffer buffer) {
   buffer.time = buffer.time - *self.sessionStart;
   const auto count = buffer.frameCount();
   state.queued += count;
-  self.onQueue([&self, &state, count, buffer = std::move(buffer)] {
+  self.run(self.encoding, [&self, &state, count, buffer = std::move(buffer)] {
     state.queued -= count;
     self.pipeline->encode(state.index, buffer);
   });
@@ -218,12 +247,14 @@ void AssetWriter::markAsFinished(Input input) {
 Task<void> AssetWriter::finishWriting() {
   auto& self = *implementation_;
   if (self.status() != Status::writing) co_return;
+  auto nothing = []() -> Task<void> { co_return; };
   auto finish = [](Implementation& writer) -> Task<void> {
     writer.pipeline->finish();
     co_return;
   };
   try {
-    co_await runOn(self.queue.executor(), finish(self));
+    co_await runOn(self.conversion.executor(), nothing());  // what was converted is with the encoder then
+    co_await runOn(self.encoding.executor(), finish(self));
   } catch (...) {
     self.fail(std::current_exception());
     co_return;

@@ -130,12 +130,12 @@ EncodedPacket H264Encoder::encode(const EncoderPicture& picture, std::int64_t ti
   input.img.i_csp = X264_CSP_I420;
   input.img.i_plane = 3;
   for (std::size_t plane = 0; plane < 3; ++plane) {
-    input.img.plane[plane] = picture.planes()[plane].data;
-    input.img.i_stride[plane] = picture.planes()[plane].stride;
+    input.img.plane[plane] = picture.planes[plane].data;
+    input.img.i_stride[plane] = picture.planes[plane].stride;
   }
-  static_assert(X264_MBINFO_CONSTANT == 1, "what EncoderPicture writes");
+  static_assert(X264_MBINFO_CONSTANT == 1, "what PictureConverter writes");
   // Read only, although declared otherwise: updates are not asked for.
-  input.prop.mb_info = const_cast<std::uint8_t*>(picture.constantBlocks().data());
+  input.prop.mb_info = const_cast<std::uint8_t*>(picture.constantBlocks.data());
 
   x264_nal_t* nals = nullptr;
   int count = 0;

@@ -25,9 +25,7 @@ constexpr std::int64_t stillKeyFrameInterval = 60 * H264Encoder::timescale;
 }  // namespace
 
 WriterPipeline::VideoTrack::VideoTrack(const VideoInputSettings& settings)
-    : picture(settings.width, settings.height),
-      encoder(settings),
-      frameTicks(H264Encoder::timescale / std::max(1, settings.expectedFrameRate)) {}
+    : encoder(settings), frameTicks(H264Encoder::timescale / std::max(1, settings.expectedFrameRate)) {}
 
 WriterPipeline::WriterPipeline(const Settings& settings, SerialQueue& queue)
     : muxer_(settings.container),
@@ -45,28 +43,21 @@ FragmentMuxer::Head WriterPipeline::openMuxer(const Settings& settings) {
   return muxer_.open();
 }
 
-WriterPipeline::Done WriterPipeline::encode(std::size_t video, PixelBufferRef buffer, MediaTime time,
-                                            Clock::time_point arrived) {
+void WriterPipeline::encode(std::size_t video, const EncoderPicture& picture, std::int64_t time,
+                            Clock::time_point arrived) {
   auto& track = video_[video];
-  const auto ticks = time.converted(H264Encoder::timescale).value;
-  if (ticks <= track.lastTime) return {};
-  Done done{track.picture.take(*buffer), true};
-  buffer.reset();  // The source may fill it anew while this picture is encoded.
-
-  const auto sinceKey = ticks - track.lastKeyTime;
+  const auto sinceKey = time - track.lastKeyTime;
   const bool isFirst = track.lastTime < 0;
-  const bool wantsKey =
-      isFirst || sinceKey >= (track.picture.changed() ? keyFrameInterval : stillKeyFrameInterval);
-  auto packet = track.encoder.encode(track.picture, ticks,
-                                     wantsKey ? H264Encoder::Frame::key : H264Encoder::Frame::predicted);
-  if (packet.isKeyFrame) track.lastKeyTime = ticks;
-  if (track.held) writeHeld(video, ticks - track.held->time);
+  const bool wantsKey = isFirst || sinceKey >= (picture.changed ? keyFrameInterval : stillKeyFrameInterval);
+  auto packet =
+      track.encoder.encode(picture, time, wantsKey ? H264Encoder::Frame::key : H264Encoder::Frame::predicted);
+  if (packet.isKeyFrame) track.lastKeyTime = time;
+  if (track.held) writeHeld(video, time - track.held->time);
   track.held = std::move(packet);
-  track.lastTime = ticks;
+  track.lastTime = time;
   track.lastArrival = arrived;
   noteMedia();
   closeFragmentIfDue();
-  return done;
 }
 
 void WriterPipeline::encode(std::size_t audio, const AudioBuffer& buffer) {

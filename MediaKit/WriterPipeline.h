@@ -16,7 +16,7 @@
 
 namespace quillant {
 
-/// The encoding side of `AssetWriter`: converts, encodes, and decides when a fragment closes.
+/// The encoding side of `AssetWriter`: encodes, and decides when a fragment closes.
 ///
 /// Everything after construction runs on the queue given to it. Throws `MediaError`; what the disk refuses
 /// shows in `file().error()`.
@@ -36,12 +36,9 @@ class WriterPipeline {
   /// On the queue.
   ~WriterPipeline();
 
-  struct Done {
-    std::uint64_t pixelsConverted = 0;
-    bool encoded = false;  ///< False if the picture came too soon after the one before.
-  };
-  /// `time` counts from the session's start; `arrived` is when the picture was appended.
-  Done encode(std::size_t video, PixelBufferRef buffer, MediaTime time, Clock::time_point arrived);
+  /// `time` counts ticks of `H264Encoder::timescale` from the session's start and rises strictly; `arrived`
+  /// is when the picture was appended.
+  void encode(std::size_t video, const EncoderPicture& picture, std::int64_t time, Clock::time_point arrived);
   void encode(std::size_t audio, const AudioBuffer& buffer);
   bool makeFaster(std::size_t video) { return video_[video].encoder.makeFaster(); }
   /// Writes all that is held back and the closing index; the disk has it when this returns.
@@ -54,7 +51,6 @@ class WriterPipeline {
  private:
   struct VideoTrack {
     explicit VideoTrack(const VideoInputSettings& settings);
-    EncoderPicture picture;
     H264Encoder encoder;
     std::int64_t frameTicks;  ///< Of a frame at the expected rate.
     /// The last packet: it is written when the next one tells how long it lasts.

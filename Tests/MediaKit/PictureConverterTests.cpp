@@ -1,8 +1,11 @@
 #include <algorithm>
+#include <deque>
 #include <gtest/gtest.h>
 #include <numeric>
+#include <random>
+#include <set>
 
-#include "MediaKit/EncoderPicture.h"
+#include "MediaKit/PictureConverter.h"
 #include "Tests/Support/Media/StampedFrames.h"
 
 namespace quillant {
@@ -13,7 +16,7 @@ using Plane = std::vector<std::uint8_t>;
 Plane lumaOf(const EncoderPicture& picture, int width, int height) {
   Plane luma;
   for (int y = 0; y < height; ++y) {
-    const auto* row = picture.planes()[0].data + static_cast<std::ptrdiff_t>(picture.planes()[0].stride) * y;
+    const auto* row = picture.planes[0].data + static_cast<std::ptrdiff_t>(picture.planes[0].stride) * y;
     luma.insert(luma.end(), row, row + width);
   }
   return luma;
@@ -26,14 +29,12 @@ PixelBufferRef with(const PixelBufferRef& buffer, std::uint64_t sequence, std::v
   return copy;
 }
 
-TEST(EncoderPicture, ConvertsWhatChangedAndTellsWhatDidNot) {
+TEST(PictureConverter, ConvertsWhatChangedAndTellsWhatDidNot) {
   constexpr int width = 208;
   constexpr int height = 104;  // no whole number of blocks
   const auto first = StampedFrames::mostlyStill(width, height, 0);
   const auto second = StampedFrames::mostlyStill(width, height, 1);
-  EncoderPicture whole(width, height);
-  whole.take(*second);
-  const auto expected = lumaOf(whole, width, height);
+  const auto expected = lumaOf(*PictureConverter(width, height).convert(*second).picture, width, height);
   constexpr std::uint64_t everything = width * height;
 
   auto beyond = second->changed;
@@ -61,15 +62,15 @@ TEST(EncoderPicture, ConvertsWhatChangedAndTellsWhatDidNot) {
   };
   for (const auto& each : cases) {
     SCOPED_TRACE(each.name);
-    EncoderPicture picture(width, height);
-    picture.take(*with(first, 1, {}));
-    const auto before = lumaOf(picture, width, height);
-    EXPECT_EQ(picture.take(*with(second, each.sequence, each.changed)), each.pixels);
-    const auto& blocks = picture.constantBlocks();
+    PictureConverter converter(width, height);
+    const auto before = lumaOf(*converter.convert(*with(first, 1, {})).picture, width, height);
+    const auto [picture, pixels] = converter.convert(*with(second, each.sequence, each.changed));
+    EXPECT_EQ(pixels, each.pixels);
+    const auto& blocks = picture->constantBlocks;
     EXPECT_EQ(std::accumulate(blocks.begin(), blocks.end(), 0), each.constantBlocks);
-    EXPECT_EQ(picture.changed(), each.isChanged);
+    EXPECT_EQ(picture->changed, each.isChanged);
     // A block that is told to be constant is.
-    const auto after = lumaOf(picture, width, height);
+    const auto after = lumaOf(*picture, width, height);
     for (int y = 0; y < height; ++y) {
       for (int x = 0; x < width; ++x) {
         if (!blocks[static_cast<std::size_t>(y / 16 * 13 + x / 16)]) continue;
@@ -81,18 +82,45 @@ TEST(EncoderPicture, ConvertsWhatChangedAndTellsWhatDidNot) {
   }
 }
 
-TEST(EncoderPicture, TakesPlanarPicturesAsTheyAre) {
+TEST(PictureConverter, KeepsPicturesThatWaitAndBringsReusedOnesUpToDate) {
+  constexpr int width = 208;
+  constexpr int height = 104;
+  std::vector<PixelBufferRef> sources;
+  std::vector<Plane> expected;
+  for (std::uint32_t i = 0; i < 40; ++i) {
+    sources.push_back(StampedFrames::mostlyStill(width, height, i));
+    expected.push_back(
+        lumaOf(*PictureConverter(width, height).convert(*sources.back()).picture, width, height));
+  }
+  PictureConverter converter(width, height);
+  std::mt19937 random(7);
+  std::deque<std::pair<std::size_t, EncoderPictureRef>> waiting;
+  std::set<const std::uint8_t*> memory;
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    waiting.emplace_back(i, converter.convert(*with(sources[i], i + 1, sources[i]->changed)).picture);
+    memory.insert(waiting.back().second->planes[0].data);
+    if (i % 7 == 3) waiting.emplace_back(i, converter.convert(*with(sources[i], i + 1, {})).picture);
+    for (const auto& [index, picture] : waiting)
+      ASSERT_EQ(lumaOf(*picture, width, height), expected[index]) << i;
+    while (waiting.size() > random() % 6) waiting.pop_front();
+  }
+  EXPECT_LE(memory.size(), 8U);
+}
+
+TEST(PictureConverter, TakesPlanarPicturesAsTheyAre) {
   Plane memory(64 * 32 * 3 / 2);
   std::iota(memory.begin(), memory.end(), std::uint8_t{0});
   PixelBuffer buffer{.format = PixelFormat::i420, .width = 64, .height = 32};
   buffer.planes = {{{memory.data(), 64}, {memory.data() + 2048, 32}, {memory.data() + 2560, 32}}};
-  EncoderPicture picture(64, 32);
-  EXPECT_EQ(picture.take(buffer), 64U * 32U);
-  EXPECT_TRUE(std::equal(memory.begin(), memory.begin() + 2048, picture.planes()[0].data));
+  PictureConverter converter(64, 32);
+  const auto [shared, pixels] = converter.convert(buffer);
+  const auto& picture = *shared;
+  EXPECT_EQ(pixels, 64U * 32U);
+  EXPECT_TRUE(std::equal(memory.begin(), memory.begin() + 2048, picture.planes[0].data));
   for (int y = 0; y < 16; ++y)
     for (const std::size_t plane : {1U, 2U})
       EXPECT_TRUE(std::equal(buffer.planes[plane].data + 32 * y, buffer.planes[plane].data + 32 * (y + 1),
-                             picture.planes()[plane].data + picture.planes()[plane].stride * y));
+                             picture.planes[plane].data + picture.planes[plane].stride * y));
 }
 
 }  // namespace
