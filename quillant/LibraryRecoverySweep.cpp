@@ -33,8 +33,8 @@ Task<> run(ProjectStore store, std::filesystem::path directory, std::function<vo
       try {
         registerProject(store, recording);
         changed = true;
-      } catch (const Error& error) {
-        Log::write("orphan recovery registration failed: {}", error.description());
+      } catch (const std::exception&) {
+        Log::write("orphan recovery registration failed: {}", describe(std::current_exception()));
       }
     }
     service.keep(recording);

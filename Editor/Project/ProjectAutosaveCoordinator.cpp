@@ -41,7 +41,12 @@ Task<> ProjectAutosaveCoordinator::saveAfterDebounce(std::weak_ptr<ProjectAutosa
   self.reset();
   co_await sleep(debounce);
   self = weak.lock();
-  if (self && self->pendingGeneration_ == generation) co_await self->saveLatestSnapshot();
+  if (!self || self->pendingGeneration_ != generation) co_return;
+  // One that was scheduled by a listener between two writes may wake while the second is running.
+  if (self->isSaving_)
+    self->needsSaveAfterCurrent_ = true;
+  else
+    co_await self->saveLatestSnapshot();
 }
 
 Task<> ProjectAutosaveCoordinator::saveLatestSnapshot() {

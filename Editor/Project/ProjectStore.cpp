@@ -1,7 +1,10 @@
 #include "Editor/Project/ProjectStore.h"
 
 #include <algorithm>
+#include <atomic>
 #include <fmt/format.h>
+#include <future>
+#include <thread>
 
 #include "Core/AtomicFile.h"
 #include "Core/Date.h"
@@ -24,7 +27,8 @@ std::optional<Value> readJSON(const std::filesystem::path& path) {
   }
 }
 
-/// The share record of a document, without building the rest of it: a library lists thousands.
+/// The share record of a document, without building the rest of it: a library lists thousands. A document
+/// that is JSON but holds something else that does not read shows its link all the same.
 std::optional<ProjectShareRecord> readShare(const std::filesystem::path& path) {
   const auto onlyShare = [](int depth, Json::parse_event_t event, Json& parsed) {
     return depth != 1 || event != Json::parse_event_t::key || parsed == "share";
@@ -62,6 +66,11 @@ std::filesystem::path ProjectStore::documentPath(std::string_view id) const {
   auto path = directory / (std::string(id) + ".json");
   if (!isDocumentID(id)) throw FileError("use", path, std::make_error_code(std::errc::invalid_argument));
   return path;
+}
+
+FolderLock ProjectStore::lockFor(std::string_view id) const {
+  documentPath(id);  // throws before anything is made for an id that is none
+  return FolderLock(directory);
 }
 
 std::vector<ProjectSummary> ProjectStore::summaries() const {
@@ -116,12 +125,12 @@ ProjectDocument ProjectStore::create(const RecordingHandoffFields& recording,
 }
 
 void ProjectStore::createDocument(const ProjectDocument& document) const {
-  const FolderLock lock(directory);
+  const auto lock = lockFor(document.id);
   writeDocument(document);
 }
 
 void ProjectStore::saveDocument(const ProjectDocument& document) const {
-  const FolderLock lock(directory);
+  const auto lock = lockFor(document.id);
   const auto stored = share(document.id);
   if (stored && stored->slug && document.share.slug && *stored->slug != *document.share.slug)
     throw StoreError(*stored->slug, *document.share.slug);
@@ -130,7 +139,9 @@ void ProjectStore::saveDocument(const ProjectDocument& document) const {
 
 std::optional<ProjectDocument> ProjectStore::document(std::string_view id) const {
   if (!isDocumentID(id)) return std::nullopt;
-  return readJSON<ProjectDocument>(documentPath(id));
+  auto stored = readJSON<ProjectDocument>(documentPath(id));
+  // A document under another's name would be written back over that other one.
+  return stored && stored->id == id ? std::move(stored) : std::nullopt;
 }
 
 template <class Change>
@@ -199,29 +210,42 @@ std::map<std::string, ProjectShareRecord> ProjectStore::shareRecords() const {
 }
 
 std::vector<ProjectStore::ProjectListItem> ProjectStore::projects() const {
-  std::vector<ProjectListItem> result;
-  for (auto& entry : summaries()) {
-    const auto record = isDocumentID(entry.id)
-                            ? readShare(documentPath(entry.id)).value_or(ProjectShareRecord{})
-                            : ProjectShareRecord{};
-    result.push_back({.id = std::move(entry.id),
-                      .title = std::move(entry.title),
-                      .sourceName = std::move(entry.sourceName),
-                      .recordingPath = std::move(entry.recordingPath),
-                      .screenshotPath = std::move(entry.screenshotPath),
-                      .createdAt = std::move(entry.createdAt),
-                      .updatedAt = std::move(entry.updatedAt),
-                      .shareStatus = record.status,
-                      .shareURL = record.shareURL,
-                      .interruptedCause = std::move(entry.interruptedCause)});
-  }
+  auto entries = summaries();
+  std::vector<ProjectListItem> result(entries.size());
+  std::atomic<std::size_t> next = 0;
+  const auto readSome = [&] {
+    for (auto at = next++; at < entries.size(); at = next++) {
+      auto& entry = entries[at];
+      const auto record = isDocumentID(entry.id)
+                              ? readShare(documentPath(entry.id)).value_or(ProjectShareRecord{})
+                              : ProjectShareRecord{};
+      result[at] = {.id = std::move(entry.id),
+                    .title = std::move(entry.title),
+                    .sourceName = std::move(entry.sourceName),
+                    .recordingPath = std::move(entry.recordingPath),
+                    .screenshotPath = std::move(entry.screenshotPath),
+                    .createdAt = std::move(entry.createdAt),
+                    .updatedAt = std::move(entry.updatedAt),
+                    .shareStatus = record.status,
+                    .shareURL = record.shareURL,
+                    .interruptedCause = std::move(entry.interruptedCause)};
+    }
+  };
+  constexpr std::size_t worthAThread = 100;
+  std::vector<std::future<void>> others;
+  for (auto left = std::min<std::size_t>(entries.size() / worthAThread, std::thread::hardware_concurrency());
+       left > 1; --left)
+    others.push_back(std::async(std::launch::async, readSome));
+  readSome();
+  for (auto& other : others) other.get();
   return result;
 }
 
 void ProjectStore::delete_(std::string_view id) const {
   const auto path = documentPath(id);
-  const FolderLock lock(directory);
   std::error_code error;
+  if (!std::filesystem::exists(directory, error)) return;
+  const FolderLock lock(directory);
   std::filesystem::remove(path, error);
   if (error) throw FileError("delete", path, error);
   auto index = summaries();
@@ -233,9 +257,8 @@ void ProjectStore::rebuildIndex() const {
   const FolderLock lock(directory);
   std::vector<ProjectSummary> index;
   for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-    if (entry.path().extension() != ".json" || entry.path() == indexPath()) continue;
-    const auto stored = readJSON<ProjectDocument>(entry.path());
-    if (stored && stored->id == entry.path().stem().string()) index.push_back(summary(*stored));
+    if (entry.path().extension() != ".json") continue;
+    if (const auto stored = document(entry.path().stem().string())) index.push_back(summary(*stored));
   }
   sortByChange(index);
   writeIndex(index);

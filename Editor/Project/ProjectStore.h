@@ -14,6 +14,8 @@
 
 namespace quillant {
 
+class FolderLock;
+
 /// The projects in one folder: a document each, as `<id>.json`, and `index.json`, the list of them. Media
 /// lies elsewhere; documents point at it by absolute path.
 ///
@@ -84,7 +86,7 @@ struct ProjectStore {
   RecordingHandoffFields recording(std::string_view id) const;
   std::optional<ProjectShareRecord> share(std::string_view id) const;
   std::map<std::string, ProjectShareRecord> shareRecords() const;
-  /// Latest change first.
+  /// Latest change first. A long list is read on as many threads as there are processors.
   std::vector<ProjectListItem> projects() const;
 
   /// Removes the document and its entry in the index. The media stays: it may be the only copy.
@@ -102,6 +104,7 @@ struct ProjectStore {
  private:
   std::filesystem::path documentPath(std::string_view id) const;
   std::filesystem::path indexPath() const { return directory / "index.json"; }
+  FolderLock lockFor(std::string_view id) const;
   std::vector<ProjectSummary> summaries() const;
   ProjectSummary summary(const ProjectDocument& document) const;
   void writeIndex(const std::vector<ProjectSummary>& summaries) const;

@@ -28,7 +28,11 @@ class ProjectAutosaveCoordinatorTest : public testing::Test {
     autosave = ProjectAutosaveCoordinator::make(
         loop.get_executor(), 800ms,
         {.save = [this](ProjectAutosaveSnapshot snapshot) { return save(std::move(snapshot)); },
-         .status = [this](ProjectAutosaveStatus status) { statuses.push_back(std::move(status)); },
+         .status =
+             [this](ProjectAutosaveStatus status) {
+               statuses.push_back(std::move(status));
+               if (onStatus) onStatus();
+             },
          .sleep = [this](std::chrono::nanoseconds duration) { return sleep(duration); }});
   }
 
@@ -81,6 +85,7 @@ class ProjectAutosaveCoordinatorTest : public testing::Test {
   int running = 0;
   std::vector<double> saved;
   std::vector<ProjectAutosaveStatus> statuses;
+  std::function<void()> onStatus;
   std::shared_ptr<ProjectAutosaveCoordinator> autosave;
 };
 
@@ -129,6 +134,24 @@ TEST_F(ProjectAutosaveCoordinatorTest, WritesTheNewestStateAfterARunningWrite) {
     endWrite();
     EXPECT_EQ(saved, expected);
   }
+}
+
+TEST_F(ProjectAutosaveCoordinatorTest, WritesOneAtATimeWhenAListenerSchedules) {
+  holdWrites = true;
+  autosave->schedule(state(1));
+  advance(800ms);
+  autosave->schedule(state(2));
+  onStatus = [this] {
+    onStatus = nullptr;
+    autosave->schedule(state(3));
+  };
+  endWrite();  // the second write begins, with the third state
+  advance(800ms);
+  autosave->schedule(state(4));
+  endWrite();
+  endWrite();
+  EXPECT_EQ(saved, (Saved{1, 3, 4}));
+  EXPECT_TRUE(writes.empty());
 }
 
 TEST_F(ProjectAutosaveCoordinatorTest, FlushWaitsForTheRunningWriteAndThenWrites) {

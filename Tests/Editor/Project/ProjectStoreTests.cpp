@@ -94,6 +94,11 @@ TEST_F(ProjectStoreTest, LeavesMissingProjectsAndForeignPathsAlone) {
   EXPECT_THROW(store.saveDocument(document("../outside")), FileError);
   EXPECT_THROW(store.delete_("../outside"), FileError);
   EXPECT_THROW(store.createDocument(document("index")), FileError);
+  store.delete_("gone");
+  EXPECT_FALSE(std::filesystem::exists(folder / "store"));
+  store.createDocument(document("B"));
+  std::filesystem::copy(folder / "store" / "B.json", folder / "store" / "A.json");
+  EXPECT_FALSE(store.document("A")) << "another project's document under this name";
   EXPECT_TRUE(std::filesystem::exists(folder / "outside.json"));
 }
 
