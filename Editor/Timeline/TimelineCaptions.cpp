@@ -54,9 +54,7 @@ std::optional<TimelineCaptions> TimelineCaptions::replacing(std::size_t transcri
   }
 
   auto result = *this;
-  auto& list = result.transcripts[transcript].words.mutate();
-  const auto at = list.begin() + static_cast<std::ptrdiff_t>(first);
-  list.insert(list.erase(at, at + static_cast<std::ptrdiff_t>(last - first) + 1), words.begin(), words.end());
+  result.transcripts[transcript].words.replace(first, last - first + 1, std::move(words));
   return result;
 }
 
@@ -77,7 +75,7 @@ void to_json(Json& json, const TimelineTranscript& transcript) {
   json["source"] = transcript.source;
   json["track"] = rawText(transcript.track);
   json["language"] = transcript.language;
-  json["words"] = *transcript.words;
+  json["words"] = Json::array_t(transcript.words.begin(), transcript.words.end());
 }
 
 void from_json(const Json& json, TimelineTranscript& transcript) {

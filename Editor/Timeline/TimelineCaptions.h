@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Core/CopyOnWrite.h"
+#include "Core/ChunkedVector.h"
 #include "Core/JSONForward.h"
 #include "Core/RawTexts.h"
 
@@ -42,7 +42,7 @@ struct TimelineTranscript {
   std::string source;
   TimelineTranscriptTrack track = TimelineTranscriptTrack::mic;
   std::string language;
-  CopyOnWriteVector<TimelineCaptionWord> words;
+  ChunkedVector<TimelineCaptionWord> words;  ///< An hour of speech has thousands.
 
   friend bool operator==(const TimelineTranscript&, const TimelineTranscript&) = default;
 };

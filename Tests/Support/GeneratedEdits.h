@@ -112,13 +112,14 @@ class GeneratedEdits {
   }
 
   TimelineCaptions captions(std::size_t words) {
-    TimelineTranscript transcript = {.source = "recording", .language = "en-US"};
-    auto& list = transcript.words.mutate();
+    std::vector<TimelineCaptionWord> list;
     for (std::size_t i = 0; i < words; ++i) {
       const double start = static_cast<double>(i * 400) / 1000;
       list.push_back({start, time(start, start + 0.4), "word" + std::to_string(below(1000))});
     }
-    return {.on = chance(0.5), .style = TimelineCaptionStyle::outline, .transcripts = {transcript}};
+    return {.on = chance(0.5),
+            .style = TimelineCaptionStyle::outline,
+            .transcripts = {{.source = "recording", .language = "en-US", .words = std::move(list)}}};
   }
 
   TimelineEditSnapshot snapshot(double duration, Extent extent) {

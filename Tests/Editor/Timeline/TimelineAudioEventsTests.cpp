@@ -79,15 +79,15 @@ TEST_F(TimelineEventRules, CaptionsComeWithWhatNeedsThem) {
 
   const auto words = [&](std::size_t first, std::size_t last, const std::string& text) {
     const auto corrected = after(state, ReplaceCaptionWords{0, first, last, text});
-    return *corrected.snapshot.captions->transcripts[0].words;
+    return corrected.snapshot.captions->transcripts[0].words;
   };
-  using Words = std::vector<TimelineCaptionWord>;
+  using Words = ChunkedVector<TimelineCaptionWord>;
   EXPECT_EQ(words(0, 1, " Hé my\nworld "),
             (Words{{0, 0.244, "Hé"}, {0.244, 0.489, "my"}, {0.489, 1.1, "world"}, {2, 3, "again"}}))
       << "the span is kept, shared by characters";
   EXPECT_EQ(words(1, 2, " \n"), (Words{{0, 0.5, "Helo"}}));
   const std::pair<std::size_t, std::size_t> refused[] = {{0, 3}, {2, 1}, {3, 3}};
-  for (const auto& [first, last] : refused) EXPECT_EQ(words(first, last, "x"), *transcript.words);
+  for (const auto& [first, last] : refused) EXPECT_EQ(words(first, last, "x"), transcript.words);
   EXPECT_EQ(after(state, ReplaceCaptionWords{1, 0, 0, "x"}), state);
 }
 
