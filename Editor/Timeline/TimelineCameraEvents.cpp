@@ -16,8 +16,7 @@ void EnsureCameraClips::apply(TimelineEditState& state) const {
 }
 
 void SplitCameraClip::apply(TimelineEditState& state) const {
-  auto clips = state.snapshot.resolvedCameraClips(duration, fallback);
-  if (!isValidDuration(duration) || clips.empty()) {
+  if (!isValidDuration(duration) || (state.snapshot.cameraClips.empty() && !fallback)) {
     state.statusMessage = "Record with camera before splitting camera settings.";
     return;
   }
@@ -27,6 +26,7 @@ void SplitCameraClip::apply(TimelineEditState& state) const {
     state.statusMessage = "Move the playhead inside the camera clip before splitting.";
     return;
   }
+  auto clips = state.snapshot.resolvedCameraClips(duration, fallback);
   const auto under = std::ranges::find_if(clips, [&](const TimelineCameraClip& clip) {
     return clip.span.start + margin < time && time < clip.span.end - margin;
   });

@@ -20,6 +20,7 @@ void SplitClip::apply(TimelineEditState& state) const {
 
 void DeleteClip::apply(TimelineEditState& state) const {
   state.deleteClips({id}, duration);
+  if (state.selectedClipID == id) state.selectedClipID.reset();
 }
 
 void DeleteOutputRange::apply(TimelineEditState& state) const {

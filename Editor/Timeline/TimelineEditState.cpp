@@ -115,7 +115,7 @@ bool TimelineEditState::editClips(std::string_view refused, double duration,
   return true;
 }
 
-std::size_t TimelineEditState::deleteClips(const std::vector<UUID>& ids, double duration) {
+std::optional<std::size_t> TimelineEditState::deleteClips(const std::vector<UUID>& ids, double duration) {
   if (!isValidDuration(duration)) return 0;
   const auto clips = snapshot.effectiveClips(duration);
   const auto placed = TimelineClipList::placed(clips);
@@ -131,7 +131,7 @@ std::size_t TimelineEditState::deleteClips(const std::vector<UUID>& ids, double 
   if (removed.empty()) return 0;
   if (kept.empty()) {
     statusMessage = "Cannot delete the only playable clip.";
-    return 0;
+    return std::nullopt;
   }
   storeClips(std::move(kept), duration);
   const auto count = removed.size();

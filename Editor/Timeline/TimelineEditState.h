@@ -57,9 +57,9 @@ struct TimelineEditState {
   /// that says anything. Without a video the status says so. Whether clips were stored.
   bool editClips(std::string_view refused, double duration,
                  const std::function<std::optional<Clips>(const Clips&)>& body);
-  /// Deletes the clips, the voice row following. Returns how many: none when they are all there is to play,
-  /// which the status says, when they are not there, or without a video.
-  std::size_t deleteClips(const std::vector<UUID>& ids, double duration);
+  /// Deletes the clips, the voice row following. Returns how many there were, 0 without a video; none is a
+  /// refusal, which the status says: they are all there is to play.
+  std::optional<std::size_t> deleteClips(const std::vector<UUID>& ids, double duration);
 
   CopyOnWriteVector<TimelineAudioClip>& audioClips(TimelineAudioRow row);
   /// The same frame for a row of sound.

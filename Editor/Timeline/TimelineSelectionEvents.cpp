@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Editor/Timeline/PlaybackTime.h"
+#include "Editor/Timeline/TimelineAudioEvents.h"
 #include "Editor/Timeline/TimelineAudioTrack.h"
 #include "Editor/Timeline/TimelineCameraEvents.h"
 #include "Editor/Timeline/TimelineClipList.h"
@@ -92,9 +93,9 @@ void SplitSelected::apply(TimelineEditState& state) const {
 
 namespace {
 
-std::string deletedStatus(std::size_t count, TimelineSelectedItem::Kind kind) {
-  if (count > 1) return fmt::format("Deleted {} items.", count);
-  switch (kind) {
+std::string deletedStatus(const std::vector<TimelineSelectedItem::Kind>& deleted) {
+  if (deleted.size() > 1) return fmt::format("Deleted {} items.", deleted.size());
+  switch (deleted.front()) {
     case TimelineSelectedItem::Kind::clip:
       return "Deleted clip.";
     case TimelineSelectedItem::Kind::zoom:
@@ -105,55 +106,41 @@ std::string deletedStatus(std::size_t count, TimelineSelectedItem::Kind kind) {
   return {};
 }
 
-void deleteAnnotation(TimelineEditState& state) {
-  const auto id = *state.selectedID;
-  const auto& annotations = state.snapshot.annotationRegions;
-  if (std::ranges::find(annotations, id, &TimelineAnnotationRegion::id) != annotations.end()) {
-    std::erase_if(state.snapshot.annotationRegions.mutate(),
-                  [&id](const auto& annotation) { return annotation.id == id; });
-    state.statusMessage = "Deleted annotation.";
-  }
-  state.clearSelection();
-}
-
 }  // namespace
 
 void DeleteSelection::apply(TimelineEditState& state) const {
   if (state.selectedCameraClipID)
     return DeleteCameraClip{.id = *state.selectedCameraClipID, .duration = duration.value_or(0)}.apply(state);
-  if (state.selectedKind == TimelineRegionKind::annotation && state.selectedID)
-    return deleteAnnotation(state);
+  if (state.selectedKind == TimelineRegionKind::annotation && state.selectedID) {
+    std::erase_if(state.snapshot.annotationRegions.mutate(),
+                  [&](const auto& annotation) { return annotation.id == state.selectedID; });
+    state.clearSelection();
+    state.statusMessage = "Deleted annotation.";
+    return;
+  }
 
-  const auto items = state.selectedItems();
-  std::size_t deleted = 0;
-  TimelineSelectedItem::Kind kind{};
-  const auto count = [&](const TimelineSelectedItem& item, std::size_t number) {
-    deleted += number;
-    if (number > 0) kind = item.kind;
-  };
+  std::vector<TimelineSelectedItem::Kind> deleted;
   std::vector<UUID> clips, zooms;
-  for (const auto& item : items) {
+  for (const auto& item : state.selectedItems()) {
     if (item.kind == TimelineSelectedItem::Kind::clip) {
       clips.push_back(item.id);
     } else if (item.kind == TimelineSelectedItem::Kind::zoom) {
       zooms.push_back(item.id);
-      count(item, 1);
+      deleted.push_back(item.kind);
     } else {
-      count(item, state.editAudioClip({}, item.id, [&item](const auto& row) {
-        return TimelineAudioTrack::delete_(row, item.id);
-      }));
+      DeleteAudioClip{item.id}.apply(state);
+      deleted.push_back(item.kind);
     }
   }
   if (!zooms.empty())
     std::erase_if(state.snapshot.zoomRegions.mutate(),
                   [&](const auto& zoom) { return std::ranges::find(zooms, zoom.id) != zooms.end(); });
 
-  // The refusal, if there is one, is what the user should read.
-  const auto clipsDeleted = duration ? state.deleteClips(clips, *duration) : 0;
-  if (clipsDeleted > 0) count(TimelineSelectedItem::clip({}), clipsDeleted);
-  const bool refused = duration && !clips.empty() && clipsDeleted == 0;
+  const std::optional<std::size_t> clipsDeleted = duration ? state.deleteClips(clips, *duration) : 0u;
+  deleted.insert(deleted.end(), clipsDeleted.value_or(0), TimelineSelectedItem::Kind::clip);
   state.clearSelection();
-  if (deleted > 0 && !refused) state.statusMessage = deletedStatus(deleted, kind);
+  // A refusal is what the user should read.
+  if (clipsDeleted && !deleted.empty()) state.statusMessage = deletedStatus(deleted);
 }
 
 }  // namespace quillant::TimelineEvents

@@ -37,26 +37,25 @@ TEST(TimelineEditDriver, RecordsOnlyWhatChangesTheSnapshot) {
   EXPECT_EQ(driver.historyRevision(), 0);
   EXPECT_EQ(changes, 5);
 
-  const auto first = driver.state().snapshot;
-  driver.selectClip(first.clipList->front().id);
+  const auto clip = driver.state().snapshot.clipList->front().id;
+  driver.selectClip(clip);
   driver.send(SplitClip{15, duration}, recorded);
-  const auto second = driver.state().snapshot;
+  const auto split = driver.state().snapshot;
+  driver.clearSelection();
   driver.undo();
-  EXPECT_TRUE(driver.state().snapshot == first);
-  EXPECT_EQ(driver.state().selectedClipID, first.clipList->front().id) << "the selection comes back too";
+  EXPECT_EQ(driver.state().selectedClipID, clip) << "the selection comes back too";
   EXPECT_EQ(driver.state().statusMessage, "Undid timeline edit.");
   driver.redo();
-  EXPECT_TRUE(driver.state().snapshot == second);
   EXPECT_EQ(driver.state().statusMessage, "Redid timeline edit.");
   EXPECT_EQ(driver.historyRevision(), 3);
   driver.undo();
   driver.send(SplitClip{25, duration}, recorded);
   EXPECT_FALSE(driver.history().canRedo()) << "an edit forgets what was undone";
 
-  driver.applySnapshot(second);
+  driver.applySnapshot(split);
   EXPECT_FALSE(driver.history().canUndo()) << "no undo across a load";
   EXPECT_EQ(driver.historyRevision(), 6);
-  EXPECT_EQ(driver.state(), TimelineEditState{.snapshot = second});
+  EXPECT_EQ(driver.state(), TimelineEditState{.snapshot = split});
 }
 
 TEST(EditorHistory, RecordsNothingWithinATransaction) {
@@ -112,22 +111,13 @@ TEST(TimelineEditDriver, GeneratesZoomsInOneStepFromTheTelemetryBesideTheVideo) 
   driver.send(request, recorded);
   EXPECT_EQ(driver.autoZoomTelemetryProblem(), std::nullopt);
   EXPECT_EQ(driver.state().statusMessage, "Generated 1 automatic zoom.");
-  EXPECT_EQ(driver.history().undoStack.size(), 1u);
   text = "{";
   expectProblem(AutoZoomTelemetryProblem::unreadable, unreadable);
   fails = true;
   expectProblem(AutoZoomTelemetryProblem::unreadable, unreadable);
   driver.undo();
   EXPECT_TRUE(driver.state().snapshot.zoomRegions.empty());
-}
-
-void expectRowWithoutOverlap(const std::vector<TimelineAudioClip>& row) {
-  double free = 0;
-  for (const auto& clip : row) {
-    EXPECT_GE(clip.start, free - 1e-6);
-    EXPECT_GT(clip.outputLength(), 0.0005);
-    free = clip.end();
-  }
+  EXPECT_FALSE(driver.history().canUndo()) << "one step";
 }
 
 double shortestOutput(const TimelineEditState& state) {
@@ -140,13 +130,16 @@ double shortestOutput(const TimelineEditState& state) {
 void expectInvariants(const TimelineEditState& state, const TimelineEditState& before,
                       const TimelineEditEvent& event) {
   const auto& edit = state.snapshot;
-  expectRowWithoutOverlap(edit.audioClips);
-  expectRowWithoutOverlap(edit.musicClips);
-  for (const auto& zoom : edit.zoomRegions) {
-    EXPECT_GE(zoom.span.start, 0);
-    EXPECT_LT(zoom.span.start, zoom.span.end);
-    EXPECT_LE(zoom.span.end, duration);
+  for (const auto& row : {edit.audioClips, edit.musicClips}) {
+    double free = 0;
+    for (const auto& clip : row) {
+      EXPECT_GE(clip.start, free - 1e-6);
+      EXPECT_GT(clip.outputLength(), 0.0005);
+      free = clip.end();
+    }
   }
+  for (const auto& zoom : edit.zoomRegions)
+    EXPECT_TRUE(0 <= zoom.span.start && zoom.span.start < zoom.span.end && zoom.span.end <= duration);
   const auto clips = edit.effectiveClips(duration);
   EXPECT_FALSE(clips.empty());
   for (const auto& item : state.selectedItems())
