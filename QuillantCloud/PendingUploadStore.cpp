@@ -4,6 +4,7 @@
 
 #include "Core/AtomicFile.h"
 #include "Core/JSON.h"
+#include "Core/PrivateFolder.h"
 
 namespace quillant {
 
@@ -29,18 +30,11 @@ std::optional<PendingUpload> read(const std::filesystem::path& path) {
   }
 }
 
-/// Signed URLs are as good as a password until they lapse, so none but the user may look at an entry.
-void makePrivateFolder(const std::filesystem::path& folder) {
-  std::error_code failed;
-  if (std::filesystem::create_directories(folder, failed))
-    std::filesystem::permissions(folder, std::filesystem::perms::owner_all, failed);
-  if (failed) throw FileError("create", folder, failed);
-}
-
 }  // namespace
 
 void PendingUploadStore::save(const PendingUpload& entry) const {
-  makePrivateFolder(directory);
+  // Signed URLs are as good as a password until they lapse.
+  PrivateFolder::ensure(directory);
   AtomicFile::write(fileOf(*this, entry.id), JSON::pretty(entry), 0600);
 }
 
@@ -76,7 +70,7 @@ std::vector<PendingUpload> PendingUploadStore::all() const {
 }
 
 std::filesystem::path PendingUploadStore::makePosterPath(const std::string& id) const {
-  makePrivateFolder(directory);
+  PrivateFolder::ensure(directory);
   return posterOf(*this, id);
 }
 
