@@ -2,17 +2,12 @@
 
 #include <cstdlib>
 
+#include "Core/Environment.h"
 #include "Core/Text.h"
 
 namespace quillant::QuillantConfig {
 
 namespace {
-
-std::string environment(const char* name) {
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here sets a variable.
-  const char* value = std::getenv(name);
-  return value == nullptr ? std::string() : std::string(value);
-}
 
 std::string_view trimmingTrailingSlashes(std::string_view text) {
   while (text.ends_with('/')) text.remove_suffix(1);
@@ -28,14 +23,15 @@ URL productionURL() {
 }
 
 URL baseURL() {
-  const auto configured = environment("QUILLANT_BASE_URL");
+  const auto configured = Environment::value("QUILLANT_BASE_URL");
   if (const auto url = URL::parse(trimmingTrailingSlashes(configured))) return *url;
   return productionURL();
 }
 
 std::string scope() {
   if (profileOverride && !profileOverride->empty()) return sanitizeScope(*profileOverride);
-  if (const auto profile = environment("QUILLANT_PROFILE"); !profile.empty()) return sanitizeScope(profile);
+  if (const auto profile = Environment::value("QUILLANT_PROFILE"); !profile.empty())
+    return sanitizeScope(profile);
   const auto host = baseURL().host();
   const auto production = productionURL().host();
   return host == production || host.ends_with("." + production) ? "prod" : "dev";
@@ -60,9 +56,9 @@ std::string keychainAccount() {
 }
 
 std::filesystem::path supportDirectory() {
-  std::filesystem::path data = environment("XDG_DATA_HOME");
+  std::filesystem::path data = Environment::value("XDG_DATA_HOME");
   // The base directory rules have a relative path ignored.
-  if (!data.is_absolute()) data = std::filesystem::path(environment("HOME")) / ".local/share";
+  if (!data.is_absolute()) data = std::filesystem::path(Environment::value("HOME")) / ".local/share";
   return data / "Quillant";
 }
 

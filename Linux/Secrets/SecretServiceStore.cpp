@@ -1,13 +1,14 @@
 #include "Linux/Secrets/SecretServiceStore.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <gio/gio.h>
 #include <libsecret/secret.h>
 #include <utility>
 #include <vector>
+
+#include "Core/Environment.h"
 
 namespace quillant {
 
@@ -41,8 +42,7 @@ const SecretSchema schema = {"com.quillant.Secret",
 
 /// A keyring that is locked can ask for its password only on a display.
 bool userCanBeAsked() {
-  // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here sets a variable.
-  return std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr;
+  return !Environment::value("DISPLAY").empty() || !Environment::value("WAYLAND_DISPLAY").empty();
 }
 
 Owned<GHashTable> attributes(const SecretName& name) {
