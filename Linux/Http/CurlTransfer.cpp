@@ -33,7 +33,6 @@ CurlTransfer::~CurlTransfer() {
   curl_slist_free_all(headers_);
   // One of them may be the user's token: freed memory should not keep it.
   for (auto& header : request_.headers) explicit_bzero(header.value.data(), header.value.size());
-  if (file_ >= 0) ::close(file_);
 }
 
 bool CurlTransfer::open() {
@@ -50,8 +49,9 @@ bool CurlTransfer::openBody() {
   const auto* file = std::get_if<HttpFileBody>(&request_.body);
   if (!file) return true;
   struct stat status {};
-  file_ = ::open(file->path.c_str(), O_RDONLY | O_CLOEXEC);
-  const bool readable = file_ >= 0 && ::fstat(file_, &status) == 0;
+  // What waits for a writer, as a pipe with a name does, would stop every other transfer.
+  file_ = FileDescriptor(::open(file->path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const bool readable = file_ && ::fstat(file_.get(), &status) == 0;
   if (!readable || !S_ISREG(status.st_mode)) {
     const auto reason = readable ? "not a file" : std::error_code(errno, std::system_category()).message();
     fail(TransportError::Kind::unreadableBody, "could not read " + file->path.string() + ": " + reason);
@@ -126,7 +126,7 @@ std::size_t CurlTransfer::readBody(char* buffer, std::size_t room) {
   if (const auto* text = std::get_if<std::string>(&request_.body)) {
     text->copy(buffer, wanted, static_cast<std::size_t>(bodyOffset_));
   } else if (wanted > 0) {
-    const auto result = ::pread(file_, buffer, wanted, bodyOffset_);
+    const auto result = ::pread(file_.get(), buffer, wanted, bodyOffset_);
     if (result <= 0) {
       fail(TransportError::Kind::unreadableBody,
            "could not read " + std::get<HttpFileBody>(request_.body).path.string() + ": " +

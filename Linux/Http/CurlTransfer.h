@@ -12,6 +12,7 @@
 #include <string_view>
 #include <variant>
 
+#include "Core/FileDescriptor.h"
 #include "QuillantCloud/HttpClient.h"
 
 namespace quillant {
@@ -71,7 +72,7 @@ class CurlTransfer {
   Completion completion_;
   std::unique_ptr<CURL, HandleDeleter> handle_;
   curl_slist* headers_ = nullptr;
-  int file_ = -1;
+  FileDescriptor file_;
   std::int64_t bodySize_ = 0;
   std::int64_t bodyOffset_ = 0;  ///< Of what libcurl has read.
   std::int64_t sent_ = 0;
@@ -81,8 +82,8 @@ class CurlTransfer {
   bool answering_ = false;
   std::size_t headerBytes_ = 0;
   HttpResponse response_;
-  std::optional<TransportError>
-      failure_;  ///< What a callback found wrong; libcurl only knows that it stopped.
+  /// What a callback found wrong; libcurl only knows that it stopped.
+  std::optional<TransportError> failure_;
   std::array<char, CURL_ERROR_SIZE> curlText_{};
   std::atomic<bool> cancelled_ = false;
 };
