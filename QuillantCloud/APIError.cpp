@@ -29,6 +29,11 @@ struct Describe {
 
 APIError::APIError(Reason reason) : Error(std::visit(Describe(), reason)), reason_(std::move(reason)) {}
 
+bool APIError::isTokenExpired(const Error& error) {
+  const auto* apiError = dynamic_cast<const APIError*>(&error);
+  return apiError != nullptr && apiError->isTokenExpired();
+}
+
 bool APIError::isRefusal(int status, std::string_view code) const {
   const auto* http = std::get_if<Http>(&reason_);
   return http != nullptr && http->status == status && http->code == code;

@@ -66,8 +66,7 @@ Task<UploadQueueService::RunResult> UploadQueueService::resumePending(QuillantAP
       (entry.completed ? result.completed : result.stillPending).push_back(entry.id);
     } catch (const Error& error) {
       result.stillPending.push_back(entry.id);
-      const auto* apiError = dynamic_cast<const APIError*>(&error);
-      if (apiError != nullptr && apiError->isTokenExpired()) {
+      if (APIError::isTokenExpired(error)) {
         recordExpiredSignIn(entry, now);
         result.needAuth = true;
         break;  // the others would fail alike

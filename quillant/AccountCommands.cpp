@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <utility>
 
+#include "QuillantCloud/APIError.h"
 #include "QuillantCloud/AuthFlow.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "QuillantCloud/TokenStore.h"
@@ -15,8 +16,8 @@ std::string signedInLine(const Me& me) {
   return fmt::format("Signed in as {} ({}) [profile: {}]", me.email, me.plan, QuillantConfig::scope());
 }
 
-int exitCode(const APIError& error) {
-  return error.isTokenExpired() ? ExitCode::noPermission : ExitCode::failure;
+int exitCode(const Error& error) {
+  return APIError::isTokenExpired(error) ? ExitCode::noPermission : ExitCode::failure;
 }
 
 Task<int> login(CloudServices services) {
@@ -24,12 +25,9 @@ Task<int> login(CloudServices services) {
     const auto me = co_await AuthFlow::login(*services.signInPage, *services.secrets, services.http);
     Console::print(signedInLine(me));
     co_return ExitCode::success;
-  } catch (const APIError& error) {
-    Console::writeError(fmt::format("quillant: login failed: {}\n", error.description()));
-    co_return exitCode(error);
   } catch (const Error& error) {
     Console::writeError(fmt::format("quillant: login failed: {}\n", error.description()));
-    co_return ExitCode::failure;
+    co_return exitCode(error);
   }
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
+#include "Core/Error.h"
 #include "Core/Task.h"
-#include "QuillantCloud/APIError.h"
 #include "QuillantCloud/Me.h"
 #include "quillant/CloudServices.h"
 
@@ -17,7 +16,7 @@ Task<int> whoami(CloudServices services);
 
 /// "Signed in as ada@example.com (free) [profile: prod]".
 std::string signedInLine(const Me& me);
-/// The exit code for a call that the service did not answer well.
-int exitCode(const APIError& error);
+/// The exit code of a command that ended with `error`.
+int exitCode(const Error& error);
 
 }  // namespace quillant::AccountCommands

@@ -50,8 +50,7 @@ void describe(const UploadQueueService::RunResult& result) {
   if (result.needAuth) {
     Console::writeError(
         "quillant: uploads are waiting for sign-in — run `quillant login`, then `quillant resume`. "
-        "Recordings "
-        "are safe on disk.\n");
+        "Recordings are safe on disk.\n");
   } else if (!result.stillPending.empty()) {
     Console::writeError(
         fmt::format("quillant: {} upload(s) still pending (will retry with backoff). Recordings are safe on "

@@ -16,7 +16,7 @@ struct Options {
 };
 
 /// Leads through the page in the desktop's browser, and takes the callback from the process that the desktop
-/// starts with it. A page that the user declined ("error=access_denied") counts as cancelled.
+/// starts with it.
 std::unique_ptr<WebAuthenticating> make(Options options = {});
 
 }  // namespace quillant::BrowserSignIn
