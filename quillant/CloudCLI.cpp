@@ -1,7 +1,6 @@
 #include "quillant/CloudCLI.h"
 
 #include <algorithm>
-#include <array>
 #include <asio/bind_cancellation_slot.hpp>
 #include <asio/cancellation_signal.hpp>
 #include <asio/io_context.hpp>
@@ -11,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <sys/prctl.h>
 
 #include "QuillantCloud/QuillantConfig.h"
 #include "quillant/AccountCommands.h"
@@ -40,17 +40,15 @@ std::optional<std::string> extractProfile(Words& words) {
   return profile;
 }
 
-/// Whether `flag` is among the words, of which each must be one of `known`.
-bool takeFlag(const std::string& command, const Words& words, std::initializer_list<std::string_view> known,
-              std::string_view flag) {
+void allowOnly(std::initializer_list<std::string_view> flags, const std::string& command,
+               const Words& words) {
   for (const auto& word : words)
-    if (std::find(known.begin(), known.end(), word) == known.end())
+    if (std::find(flags.begin(), flags.end(), word) == flags.end())
       throw UsageError{"unknown " + command + " option " + word};
-  return std::find(words.begin(), words.end(), flag) != words.end();
 }
 
-void takeNoOptions(const std::string& command, const Words& words) {
-  takeFlag(command, words, {}, {});
+bool contains(const Words& words, std::string_view flag) {
+  return std::find(words.begin(), words.end(), flag) != words.end();
 }
 
 UploadCommand::Options uploadOptions(const Words& words) {
@@ -101,6 +99,8 @@ bool CloudCLI::shouldRun(const Arguments& arguments) const {
 }
 
 int CloudCLI::run(const Arguments& arguments) {
+  // The account's token will be in this process's memory: no core file keeps that.
+  ::prctl(PR_SET_DUMPABLE, 0);
   try {
     const auto command = arguments[1];
     Words words(arguments.begin() + 2, arguments.end());
@@ -110,15 +110,15 @@ int CloudCLI::run(const Arguments& arguments) {
       return runAsync(UploadCommand::run(makeServices_(), options));
     }
     if (command == "resume") {
-      const bool force = takeFlag(command, words, {"--force"}, "--force");
-      return runAsync(QueueCommands::resume(makeServices_(), force));
+      allowOnly({"--force"}, command, words);
+      return runAsync(QueueCommands::resume(makeServices_(), contains(words, "--force")));
     }
     if (command == "status") {
-      const bool resume = takeFlag(command, words, {"--resume", "--force"}, "--resume");
-      const bool force = takeFlag(command, words, {"--resume", "--force"}, "--force");
-      return runAsync(QueueCommands::status(makeServices_(), resume, force));
+      allowOnly({"--resume", "--force"}, command, words);
+      return runAsync(
+          QueueCommands::status(makeServices_(), contains(words, "--resume"), contains(words, "--force")));
     }
-    takeNoOptions(command, words);
+    allowOnly({}, command, words);
     if (command == "login") return runOnAppLoop(AccountCommands::login(makeServices_()));
     if (command == "logout") return runAsync(AccountCommands::logout(makeServices_()));
     return runAsync(AccountCommands::whoami(makeServices_()));

@@ -2,7 +2,8 @@
 
 #include <string_view>
 
-/// What a command tells its user. The two streams are not ordered against each other.
+/// What a command tells its user, control characters other than a line's end replaced: whatever a server
+/// says, it does not reach the terminal as a command. The two streams are not ordered against each other.
 namespace quillant::Console {
 
 /// `line` and a new line, to standard output.

@@ -1,5 +1,7 @@
 #include "quillant/PlatformServices.h"
 
+#include <unistd.h>
+
 #include "Linux/Desktop/BrowserSignIn.h"
 #include "Linux/Desktop/DesktopClipboard.h"
 #include "Linux/Desktop/DesktopSession.h"
@@ -8,6 +10,7 @@
 #include "Linux/Secrets/LinuxSecretStore.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "quillant/Console.h"
+#include "quillant/DesktopSignIn.h"
 #include "quillant/TerminalSignIn.h"
 #include "quillant/VideoFile.h"
 
@@ -17,8 +20,12 @@ namespace {
 
 std::shared_ptr<WebAuthenticating> makeSignInPage() {
   if (DesktopSession::displayServer() == DesktopSession::DisplayServer::none)
-    return std::make_shared<TerminalSignIn>();
-  return BrowserSignIn::make();
+    return std::make_shared<TerminalSignIn>(TerminalSignIn::Browser::none);
+  // A background job that reads from its terminal is stopped by it.
+  const bool hasTerminal = ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
+  if (!hasTerminal) return BrowserSignIn::make();
+  return std::make_shared<DesktopSignIn>(BrowserSignIn::make(),
+                                         std::make_shared<TerminalSignIn>(TerminalSignIn::Browser::opened));
 }
 
 }  // namespace

@@ -21,8 +21,8 @@ class PlatformServices {
   CaptureServices captureServices();
   /// The camera of `captureServices`, for those who preview it.
   CameraSessionBroker& cameraBroker() { return cameraBroker_; }
-  /// The service's token lies in the keyring; a sign-in goes through the browser, and where there is no
-  /// desktop through the terminal.
+  /// The service's token lies in the keyring; a sign-in goes through the desktop's browser, through the
+  /// terminal, or through both, as there are.
   static CloudServices cloudServices();
 
  private:

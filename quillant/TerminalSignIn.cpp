@@ -30,8 +30,7 @@ class HiddenInput {
     ::tcsetattr(input_, TCSADRAIN, &hidden);
   }
   ~HiddenInput() {
-    if (!isTerminal_) return;
-    ::tcsetattr(input_, TCSADRAIN, &before_);
+    if (isTerminal_) ::tcsetattr(input_, TCSADRAIN, &before_);
     Console::writeError("\n");  // the one that was typed was hidden too
   }
   HiddenInput(const HiddenInput&) = delete;
@@ -88,10 +87,11 @@ class LineReader {
 }  // namespace
 
 Task<std::optional<std::string>> TerminalSignIn::authenticate(std::string url, std::string callbackScheme) {
+  const bool opened = browser_ == Browser::opened;
   Console::writeError(
-      fmt::format("Open this page in a browser and sign in:\n\n  {}\n\nThen paste the address that it leads "
-                  "to ({}://…): ",
-                  url, callbackScheme));
+      fmt::format("{} and sign in:\n\n  {}\n\n{} paste the address that it leads to ({}://…): ",
+                  opened ? "A browser opens this page. Go there" : "Open this page in a browser", url,
+                  opened ? "If it does not come back by itself," : "Then", callbackScheme));
   std::string line;
   try {
     const LineReader::Done done(co_await asio::this_coro::executor);

@@ -6,11 +6,13 @@
 #include <utility>
 
 #include "Core/AtomicFile.h"
+#include "QuillantCloud/APIError.h"
 #include "QuillantCloud/HttpUploadTransport.h"
 #include "QuillantCloud/QuillantAPI.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "QuillantCloud/TokenStore.h"
 #include "QuillantCloud/Uploader.h"
+#include "quillant/AccountCommands.h"
 #include "quillant/Command.h"
 #include "quillant/Console.h"
 #include "quillant/UploadLines.h"
@@ -28,11 +30,6 @@ struct Failure {
 
 void tell(const std::string& text) {
   Console::writeError("quillant: " + text + "\n");
-}
-
-bool isExpiredSignIn(const Error& error) {
-  const auto* apiError = dynamic_cast<const APIError*>(&error);
-  return apiError != nullptr && apiError->isTokenExpired();
 }
 
 /// Where the video is, also when the entry is resumed from another folder.
@@ -79,12 +76,12 @@ PendingUpload makeEntry(const CloudServices& services, const PendingUploadStore&
 /// Notes on disk what the upload waits for.
 Failure record(const Uploader& uploader, PendingUpload& entry, const Error& error) {
   const auto now = uploader.clock.now();
-  if (isExpiredSignIn(error))
+  if (APIError::isTokenExpired(error))
     entry.recordExpiredSignIn(error.description(), now);
   else
     entry.recordFailure(error.description(), now);
   uploader.store.saveIfPossible(entry);
-  return {isExpiredSignIn(error) ? ExitCode::noPermission : ExitCode::failure};
+  return {AccountCommands::exitCode(error)};
 }
 
 /// The link, once the entry on disk knows it.
@@ -92,7 +89,7 @@ Task<std::string> reserve(const Uploader& uploader, PendingUpload& entry) {
   try {
     co_return co_await uploader.reserve(entry, false);
   } catch (const Error& error) {
-    if (isExpiredSignIn(error)) {
+    if (APIError::isTokenExpired(error)) {
       tell("session expired — run `quillant login` again. Recording is safe: " + entry.videoPath);
     } else {
       tell("could not start upload: " + error.description());
@@ -113,7 +110,7 @@ Task<> send(const Uploader& uploader, PendingUpload& entry) {
   try {
     co_await uploader.runRemaining(entry, false);
   } catch (const Error& error) {
-    if (isExpiredSignIn(error)) {
+    if (APIError::isTokenExpired(error)) {
       tell("session expired mid-upload — run `quillant login`, then `quillant status --resume`.");
       tell("recording is safe: " + entry.videoPath);
     } else {
@@ -148,7 +145,12 @@ Task<int> run(CloudServices services, Options options) {
     const auto link = co_await reserve(uploader, entry);
     co_await handOut(*services.clipboard, link);
     co_await send(uploader, entry);
-    if (entry.completed) Console::print("✅ Upload complete: " + link);
+    if (!entry.completed) {
+      tell("the service has not made the video ready yet; the upload stays queued.");
+      tell("  resume with: quillant status --resume");
+      co_return ExitCode::failure;
+    }
+    Console::print("✅ Upload complete: " + link);
     co_return ExitCode::success;
   } catch (const Failure& failure) {
     co_return failure.code;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <deque>
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -9,21 +8,16 @@
 #include <variant>
 #include <vector>
 
-#include "QuillantCloud/APIError.h"
 #include "QuillantCloud/HttpClient.h"
-#include "QuillantCloud/QuillantUploadAPI.h"
 #include "QuillantCloud/SecretStoring.h"
 #include "QuillantCloud/UploadClock.h"
-#include "QuillantCloud/UploadError.h"
-#include "QuillantCloud/UploadTransport.h"
 
 namespace quillant {
 
 /// Answers in order what it was told to, and keeps what it was asked.
 class ScriptedHttpClient : public HttpClient {
  public:
-  using Answer = std::variant<HttpResponse, TransportError>;
-  std::deque<Answer> answers;
+  std::deque<std::variant<HttpResponse, TransportError>> answers;
   std::vector<HttpRequest> requests;
 
   void answer(int status, std::string body) {
@@ -38,85 +32,22 @@ class ScriptedHttpClient : public HttpClient {
   }
 };
 
-/// A service in memory that keeps no objects: it says of them what it is told to say.
-class ScriptedAPI : public QuillantUploadAPI {
- public:
-  std::vector<std::string> calls;
-  RefreshResult refreshed{.videoId = "other",
-                          .slug = "other",
-                          .shareURL = "https://q/other",
-                          .putVideoURL = "https://s/video2",
-                          .putThumbURL = "https://s/thumb2"};
-  std::optional<std::string> captionsURL = "https://s/captions";
-  std::string status = "ready";
-  std::deque<APIError> completeErrors;
-  std::vector<CaptionsDeclaration> declared;
-
-  Task<UploadReservation> createUpload(std::optional<std::string>, std::int64_t, std::int64_t, std::int64_t,
-                                       std::int64_t) override {
-    calls.emplace_back("create");
-    UploadReservation reservation{"v1",       "slug", "https://q/slug", "https://s/video", "https://s/thumb",
-                                  captionsURL};
-    co_return reservation;
-  }
-  Task<RefreshResult> refreshPresign(std::string videoId) override {
-    calls.push_back("refresh " + videoId);
-    auto result = refreshed;
-    result.putCaptionsURL = captionsURL;
-    co_return result;
-  }
-  Task<CompleteResult> completeUpload(std::string videoId, std::int64_t,
-                                      CaptionsDeclaration captions) override {
-    calls.push_back("complete " + videoId);
-    declared.push_back(captions);
-    if (!completeErrors.empty()) {
-      const auto error = completeErrors.front();
-      completeErrors.pop_front();
-      throw APIError(error);
-    }
-    CompleteResult result{videoId, "slug", status};
-    co_return result;
-  }
-};
-
-/// Takes files, or fails in order as it was told to.
-class ScriptedTransport : public UploadTransport {
- public:
-  std::deque<std::variant<UploadError, TransportError>> failures;
-  std::vector<std::string> puts;  ///< URL and content type.
-
-  Task<> put(std::filesystem::path, std::string url, std::string contentType, Progress progress) override {
-    puts.push_back(url + " " + contentType);
-    if (!failures.empty()) {
-      const auto failure = failures.front();
-      failures.pop_front();
-      std::visit([](const auto& error) { throw error; }, failure);
-    }
-    progress(0.5);
-    progress(1);
-    co_return;
-  }
-};
-
 class MemorySecrets : public SecretStoring {
  public:
-  std::map<std::string, std::string> secrets;  ///< By service, "/" and account.
+  std::map<std::string, std::string> secrets;  ///< By account.
 
   Task<> store(SecretName name, std::string secret) override {
-    secrets[key(name)] = std::move(secret);
+    secrets[name.account] = std::move(secret);
     co_return;
   }
   Task<std::optional<std::string>> load(SecretName name) override {
-    const auto found = secrets.find(key(name));
+    const auto found = secrets.find(name.account);
     co_return found == secrets.end() ? std::nullopt : std::optional(found->second);
   }
   Task<> remove(SecretName name) override {
-    secrets.erase(key(name));
+    secrets.erase(name.account);
     co_return;
   }
-
- private:
-  static std::string key(const SecretName& name) { return name.service + "/" + name.account; }
 };
 
 /// A clock that only sleeping moves.

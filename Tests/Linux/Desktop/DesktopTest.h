@@ -5,9 +5,9 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
-#include <optional>
 #include <string>
 
+#include "Core/Environment.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace quillant {
@@ -24,18 +24,15 @@ class DesktopTest : public testing::Test {
     set("XDG_DATA_HOME", home / "data");
     set("XDG_CONFIG_HOME", home / "config");
     set("DISPLAY", ":4242");
-    set("WAYLAND_DISPLAY", "");
-    set("XDG_CURRENT_DESKTOP", "");
-    set("PATH", (home / "bin").string() + ":" + std::getenv("PATH"));
+    for (const auto* name : {"WAYLAND_DISPLAY", "XDG_CURRENT_DESKTOP"}) set(name, "");
+    set("PATH", (home / "bin").string() + ":" + Environment::value("PATH"));
   }
   ~DesktopTest() override {
-    for (const auto& [name, value] : before)
-      value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
+    for (const auto& [name, value] : before) ::setenv(name.c_str(), value.c_str(), 1);
   }
 
   void set(const std::string& name, const std::string& value) {
-    const char* old = std::getenv(name.c_str());
-    before.emplace(name, old ? std::optional<std::string>(old) : std::nullopt);
+    before.emplace(name, Environment::value(name.c_str()));
     ::setenv(name.c_str(), value.c_str(), 1);
   }
 
@@ -45,13 +42,15 @@ class DesktopTest : public testing::Test {
     std::filesystem::permissions(home / "bin" / name, std::filesystem::perms(0755));
   }
 
-  std::string contents(const std::filesystem::path& file) const {
-    std::ifstream stream(file);
+  /// What a program left in a file of the user's, which is gone afterwards.
+  std::string taken(const std::string& name) const {
+    std::ifstream stream(home / name);
+    std::filesystem::remove(home / name);
     return {std::istreambuf_iterator<char>(stream), {}};
   }
 
   TemporaryFolder home;
-  std::map<std::string, std::optional<std::string>> before;
+  std::map<std::string, std::string> before;
 };
 
 }  // namespace quillant

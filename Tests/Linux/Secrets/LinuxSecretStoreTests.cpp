@@ -1,7 +1,6 @@
 #include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <memory>
 
 #include "Tests/Support/ChildProcess.h"
@@ -11,8 +10,6 @@
 namespace quillant {
 namespace {
 
-using testing::HasSubstr;
-
 /// A session bus on which nothing is started by itself.
 constexpr const char* busConfiguration = R"(
 <!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
@@ -20,15 +17,17 @@ constexpr const char* busConfiguration = R"(
 <busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><policy context="default">
 <allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/></policy></busconfig>)";
 
+const std::string notice = "notice: No keyring answers here. The secret is kept in ";
+
 /// A user's session, with a home of its own.
 class LinuxSecretStoreTest : public testing::Test {
  protected:
   void startBus() {
-    const auto configuration = home / "bus.conf";
+    const auto configuration = (home / "bus.conf").string();
     std::ofstream(configuration) << busConfiguration;
     bus = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"dbus-daemon", "--config-file=" + configuration.string(), "--nofork",
-                                 "--nopidfile", "--print-address"},
+        std::vector<std::string>{"dbus-daemon", "--config-file=" + configuration, "--nofork", "--nopidfile",
+                                 "--print-address"},
         environment);
     const auto address = bus->readLineWith("unix:");
     ASSERT_TRUE(address);
@@ -42,29 +41,29 @@ class LinuxSecretStoreTest : public testing::Test {
     keyring = std::make_unique<ChildProcess>(command, environment);
     if (unlocked) keyring->write("\n");  // the password is empty
     keyring->closeInput();
-    const auto isThere = [this] {
+    ASSERT_TRUE(eventually([this] {
       return ChildProcess({"dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.secrets",
                            "/org/freedesktop/secrets", "org.freedesktop.DBus.Peer.Ping"},
                           environment)
                  .wait() == 0;
-    };
-    ASSERT_TRUE(eventually(isThere));
+    }));
   }
 
-  std::string run(const std::string& operation, const std::string& account,
-                  const std::string& secret = {}) const {
+  /// Runs one operation in a process of its own, and checks what it says, or how that begins.
+  void expect(const std::string& operation, const std::string& account, const std::string& said,
+              const std::string& secret = {}) const {
     ChildProcess probe({QUILLANT_PROBE, folder.string(), account, operation}, environment);
     probe.write(secret + "\n");
-    return probe.readAll();
+    EXPECT_THAT(probe.readAll(), testing::StartsWith(said)) << operation << " " << account;
   }
 
   bool hasFiles() const { return std::filesystem::exists(folder) && !std::filesystem::is_empty(folder); }
 
   TemporaryFolder home;
   std::filesystem::path folder = home / "data" / "secrets";
-  ChildProcess::Environment environment{{"HOME", home.path().string()},
-                                        {"XDG_RUNTIME_DIR", home.path().string()},
-                                        {"XDG_DATA_HOME", (home / "data").string()},
+  ChildProcess::Environment environment{{"HOME", home.path()},
+                                        {"XDG_RUNTIME_DIR", home.path()},
+                                        {"XDG_DATA_HOME", home / "data"},
                                         {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (home / "none").string()},
                                         {"DISPLAY", std::nullopt},
                                         {"WAYLAND_DISPLAY", std::nullopt}};
@@ -76,69 +75,55 @@ TEST_F(LinuxSecretStoreTest, KeepsSecretsInFilesWhereNoKeyringAnswersAndSaysSoOn
   for (const bool withBus : {false, true}) {
     SCOPED_TRACE(withBus);
     if (withBus) startBus();
-    EXPECT_EQ(run("load", "a"), "nothing\n");
-    EXPECT_THAT(run("store", "a", "first"),
-                HasSubstr("notice: No keyring answers here. The secret is kept in "));
-    EXPECT_EQ(run("store", "a", "second"), "stored\n");
-    EXPECT_EQ(run("load", "a"), "found: second\n");
-    EXPECT_EQ(run("load", "b"), "nothing\n");
-    EXPECT_EQ(run("remove", "a"), "removed\n");
-    EXPECT_EQ(run("remove", "a"), "removed\n");
-    EXPECT_EQ(run("load", "a"), "nothing\n");
+    expect("load", "a", "nothing\n");
+    expect("store", "a", notice, "first");
+    expect("store", "a", "stored\n", "second");
+    expect("load", "a", "found: second\n");
+    expect("load", "b", "nothing\n");
+    expect("remove", "a", "removed\n");
+    expect("remove", "a", "removed\n");
+    expect("load", "a", "nothing\n");
   }
 }
 
 TEST_F(LinuxSecretStoreTest, KeepsSecretsInTheKeyringAndNowhereElse) {
   startBus();
   startKeyring(true);
-  EXPECT_EQ(run("load", "a"), "nothing\n");
-  EXPECT_EQ(run("store", "a", "first"), "stored\n");
-  EXPECT_EQ(run("store", "a", "second"), "stored\n");
-  EXPECT_EQ(run("store", "b", "other"), "stored\n");
-  EXPECT_EQ(run("load", "a"), "found: second\n");
+  expect("load", "a", "nothing\n");
+  expect("store", "a", "stored\n", "first");
+  expect("store", "a", "stored\n", "second");
+  expect("store", "b", "stored\n", "other");
+  expect("load", "a", "found: second\n");
   EXPECT_FALSE(hasFiles());
-  EXPECT_EQ(run("remove", "a"), "removed\n");
-  EXPECT_EQ(run("load", "a"), "nothing\n");
-  EXPECT_EQ(run("load", "b"), "found: other\n");
-}
-
-TEST_F(LinuxSecretStoreTest, AFileCountsUntilTheKeyringTakesTheSecret) {
-  startBus();
+  expect("remove", "a", "removed\n");
+  expect("load", "a", "nothing\n");
+  expect("load", "b", "found: other\n");
+  // A file counts until the keyring takes the secret: one that hangs or is gone counts as none.
+  keyring->signal(SIGSTOP);
+  expect("store", "b", notice, "in a file");
+  expect("load", "b", "found: in a file\n");
   startKeyring(true);
-  run("store", "a", "in the keyring");
-  keyring.reset();
-  run("store", "a", "in a file");
-  startKeyring(true);
-  EXPECT_EQ(run("load", "a"), "found: in a file\n");
-  EXPECT_EQ(run("store", "a", "newest"), "stored\n");
+  expect("load", "b", "found: in a file\n");
+  expect("store", "b", "stored\n", "newest");
   EXPECT_FALSE(hasFiles());
-  EXPECT_EQ(run("load", "a"), "found: newest\n");
+  expect("load", "b", "found: newest\n");
 }
 
 TEST_F(LinuxSecretStoreTest, ALockedKeyringIsToldFromNone) {
   startBus();
   startKeyring(true);
-  run("store", "a", "locked away");
+  expect("store", "a", "stored\n", "locked away");
   startKeyring(false);
-  // Without a display nobody can be asked to unlock it. What is in it cannot be removed, and that must be
-  // said.
-  EXPECT_EQ(run("load", "a"), "nothing\n");
-  EXPECT_THAT(run("store", "b", "x"), HasSubstr("notice: "));
-  EXPECT_THAT(run("remove", "a"), HasSubstr("the keyring is locked"));
+  // Without a display nobody can be asked to unlock it. What is in it cannot be removed, which must be said.
+  expect("load", "a", "nothing\n");
+  expect("store", "b", notice, "x");
+  expect("remove", "a", "error: keychain error 13: the keyring is locked");
   // With one, somebody was asked and did not unlock it: that is no reason to write a secret to a file.
   environment["DISPLAY"] = ":4242";
-  EXPECT_THAT(run("load", "a"), HasSubstr("the keyring is locked"));
-  EXPECT_THAT(run("store", "c", "x"), HasSubstr("error: keychain error "));
+  expect("load", "a", "error: keychain error 13: the keyring is locked");
+  expect("store", "c", "error: keychain error ", "x");
   startKeyring(true);
-  EXPECT_EQ(run("load", "a"), "found: locked away\n");
-}
-
-TEST_F(LinuxSecretStoreTest, AKeyringThatHangsCountsAsNone) {
-  startBus();
-  startKeyring(true);
-  keyring->signal(SIGSTOP);
-  EXPECT_THAT(run("store", "a", "in a file"), HasSubstr("notice: "));
-  EXPECT_EQ(run("load", "a"), "found: in a file\n");
+  expect("load", "a", "found: locked away\n");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <fmt/format.h>
 #include <fstream>
 #include <string_view>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::string_view accountsFile = "accounts.json";
 constexpr std::string_view jsonType = "application/json";
+constexpr double presignSeconds = 3600;
 
 /// One of the objects of an upload.
 struct ObjectKind {
@@ -42,11 +44,6 @@ std::vector<std::string> pathParts(std::string_view path) {
     path.remove_prefix(end == std::string_view::npos ? path.size() : end + 1);
   }
   return parts;
-}
-
-std::string header(const LoopbackRequest& request, const std::string& name) {
-  const auto found = request.headers.find(name);
-  return found == request.headers.end() ? std::string() : found->second;
 }
 
 /// Asks for no permission at a real account: the page signs in whoever it is told to.
@@ -74,7 +71,7 @@ struct FakeService::Refusal {
 };
 
 std::optional<FakeService::Call> FakeService::Call::from(const LoopbackRequest& request) {
-  const auto parts = pathParts(request.path);
+  const auto parts = pathParts(request.url.path);
   const auto is = [&](std::string_view method, std::initializer_list<std::string_view> pattern) {
     return request.method == method && parts.size() == pattern.size() &&
            std::equal(parts.begin(), parts.end(), pattern.begin(),
@@ -118,6 +115,15 @@ std::string FakeService::signIn(const std::string& email) {
   return token;
 }
 
+std::string FakeService::callback(const std::string& token) {
+  std::string written;
+  for (const char character : token)
+    written += std::isalnum(static_cast<unsigned char>(character)) || character == '-'
+                   ? std::string(1, character)
+                   : fmt::format("%{:02X}", static_cast<unsigned char>(character));
+  return "quillant://auth?token=" + written;
+}
+
 void FakeService::revoke(const std::string& token) {
   const std::lock_guard lock(mutex_);
   auto known = accounts();
@@ -138,11 +144,6 @@ void FakeService::clearFaults() {
 std::map<FakeServiceStep, FakeService::Count> FakeService::counts() const {
   const std::lock_guard lock(mutex_);
   return counts_;
-}
-
-std::vector<FakeService::Received> FakeService::received() const {
-  const std::lock_guard lock(mutex_);
-  return received_;
 }
 
 std::vector<std::string> FakeService::videoIds() const {
@@ -170,9 +171,9 @@ Task<> FakeService::handle(LoopbackExchange& exchange) {
     co_await performPut(*call, exchange);
   } else if (call) {
     co_await performCall(*call, exchange);
-  } else if (exchange.request.path.starts_with("/_fake/")) {
+  } else if (exchange.request.url.path.starts_with("/_fake/")) {
     co_await handleControl(exchange);
-  } else if (exchange.request.path.starts_with("/v/")) {
+  } else if (exchange.request.url.path.starts_with("/v/")) {
     co_await answerVideo(exchange);
   } else {
     co_await exchange.answer(404, "text/plain", "nothing here\n");
@@ -187,7 +188,6 @@ Task<> FakeService::performCall(Call call, LoopbackExchange& exchange) {
   }
   std::string body = co_await exchange.readBody();
   countBytes(call.step, body.size());
-  record(call, exchange.request, body);
   if (fault && fault->failure != FakeServiceFailure::lostAnswer) {
     co_await Misbehaviour::perform(*fault, exchange);
     co_return;
@@ -216,7 +216,6 @@ Task<> FakeService::performCall(Call call, LoopbackExchange& exchange) {
 
 Task<> FakeService::performPut(Call call, LoopbackExchange& exchange) {
   const auto fault = takeFault(call.step);
-  record(call, exchange.request, {});
   if (fault && fault->failure != FakeServiceFailure::lostAnswer) {
     co_await Misbehaviour::perform(*fault, exchange);
     co_return;
@@ -258,26 +257,23 @@ Task<> FakeService::performPut(Call call, LoopbackExchange& exchange) {
 
 Task<> FakeService::answerSignIn(LoopbackExchange& exchange) {
   countPerformed(FakeServiceStep::signIn);
-  const auto email = exchange.request.query.find("email");
-  if (email == exchange.request.query.end()) {
+  const auto email = exchange.request.query("email");
+  if (email.empty()) {
     co_await exchange.answer(200, "text/html", std::string(signInPage));
     co_return;
   }
-  const auto token = signIn(email->second);
   LoopbackExchange::Headers headers;
-  headers.emplace_back("Location", "quillant://auth?token=" + LoopbackText::percentEncoded(token));
+  headers.emplace_back("Location", callback(signIn(email)));
   co_await exchange.answer(302, "text/plain", "", headers);
 }
 
 /// The page behind a link: the video itself, once it is live.
 Task<> FakeService::answerVideo(LoopbackExchange& exchange) {
-  const auto slug = exchange.request.path.substr(std::string_view("/v/").size());
+  const auto slug = exchange.request.url.path.substr(std::string_view("/v/").size());
   for (const auto& id : videoIds()) {
     const auto reservation = upload(id);
     if (reservation["slug"] != slug || reservation["status"] != "ready") continue;
-    const auto path = objectPath(id, "video");
-    std::ifstream file(path, std::ios::binary);
-    co_await exchange.answerFile("video/mp4", file, std::filesystem::file_size(path));
+    co_await exchange.answer(200, "video/mp4", AtomicFile::read(objectPath(id, "video")));
     co_return;
   }
   co_await exchange.answer(404, "text/plain", "no such video\n");
@@ -285,7 +281,7 @@ Task<> FakeService::answerVideo(LoopbackExchange& exchange) {
 
 /// "/_fake/faults" takes a fault by POST and forgets all by DELETE; "/_fake/counts" tells what came in.
 Task<> FakeService::handleControl(LoopbackExchange& exchange) {
-  const auto request = exchange.request.method + " " + exchange.request.path;
+  const auto request = exchange.request.method + " " + exchange.request.url.path;
   std::string body = co_await exchange.readBody();
   int status = 200;
   Json answer = Json::object();
@@ -314,19 +310,10 @@ std::optional<FakeServiceFault> FakeService::takeFault(FakeServiceStep step) {
   ++counts_[step].requests;
   for (auto& fault : faults_) {
     if (fault.step != step || fault.times == 0) continue;
-    if (fault.skip > 0) {
-      --fault.skip;
-      continue;
-    }
     --fault.times;
     return fault;
   }
   return std::nullopt;
-}
-
-void FakeService::record(const Call& call, const LoopbackRequest& request, std::string body) {
-  const std::lock_guard lock(mutex_);
-  received_.push_back({call.step, request, std::move(body)});
 }
 
 void FakeService::countBytes(FakeServiceStep step, std::size_t bytes) {
@@ -344,7 +331,7 @@ void FakeService::countPerformed(FakeServiceStep step) {
 Json FakeService::answerTo(const Call& call, const LoopbackRequest& request, const std::string& body) {
   const auto account = accountOf(request);
   if (call.step == FakeServiceStep::me) return me(account);
-  if (header(request, "content-type") != jsonType) throw Refusal{415, "JSON is expected", "bad_request"};
+  if (request.header("content-type") != jsonType) throw Refusal{415, "JSON is expected", "bad_request"};
   const auto parsed = JSON::parse(body);
   if (call.step == FakeServiceStep::createUpload) return reserve(parsed, account);
   auto reservation = uploadOf(call, account);
@@ -387,7 +374,7 @@ Json FakeService::reserve(const Json& body, const Json& account) {
 /// Signs a URL for each object and writes the reservation. URLs signed before stay good until they lapse.
 Json FakeService::signedURLs(Json& upload) {
   const std::string id = upload["video_id"];
-  const auto expires = Date::now().unixSeconds() + options_.presignSeconds;
+  const auto expires = Date::now().unixSeconds() + presignSeconds;
   const std::string slug = upload["slug"];
   Json answer = {{"video_id", id}, {"slug", slug}, {"share_url", origin() + "/v/" + slug}};
   for (const auto& kind : objectKinds) {
@@ -402,18 +389,17 @@ Json FakeService::signedURLs(Json& upload) {
 
 void FakeService::checkSignature(const Call& call, const LoopbackRequest& request) const {
   // As an object store has it: the URL is the authority, a second one is a fault of the client's.
-  if (!header(request, "authorization").empty())
+  if (!request.header("authorization").empty())
     throw Refusal{400, "Only one authorization is allowed", "InvalidArgument"};
   const Refusal denied{403, "Request has expired or its signature does not match", "AccessDenied"};
-  const auto signature = request.query.find("signature");
-  if (signature == request.query.end()) throw denied;
+  const auto signature = request.query("signature");
   std::error_code missing;
   if (!std::filesystem::exists(options_.folder / "uploads" / (call.videoId + ".json"), missing)) throw denied;
   const auto signatures = upload(call.videoId)["signatures"];
-  if (!signatures.contains(signature->second)) throw denied;
-  const auto& signedFor = signatures[signature->second];
+  if (!signatures.contains(signature)) throw denied;
+  const auto& signedFor = signatures[signature];
   if (signedFor["kind"] != call.kind->name || signedFor["expires"] < Date::now().unixSeconds()) throw denied;
-  if (header(request, "content-type") != call.kind->contentType) throw denied;
+  if (request.header("content-type") != call.kind->contentType) throw denied;
 }
 
 Json FakeService::complete(Json upload, const Json& body) {
@@ -445,7 +431,7 @@ Json FakeService::accounts() const {
 
 Json FakeService::accountOf(const LoopbackRequest& request) const {
   constexpr std::string_view scheme = "Bearer ";
-  const auto authorization = header(request, "authorization");
+  const auto authorization = request.header("authorization");
   const std::lock_guard lock(mutex_);
   const auto known = accounts();
   if (!authorization.starts_with(scheme) || !known.contains(authorization.substr(scheme.size())))

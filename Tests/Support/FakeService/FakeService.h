@@ -28,8 +28,7 @@ class FakeService {
  public:
   struct Options {
     std::filesystem::path folder;
-    std::uint16_t port = 0;        ///< 0 takes a free one.
-    double presignSeconds = 3600;  ///< How long a signed URL is good for.
+    std::uint16_t port = 0;  ///< 0 takes a free one.
     /// Is called, on the server's thread, when a request has come in and before it is carried out: the moment
     /// at which a test kills its client.
     std::function<void(FakeServiceStep)> onRequest;
@@ -42,26 +41,20 @@ class FakeService {
     std::uint64_t bytes = 0;  ///< Of the bodies, as far as they were read.
   };
 
-  /// A request as it came in. The bodies of objects are not kept here.
-  struct Received {
-    FakeServiceStep step;
-    LoopbackRequest request;
-    std::string body;
-  };
-
   explicit FakeService(Options options);
 
   /// What clients take as their base URL.
   std::string origin() const { return server_.origin(); }
   /// An account's token, as a sign-in on the page gives it; the account is made if there is none.
   std::string signIn(const std::string& email = "dev@example.com");
+  /// Where the sign-in page leads with that token.
+  static std::string callback(const std::string& token);
   /// The service refuses `token` from now on.
   void revoke(const std::string& token);
 
   void fail(FakeServiceFault fault);
   void clearFaults();
   std::map<FakeServiceStep, Count> counts() const;
-  std::vector<Received> received() const;
 
   std::vector<std::string> videoIds() const;
   /// The reservation as it lies on disk; throws `FileError` where there is none.
@@ -81,7 +74,6 @@ class FakeService {
   Task<> answerSignIn(LoopbackExchange& exchange);
 
   std::optional<FakeServiceFault> takeFault(FakeServiceStep step);
-  void record(const Call& call, const LoopbackRequest& request, std::string body);
   void countBytes(FakeServiceStep step, std::size_t bytes);
   void countPerformed(FakeServiceStep step);
 
@@ -101,7 +93,6 @@ class FakeService {
   mutable std::mutex mutex_;  ///< Guards what follows, and the file of accounts.
   std::vector<FakeServiceFault> faults_;
   std::map<FakeServiceStep, Count> counts_;
-  std::vector<Received> received_;
   LoopbackServer server_;  ///< The last member: it serves until it is destroyed.
 };
 

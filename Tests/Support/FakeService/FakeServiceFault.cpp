@@ -14,7 +14,6 @@ void from_json(const Json& json, FakeServiceFault& fault) {
   fault.body = JSON::orDefault(json, "body", standard.body);
   fault.location = JSON::orDefault(json, "location", standard.location);
   fault.afterBytes = JSON::orDefault(json, "afterBytes", standard.afterBytes);
-  fault.skip = JSON::orDefault(json, "skip", standard.skip);
   fault.times = JSON::orDefault(json, "times", standard.times);
 }
 

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -13,15 +12,19 @@
 #include <vector>
 
 #include "Core/Task.h"
+#include "QuillantCloud/URL.h"
 
 namespace quillant {
 
 struct LoopbackRequest {
   std::string method;
-  std::string path;                            ///< Percent-decoded, without the query.
-  std::map<std::string, std::string> query;    ///< Percent-decoded.
+  URL url;                                     ///< Path and query.
   std::map<std::string, std::string> headers;  ///< Names in lower case.
   std::uint64_t contentLength = 0;
+
+  /// The header's value, or the query item's; empty if there is none.
+  std::string header(const std::string& name) const;
+  std::string query(std::string_view name) const;
 };
 
 /// One request and what is answered to it. A handler either answers, or writes whatever it likes byte by
@@ -38,9 +41,7 @@ class LoopbackExchange {
   Task<std::string> readBody();
 
   Task<> answer(int status, std::string contentType, std::string body, Headers more = {});
-  /// Answers with the bytes of an open file, which are streamed.
-  Task<> answerFile(std::string contentType, std::istream& file, std::uint64_t size);
-  /// Sends `bytes` as they are; nothing else will follow them on this connection but more raw bytes.
+  /// Sends `bytes` as they are.
   Task<> write(std::string_view bytes);
   /// Sends nothing more and waits until the client has gone.
   Task<> hang();
@@ -50,21 +51,19 @@ class LoopbackExchange {
  private:
   friend class LoopbackServer;
   explicit LoopbackExchange(asio::ip::tcp::socket socket) : socket_(std::move(socket)) {}
-  Task<bool> readHead();
-  Task<> discardBody();
-  Task<> send(std::string_view bytes);
+  Task<> readHead();
   void parseHead(std::string_view head);
 
   asio::ip::tcp::socket socket_;
   std::string buffer_;          ///< What was read and not yet used.
   std::uint64_t bodyLeft_ = 0;  ///< Body bytes that were not yet read.
   bool awaitsContinue_ = false;
-  bool keepAlive_ = true;
 };
 
 /// An HTTP/1.1 server on 127.0.0.1, just enough of one for tests: it misbehaves on demand, which servers made
 /// for service refuse to. It serves from construction to destruction, all connections on one thread of its
-/// own, on which the handler runs too.
+/// own, on which the handler runs too. A connection ends after one answer, and does not say so beforehand: a
+/// client that wants to keep it learns to live with that.
 class LoopbackServer {
  public:
   using Handler = std::function<Task<>(LoopbackExchange&)>;
@@ -75,7 +74,6 @@ class LoopbackServer {
   LoopbackServer(const LoopbackServer&) = delete;
   LoopbackServer& operator=(const LoopbackServer&) = delete;
 
-  std::uint16_t port() const { return port_; }
   /// "http://127.0.0.1:4242".
   std::string origin() const;
 
@@ -89,11 +87,5 @@ class LoopbackServer {
   std::uint16_t port_;
   std::thread thread_;
 };
-
-/// Texts as URLs carry them.
-namespace LoopbackText {
-std::string percentDecoded(std::string_view text);
-std::string percentEncoded(std::string_view text);
-}  // namespace LoopbackText
 
 }  // namespace quillant

@@ -32,15 +32,6 @@ Task<> sendHeadersWithoutEnd(LoopbackExchange& exchange) {
   for (;;) co_await exchange.write(line);
 }
 
-Json everythingOfTheWrongType() {
-  Json body;
-  for (const auto* key :
-       {"id", "email", "plan", "video_id", "slug", "share_url", "put_video_url", "put_thumb_url", "status"})
-    body[key] = Json::array({1});
-  for (const auto* key : {"video_present", "thumb_present", "usage", "limits"}) body[key] = "true";
-  return body;
-}
-
 }  // namespace
 
 Task<> Misbehaviour::perform(FakeServiceFault fault, LoopbackExchange& exchange) {
@@ -64,15 +55,6 @@ Task<> Misbehaviour::perform(FakeServiceFault fault, LoopbackExchange& exchange)
       break;
     case Failure::slowDrip:
       co_await drip(exchange);
-      break;
-    case Failure::html:
-      co_await exchange.answer(200, "text/html", "<!doctype html><title>Welcome</title>Accept our terms");
-      break;
-    case Failure::halfJSON:
-      co_await exchange.answer(200, "application/json", R"({"id": "1", "video_id": "1", "slu)");
-      break;
-    case Failure::wrongTypes:
-      co_await exchange.answer(200, "application/json", JSON::compact(everythingOfTheWrongType()));
       break;
     case Failure::hugeBody:
       co_await exchange.answer(fault.status, "text/plain", std::string(hugeSize, 'x'));

@@ -2,13 +2,11 @@
 #include <asio/signal_set.hpp>
 #include <charconv>
 #include <csignal>
-#include <fmt/format.h>
 #include <iostream>
-#include <string>
+#include <optional>
 #include <string_view>
 #include <vector>
 
-#include "Core/JSON.h"
 #include "Tests/Support/FakeService/FakeService.h"
 
 namespace {
@@ -18,47 +16,37 @@ using namespace quillant;
 constexpr int usageExitCode = 64;
 
 constexpr std::string_view usage =
-    R"(usage: quillant-fake-service [--folder <path>] [--port <n>] [--presign-seconds <n>] [--fail <fault>]...
+    R"(usage: quillant-fake-service [--folder <path>] [--port <n>]
 
-Serves until it is interrupted. A fault is JSON, such as
+Serves until it is interrupted. While it runs: POST a fault to /_fake/faults, DELETE /_fake/faults,
+GET /_fake/counts. A fault is JSON, such as
   {"step": "putVideo", "failure": "error", "status": 503, "times": 2}
   steps     signIn me createUpload refreshPresign putVideo putThumb putCaptions completeUpload
-  failures  error body cut lostAnswer hang slowDrip html halfJSON wrongTypes hugeBody redirect headerBomb
-  more      status message code body location afterBytes skip times
-
-While it runs: POST a fault to /_fake/faults, DELETE /_fake/faults, GET /_fake/counts.
+  failures  error body cut lostAnswer hang slowDrip hugeBody redirect headerBomb
+  more      status message code body location afterBytes times
 )";
 
-template <class Number>
-bool parseNumber(std::string_view text, Number& number) {
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-  return result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
-
-/// False if an option is unknown or its value is no good.
-bool parseOptions(const std::vector<std::string>& words, FakeService::Options& options,
-                  std::vector<FakeServiceFault>& faults) {
+/// Nothing if an option is unknown or its value is no good.
+std::optional<FakeService::Options> parseOptions(const std::vector<std::string_view>& words) {
+  FakeService::Options options{.folder = "fake-service"};
   for (std::size_t index = 0; index < words.size(); index += 2) {
-    if (index + 1 == words.size()) return false;
-    const auto& [name, value] = std::tie(words[index], words[index + 1]);
-    if (name == "--folder")
+    if (index + 1 == words.size()) return std::nullopt;
+    const auto value = words[index + 1];
+    if (words[index] == "--folder")
       options.folder = value;
-    else if (name == "--fail")
-      faults.push_back(JSON::decode<FakeServiceFault>(JSON::parse(value)));
-    else if (name == "--port" ? !parseNumber(value, options.port)
-                              : name != "--presign-seconds" || !parseNumber(value, options.presignSeconds))
-      return false;
+    else if (words[index] != "--port" ||
+             std::from_chars(value.begin(), value.end(), options.port).ptr != value.end())
+      return std::nullopt;
   }
-  return true;
+  return options;
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
   try {
-    FakeService::Options options{.folder = "fake-service"};
-    std::vector<FakeServiceFault> faults;
-    if (!parseOptions({arguments + 1, arguments + count}, options, faults)) {
+    const auto options = parseOptions({arguments + 1, arguments + count});
+    if (!options) {
       std::cerr << usage;
       return usageExitCode;
     }
@@ -66,11 +54,12 @@ int main(int count, char** arguments) {
     asio::signal_set signals(context, SIGINT, SIGTERM);
     signals.async_wait([](std::error_code, int) {});
 
-    FakeService service(options);
-    for (auto& fault : faults) service.fail(std::move(fault));
-    std::cout << "The fake service keeps its files in " << std::filesystem::absolute(options.folder).string()
-              << "\nexport QUILLANT_BASE_URL=" << service.origin()
-              << "\nquillant://auth?token=" << LoopbackText::percentEncoded(service.signIn()) << std::endl;
+    FakeService service(*options);
+    std::cout << "The fake service keeps its files in " << std::filesystem::absolute(options->folder).string()
+              << "\n\n  export QUILLANT_BASE_URL=" << service.origin()
+              << "\n\nWhere a sign-in asks for the address that the page leads to:\n\n  "
+              << FakeService::callback(service.signIn()) << "\n"
+              << std::endl;
     context.run();
     return 0;
   } catch (const std::exception& error) {
