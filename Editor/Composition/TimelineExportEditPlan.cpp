@@ -6,7 +6,6 @@
 #include <map>
 #include <span>
 
-#include "Editor/Timeline/TimelineClipSpeed.h"
 #include "Editor/Timeline/TimelineTolerances.h"
 
 namespace quillant {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Editor/Timeline/TimelineClip.h"
+#include "Editor/Timeline/TimelineClipSpeed.h"
 #include "Editor/Timeline/TimelineEditSnapshot.h"
 #include "Editor/Timeline/TimelineRecordingSound.h"
 #include "Editor/Timeline/TimelineSpan.h"
@@ -29,7 +30,7 @@ struct TimelineExportEditPlan {
     TimelineCameraLayout camera = TimelineCameraLayout::bubble;
 
     /// Source seconds that pass in one second of output.
-    double rate() const { return speed > 0.05 ? speed : 0.05; }
+    double rate() const { return TimelineClipSpeed::rate(speed); }
     double sourceTime(double outputTime) const { return sourceStart + (outputTime - outputStart) * rate(); }
     double outputTime(double sourceTime) const { return outputStart + (sourceTime - sourceStart) / rate(); }
     /// The part of a source span that this segment plays; none if there is hardly any.

@@ -5,6 +5,7 @@
 
 #include "Core/JSONForward.h"
 #include "Core/UUID.h"
+#include "Editor/Timeline/TimelineClipSpeed.h"
 
 namespace quillant {
 
@@ -24,7 +25,7 @@ struct TimelineAudioClip {
   std::optional<bool> voiceCleanup;  ///< Files know only true and none.
 
   /// Seconds of the sound file that pass in one second of output.
-  double rate() const { return speed > 0.05 ? speed : 0.05; }
+  double rate() const { return TimelineClipSpeed::rate(speed); }
   /// Seconds of output.
   double outputLength() const { return sourceEnd > sourceStart ? (sourceEnd - sourceStart) / rate() : 0; }
   /// Output seconds.

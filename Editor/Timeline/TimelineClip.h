@@ -6,6 +6,7 @@
 #include "Core/JSONForward.h"
 #include "Core/RawTexts.h"
 #include "Core/UUID.h"
+#include "Editor/Timeline/TimelineClipSpeed.h"
 #include "Editor/Timeline/TimelineRecordingSound.h"
 
 namespace quillant {
@@ -34,7 +35,7 @@ struct TimelineClip {
   std::optional<bool> cameraFullScreen;
 
   /// Source seconds that pass in one second of output.
-  double rate() const { return speed > 0.05 ? speed : 0.05; }
+  double rate() const { return TimelineClipSpeed::rate(speed); }
   /// Seconds of output.
   double outputLength() const { return end > start ? (end - start) / rate() : 0; }
   TimelineCameraLayout cameraLayout() const;
