@@ -13,6 +13,10 @@ double timeOf(const CursorTelemetrySample& sample) {
   return static_cast<double>(sample.timestamp);
 }
 
+Point positionOf(const CursorTelemetrySample& sample) {
+  return {static_cast<double>(sample.x), static_cast<double>(sample.y)};
+}
+
 /// `milliseconds` brought into the samples' range; there are samples.
 double normalizedTimestamp(const std::vector<CursorTelemetrySample>& samples, double milliseconds,
                            bool loops) {
@@ -26,28 +30,30 @@ double normalizedTimestamp(const std::vector<CursorTelemetrySample>& samples, do
 /// found the time before, so that times in order cost no search.
 class SampleReader {
  public:
+  /// There are samples; they outlive the reader.
   explicit SampleReader(const std::vector<CursorTelemetrySample>& samples)
-      : samples_(samples), next_(samples.begin()) {}
+      : samples_(samples), next_(std::next(samples.begin())) {}
 
   Point operator()(double milliseconds) {
-    if (next_ != samples_.begin() && timeOf(*std::prev(next_)) >= milliseconds) next_ = samples_.begin();
-    // Within a few steps for the next point of a grid, by halves for a leap.
-    for (int step = 0; step < 4 && next_ != samples_.end() && timeOf(*next_) < milliseconds; ++step) ++next_;
-    if (next_ != samples_.end() && timeOf(*next_) < milliseconds)
-      next_ = std::ranges::lower_bound(next_, samples_.end(), milliseconds, {}, timeOf);
-
-    const auto position = [](const CursorTelemetrySample& sample) {
-      return Point{static_cast<double>(sample.x), static_cast<double>(sample.y)};
-    };
-    if (next_ == samples_.end()) return position(samples_.back());
-    if (next_ == samples_.begin()) return position(samples_.front());
+    if (milliseconds <= timeOf(samples_.front())) return positionOf(samples_.front());
+    if (milliseconds >= timeOf(samples_.back())) return positionOf(samples_.back());
+    seek(milliseconds);
     const auto& before = *std::prev(next_);
-    const double part = (milliseconds - timeOf(before)) / std::max(timeOf(*next_) - timeOf(before), 1.0);
-    const Point from = position(before), to = position(*next_);
+    const double part = (milliseconds - timeOf(before)) / (timeOf(*next_) - timeOf(before));
+    const Point from = positionOf(before), to = positionOf(*next_);
     return {from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part};
   }
 
  private:
+  /// Moves on to a time between the first sample's and the last one's.
+  void seek(double milliseconds) {
+    if (timeOf(*std::prev(next_)) >= milliseconds) next_ = std::next(samples_.begin());
+    // Within a few steps for the next point of a grid, by halves for a leap.
+    for (int step = 0; step < 4 && timeOf(*next_) < milliseconds; ++step) ++next_;
+    if (timeOf(*next_) < milliseconds)
+      next_ = std::ranges::lower_bound(next_, samples_.end(), milliseconds, {}, timeOf);
+  }
+
   const std::vector<CursorTelemetrySample>& samples_;
   std::vector<CursorTelemetrySample>::const_iterator next_;  ///< The first not below the last time.
 };
