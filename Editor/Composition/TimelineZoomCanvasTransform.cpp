@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <limits>
+#include <numeric>
 #include <queue>
 
 #include "Editor/Composition/TimelineZoomAnimator.h"
@@ -17,40 +17,14 @@ namespace {
 /// Output seconds between the end of a zoom and the start of the next that count as none.
 constexpr double seamTolerance = 0.002;
 
-/// Finds the segments of the main recording that overlap a source span. Clips stand in any order and may
-/// repeat each other, so neither their starts nor their ends are sorted in the plan.
-class SourceIndex {
- public:
-  explicit SourceIndex(const std::vector<TimelineExportEditPlan::Segment>& segments) : segments_(segments) {
-    for (std::size_t i = 0; i < segments.size(); ++i)
-      if (!segments[i].source) byStart_.push_back(i);
-    std::ranges::stable_sort(byStart_, std::less<>(), [&](std::size_t i) { return segments[i].sourceStart; });
-    double end = -std::numeric_limits<double>::infinity();
-    for (const std::size_t i : byStart_) {
-      end = std::max(end, segments[i].sourceEnd);
-      reached_.push_back(end);
-    }
-  }
-
-  /// What is played of the span, in output order.
-  std::vector<TimelineSpan> outputSpans(TimelineSpan sourceSpan) const {
-    // Up to the first that ends past the span's start none overlaps it, nor from the first that starts past
-    // its end.
-    const auto first = std::ranges::upper_bound(reached_, sourceSpan.start) - reached_.begin();
-    const auto last = std::ranges::lower_bound(byStart_, sourceSpan.end, std::less<>(),
-                                               [&](std::size_t i) { return segments_[i].sourceStart; });
-    std::vector<TimelineSpan> spans;
-    for (auto i = byStart_.begin() + first; i < last; ++i)
-      if (const auto span = segments_[*i].outputSpan(sourceSpan)) spans.push_back(*span);
-    std::ranges::sort(spans, std::less<>(), &TimelineSpan::start);
-    return spans;
-  }
-
- private:
-  const std::vector<TimelineExportEditPlan::Segment>& segments_;
-  std::vector<std::size_t> byStart_;
-  std::vector<double> reached_;  ///< The farthest end up to each of `byStart_`.
-};
+/// The numbers 0 up to `count` in the order of what `key` gives for each.
+template <class Key>
+std::vector<std::size_t> orderedBy(std::size_t count, Key key) {
+  std::vector<std::size_t> numbers(count);
+  std::iota(numbers.begin(), numbers.end(), std::size_t{0});
+  std::ranges::stable_sort(numbers, std::less<>(), key);
+  return numbers;
+}
 
 double magnification(const TimelineZoomRegion& zoom) {
   return std::max(1.0, zoom.depth);
@@ -70,20 +44,32 @@ TimelineZoomCanvasTransform::TimelineZoomCanvasTransform(const TimelineEditSnaps
 }
 
 void TimelineZoomCanvasTransform::layOutPieces() {
-  const SourceIndex index(plan_.segments);
-  for (std::size_t zoom = 0; zoom < zooms_.size(); ++zoom)
-    for (const TimelineSpan span : index.outputSpans(zooms_[zoom].span))
-      pieces_.push_back({.zoom = zoom, .span = span, .predecessor = std::nullopt});
+  using Segment = TimelineExportEditPlan::Segment;
+  // Clips stand in any order and may repeat each other: in the plan, source times are not sorted.
+  std::vector<const Segment*> bySource;
+  for (const Segment& segment : plan_.segments)
+    if (!segment.source) bySource.push_back(&segment);
+  const auto start = [](const Segment* segment) { return segment->sourceStart; };
+  std::ranges::stable_sort(bySource, std::less<>(), start);
+
+  for (std::size_t zoom = 0; zoom < zooms_.size(); ++zoom) {
+    const TimelineSpan span = zooms_[zoom].span;
+    // The plan is cut where the zoom starts: no segment that starts before reaches into it.
+    auto segment = std::ranges::lower_bound(bySource, span.start, std::less<>(), start);
+    std::vector<TimelineSpan> played;
+    for (; segment != bySource.end() && start(*segment) < span.end; ++segment)
+      if (const auto output = (*segment)->outputSpan(span)) played.push_back(*output);
+    std::ranges::sort(played, std::less<>(), &TimelineSpan::start);
+    for (const TimelineSpan output : played)
+      pieces_.push_back({.zoom = zoom, .span = output, .predecessor = std::nullopt});
+  }
 }
 
 void TimelineZoomCanvasTransform::findNeighbours() {
-  std::vector<std::size_t> byStart(pieces_.size());
-  for (std::size_t i = 0; i < pieces_.size(); ++i) byStart[i] = i;
-  auto byEnd = byStart;
   const auto start = [&](std::size_t i) { return pieces_[i].span.start; };
   const auto end = [&](std::size_t i) { return pieces_[i].span.end; };
-  std::ranges::sort(byStart, std::less<>(), start);
-  std::ranges::sort(byEnd, std::less<>(), end);
+  const auto byStart = orderedBy(pieces_.size(), start);
+  const auto byEnd = orderedBy(pieces_.size(), end);
   // A search with room to spare; what is within the tolerance is then told by one comparison.
   const auto others = [&](const auto& sorted, auto edge, double time, const Piece& piece, auto visit) {
     auto i = std::ranges::lower_bound(sorted, time - 2 * seamTolerance, std::less<>(), edge);
@@ -102,15 +88,10 @@ void TimelineZoomCanvasTransform::findNeighbours() {
 
 void TimelineZoomCanvasTransform::findChanges() {
   std::vector<double> times;
-  std::vector<std::size_t> byStart(pieces_.size());
-  for (std::size_t i = 0; i < pieces_.size(); ++i) {
-    byStart[i] = i;
-    times.push_back(pieces_[i].span.start);
-    times.push_back(pieces_[i].span.end);
-  }
+  for (const Piece& piece : pieces_) times.insert(times.end(), {piece.span.start, piece.span.end});
   std::ranges::sort(times);
   times.erase(std::ranges::unique(times).begin(), times.end());
-  std::ranges::sort(byStart, std::less<>(), [&](std::size_t i) { return pieces_[i].span.start; });
+  const auto byStart = orderedBy(pieces_.size(), [&](std::size_t i) { return pieces_[i].span.start; });
 
   std::priority_queue<std::size_t> showing;
   auto next = byStart.begin();

@@ -31,7 +31,7 @@ Point focus(const TimelineZoomRegion& zoom, double sourceTime, double depth,
     const bool leaves = followed < fixed - half + inner || followed > fixed + half - inner;
     return leaves ? followed : fixed;
   };
-  return clamped({axis(base.x, pointer.x), axis(base.y, pointer.y)});
+  return {axis(base.x, pointer.x), axis(base.y, pointer.y)};
 }
 
 }  // namespace quillant::TimelineZoomFocusResolver
