@@ -15,19 +15,10 @@ TimelineEditSnapshot edit(std::vector<TimelineClip> clips) {
   return edits;
 }
 
-/// 4...10 at double speed, an added file, then 2...6 again.
-TimelineEditSnapshot repeated() {
-  return edit({{.start = 4, .end = 10, .speed = 2},
-               {.start = 0, .end = 3, .source = "added"},
-               {.start = 2, .end = 6}});
-}
-
 TEST(TimelineExportEditPlan, PlaysNothingWithoutDurationOrClips) {
   for (const double duration : {0.0, -1.0, std::nan(""), std::numeric_limits<double>::infinity()})
-    EXPECT_EQ(Plan::build(duration, repeated()), Plan{}) << duration;
-  auto empty = edit({});
-  empty.clipList = CopyOnWriteVector<TimelineClip>();
-  EXPECT_EQ(Plan::build(10, empty), Plan{}) << "an empty list is a list";
+    EXPECT_EQ(Plan::build(duration, edit({{.start = 1, .end = 2}})), Plan{}) << duration;
+  EXPECT_EQ(Plan::build(10, edit({})), Plan{}) << "an empty list is a list";
   EXPECT_EQ(Plan::build(10, {}).segments.size(), 1u);
 }
 
@@ -40,11 +31,11 @@ TEST(TimelineExportEditPlan, CutsSegmentsWhereAZoomACameraOrAnAnnotationChanges)
   edits.annotationRegions = {{.span = {2, 8.0005}}};
   edits.cameraClips = {{.span = {-1, 9}}, {.span = {9, 40}}};
   const auto plan = Plan::build(10, edits);
-  std::vector<std::pair<double, double>> spans;
-  for (const auto& segment : plan.segments) spans.emplace_back(segment.sourceStart, segment.sourceEnd);
+  std::vector<TimelineSpan> spans;
+  for (const auto& segment : plan.segments) spans.push_back({segment.sourceStart, segment.sourceEnd});
   // The half millisecond after 8 is too short for a segment, and is lost.
-  EXPECT_EQ(spans, (std::vector<std::pair<double, double>>{
-                       {0, 1}, {1, 2}, {2, 6}, {20, 22}, {22, 30}, {8.0005, 9}, {9, 10}}));
+  EXPECT_EQ(spans,
+            (std::vector<TimelineSpan>{{0, 1}, {1, 2}, {2, 6}, {20, 22}, {22, 30}, {8.0005, 9}, {9, 10}}));
   EXPECT_EQ(plan.segments[0].speed, 1.25);
   EXPECT_EQ(plan.segments[0].camera, TimelineCameraLayout::hidden);
   EXPECT_EQ(plan.segments[3].source, "added");
@@ -52,45 +43,43 @@ TEST(TimelineExportEditPlan, CutsSegmentsWhereAZoomACameraOrAnAnnotationChanges)
 }
 
 TEST(TimelineExportEditPlan, MapsTimesAtSeamsAndRepeats) {
-  const auto plan = Plan::build(10, repeated());  // 0...3 from 4...10, 3...6 added, 6...10 from 2...6
-  EXPECT_EQ(plan.outputTime(5, std::nullopt), 0.5) << "of a repeat, the first";
+  // 0...3 is added, 3...6 from 4...10, 6...10 from 2...6.
+  const auto plan = Plan::build(10, edit({{.start = 0, .end = 3, .source = "added"},
+                                          {.start = 4, .end = 10, .speed = 2},
+                                          {.start = 2, .end = 6}}));
+  using Spans = std::vector<TimelineSpan>;
+  EXPECT_EQ(plan.outputTime(5, std::nullopt), 3.5) << "of a repeat, the first";
   EXPECT_EQ(plan.outputTime(3, std::nullopt), 7);
   EXPECT_EQ(plan.outputTime(1, std::nullopt), std::nullopt);
-  EXPECT_EQ(plan.outputTime(1, "added"), 4);
-  EXPECT_EQ(plan.outputTime(1, "other"), std::nullopt);
-  EXPECT_EQ(plan.sourceTime(3), 10) << "a seam belongs to the earlier segment";
-  EXPECT_EQ(plan.segment(3)->source, "added") << "or to the later, for who asks for the segment";
+  EXPECT_EQ(plan.outputTime(1, "added"), 1);
+  EXPECT_EQ(plan.sourceTime(6), 10) << "a seam belongs to the earlier segment";
+  EXPECT_EQ(plan.segment(3)->speed, 2) << "or to the later, for who asks for the segment";
   EXPECT_EQ(plan.sourceTime(10), 6);
-  EXPECT_EQ(plan.sourceTime(10.001), std::nullopt);
-  EXPECT_EQ(plan.sourceTime(-0.001), std::nullopt);
+  for (const double outside : {10.001, -0.001}) EXPECT_EQ(plan.sourceTime(outside), std::nullopt);
   EXPECT_EQ(plan.segment(-0.001), nullptr);
   EXPECT_EQ(plan.segment(99), &plan.segments.back());
-  EXPECT_EQ(plan.outputSpans({3, 5}, std::nullopt), (std::vector<TimelineSpan>{{0, 0.5}, {7, 9}}));
-  EXPECT_EQ(plan.outputSpans({5.9995, 6}, std::nullopt), std::vector<TimelineSpan>{}) << "hardly any of it";
-  EXPECT_EQ(plan.outputSpans({5, 3}, std::nullopt), std::vector<TimelineSpan>{});
+  EXPECT_EQ(plan.outputSpans({3, 5}, std::nullopt), (Spans{{3, 3.5}, {7, 9}}));
+  constexpr double tiny = 1.0 / 512;  // under a millisecond at double speed
+  EXPECT_EQ(plan.outputSpans({6 - tiny, 6}, std::nullopt), (Spans{{10 - tiny, 10}}));
+  EXPECT_EQ(plan.outputSpans({5, 3}, std::nullopt), Spans{});
   EXPECT_EQ(plan.sourceIDs(), (std::vector<std::optional<std::string>>{std::nullopt, "added"}));
-  const auto added = plan.pieces("added");
-  EXPECT_EQ(added.segments, std::vector{plan.segments[1]});
-  EXPECT_EQ(added.outputDuration, 10);
-  EXPECT_EQ(added.segment(2), nullptr);
-  EXPECT_EQ(added.sourceTime(4), 1);
+  const auto main = plan.pieces(std::nullopt);
+  EXPECT_EQ(main, (Plan{{plan.segments[1], plan.segments[2]}, 10}));
+  EXPECT_EQ(main.segment(2), nullptr);
+  EXPECT_EQ(main.sourceTime(4), 6);
 }
 
 TEST(TimelineExportEditPlan, GrowsTheCameraAfterASeam) {
-  TimelineClip bubble{.start = 0, .end = 2};
-  TimelineClip full{.start = 2, .end = 4, .cameraFullScreen = true};
-  TimelineClip brief{.start = 4, .end = 4.1};
-  TimelineClip hidden{.start = 5, .end = 6, .cameraHidden = true};
+  const TimelineClip bubble{.start = 0, .end = 2}, brief{.start = 4, .end = 4.1};
+  const TimelineClip full{.start = 2, .end = 4, .cameraFullScreen = true};
+  const TimelineClip hidden{.start = 5, .end = 6, .cameraHidden = true};
   const auto plan = Plan::build(10, edit({bubble, full, brief, full, hidden, full}));
-  const struct {
-    double time;
-    std::optional<double> amount;
-  } cases[] = {{-1, 0}, {0, 0},      {2, 0},   {2.1, 0.15625}, {2.2, 0.5},          {2.4, 1}, {3.9, 1},
-               {4, 1},  {4.05, 0.5}, {4.1, 0}, {4.3, 0.5},     {6.2, std::nullopt}, {7.1, 1}, {99, 1}};
+  const std::pair<double, std::optional<double>> cases[] = {
+      {-1, 0}, {0, 0},      {2, 0},   {2.1, 0.15625}, {2.2, 0.5},          {2.4, 1}, {3.9, 1},
+      {4, 1},  {4.05, 0.5}, {4.1, 0}, {4.3, 0.5},     {6.2, std::nullopt}, {7.1, 1}, {99, 1}};
   for (const auto& [time, amount] : cases) {
-    const auto actual = plan.cameraFullScreenAmount(time);
-    ASSERT_EQ(actual.has_value(), amount.has_value()) << time;
-    EXPECT_NEAR(actual.value_or(0), amount.value_or(0), 1e-9) << time;
+    EXPECT_EQ(plan.cameraFullScreenAmount(time).has_value(), amount.has_value()) << time;
+    EXPECT_NEAR(plan.cameraFullScreenAmount(time).value_or(0), amount.value_or(0), 1e-9) << time;
   }
   EXPECT_EQ(Plan{}.cameraFullScreenAmount(0), std::nullopt);
 }
@@ -100,9 +89,8 @@ TEST(TimelineExportEditPlan, AgreesWithItselfAndWithTheClips) {
   for (std::uint64_t seed = 0; seed < 60; ++seed) {
     SCOPED_TRACE(seed);
     GeneratedEdits generated(seed);
-    const auto edits = generated.snapshot(duration, {});
+    auto edits = generated.snapshot(duration, {});
     const auto plan = Plan::build(duration, edits);
-    const auto clips = edits.effectiveClips(duration);
     double output = 0;
     for (const auto& segment : plan.segments) {
       EXPECT_EQ(segment.outputStart, output);
@@ -110,22 +98,23 @@ TEST(TimelineExportEditPlan, AgreesWithItselfAndWithTheClips) {
       output = segment.outputEnd;
     }
     EXPECT_EQ(plan.outputDuration, output);
+    // Where nothing cuts its clips, the plan is the list.
+    edits.zoomRegions = {}, edits.annotationRegions = {}, edits.cameraClips = {};
+    const auto uncut = Plan::build(duration, edits);
+    const auto clips = edits.effectiveClips(duration);
     // What vanishes between cuts is under a millisecond each.
-    EXPECT_NEAR(output, TimelineClipList::outputDuration(clips),
-                0.001 * static_cast<double>(plan.segments.size()));
+    EXPECT_NEAR(output, uncut.outputDuration, 0.001 * static_cast<double>(plan.segments.size()));
     for (int i = 0; i < 50; ++i) {
-      const double time = generated.time(0, output);
+      const double time = generated.time(0, output - 1) + 0.0003;  // beside all seams
       const auto* segment = plan.segment(time);
       const double source = segment->sourceTime(time);
-      const auto first = plan.outputTime(source, segment->source);
-      ASSERT_TRUE(first);
-      EXPECT_LE(*first, time + 1e-9) << "the first place where it plays";
+      EXPECT_EQ(plan.sourceTime(time).value_or(source), source);
+      EXPECT_LE(plan.outputTime(source, segment->source).value_or(1e9), time + 1e-9) << "the first place";
       const auto spans = plan.outputSpans({source - 0.5, source + 0.5}, segment->source);
       EXPECT_TRUE(std::ranges::any_of(
-          spans, [&](TimelineSpan span) { return span.start <= time + 1e-9 && time <= span.end + 1e-9; }));
-      if (segment->outputStart < time) {
-        EXPECT_EQ(plan.sourceTime(time), source);
-      }
+          spans, [time](TimelineSpan span) { return span.start <= time && time <= span.end; }));
+      EXPECT_NEAR(uncut.sourceTime(time).value_or(0),
+                  TimelineClipList::sourceTime(clips, *TimelineClipList::index(clips, time), time), 1e-6);
     }
   }
 }
