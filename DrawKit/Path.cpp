@@ -29,6 +29,14 @@ Path& Path::polygon(std::span<const Point> corners) {
   return close();
 }
 
+Path& Path::rectangle(const Rect& bounds) {
+  return moveTo({bounds.x, bounds.y})
+      .lineTo({bounds.maxX(), bounds.y})
+      .lineTo({bounds.maxX(), bounds.maxY()})
+      .lineTo({bounds.x, bounds.maxY()})
+      .close();
+}
+
 Path& Path::ellipse(const Rect& bounds) {
   // A quarter of a circle as one cubic: at most 0.03 % of the radius off.
   constexpr double kappa = 0.5522847498307936;

@@ -38,6 +38,7 @@ struct Path {
   Path& close();
   /// A closed figure of its own: of straight sides, or the ellipse that touches the rectangle's sides.
   Path& polygon(std::span<const Point> corners);
+  Path& rectangle(const Rect& bounds);
   Path& ellipse(const Rect& bounds);
 
   Path scaled(double factor) const;

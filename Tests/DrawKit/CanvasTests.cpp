@@ -1,8 +1,7 @@
-#include <array>
 #include <cmath>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <limits>
-#include <numeric>
 
 #include "DrawKit/Canvas.h"
 #include "DrawKit/DrawingError.h"
@@ -11,9 +10,8 @@
 namespace quillant {
 namespace {
 
-Path rectangle(double x, double y, double width, double height) {
-  const std::array<Point, 4> corners{{{x, y}, {x + width, y}, {x + width, y + height}, {x, y + height}}};
-  return Path().polygon(corners);
+Path rectangle(const Rect& bounds) {
+  return Path().rectangle(bounds);
 }
 
 TEST(GaussianBlur, ComesNearAGaussian) {
@@ -22,19 +20,15 @@ TEST(GaussianBlur, ComesNearAGaussian) {
     std::vector<float> plane(side * side);
     plane[middle * side + middle] = 1;
     GaussianBlur::blur(plane, side, sigma);
-    EXPECT_NEAR(std::accumulate(plane.begin(), plane.end(), 0.0), 1, 1e-5) << sigma;
-    double variance = 0, peak = 0;
-    for (int y = 0; y < side; ++y)
-      for (int x = 0; x < side; ++x) {
-        const float value = plane[y * side + x];
-        EXPECT_NEAR(value, plane[y * side + side - 1 - x], 1e-7);
-        variance += static_cast<double>(value) * (x - middle) * (x - middle);
-        peak = std::max(peak, static_cast<double>(value));
-      }
-    EXPECT_NEAR(variance, sigma * sigma, 1e-3 * sigma * sigma) << sigma;
-    if (sigma >= 1) {
-      EXPECT_NEAR(peak * 2 * M_PI * sigma * sigma, 1, 0.13) << sigma;
+    double variance = 0;
+    for (int i = 0; i < side * side; ++i) {
+      const double value = plane[i], x = i % side - middle, y = i / side - middle;
+      variance += value * (x * x + y * y) / 2;
+      const double gaussian = std::exp(-(x * x + y * y) / (2 * sigma * sigma)) / (2 * M_PI * sigma * sigma);
+      ASSERT_NEAR(value, gaussian, (sigma < 1 ? 0.3 : 0.02) / sigma / sigma)
+          << sigma << ": " << x << ", " << y;
     }
+    EXPECT_NEAR(variance / sigma / sigma, 1, 1e-3) << sigma;
   }
   std::vector<float> plane{1, 2, 3, 4};
   for (const double sigma : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()})
@@ -43,32 +37,24 @@ TEST(GaussianBlur, ComesNearAGaussian) {
 }
 
 TEST(Canvas, KeepsColoursMultipliedByTheirAlpha) {
-  Canvas canvas(4, 2);
+  Canvas canvas(3, 2);
   canvas.translate(1, 0);
-  canvas.fill(rectangle(0, 0, 1, 2), {1, 0.2, 0, 1});
-  canvas.fill(rectangle(1, 0, 1, 2), {1, 0, 0, 0.5});
-  canvas.fill(rectangle(2, 0, 0.5, 2), {0, 0, 1, 1});
+  canvas.fill(rectangle({0, 0, 1, 2}), {1, 0.2, 0, 1});
+  canvas.fill(rectangle({1, 0, 1, 1}), {1, 0, 0, 0.5});
   const Bitmap bitmap = std::move(canvas).take();
-  for (int y = 0; y < 2; ++y) {
-    EXPECT_EQ(bitmap.at(0, y), 0u);
-    EXPECT_EQ(bitmap.at(1, y), 0xFFFF3300u);
-    EXPECT_EQ(bitmap.at(2, y), 0x80800000u);
-    EXPECT_EQ(bitmap.at(3, y) & 0xFFFF00u, 0u);
-    EXPECT_NEAR(bitmap.at(3, y) >> 24, 0x80, 1);
-  }
-  Canvas over(4, 2);
-  over.fill(rectangle(0, 0, 4, 2), {1, 1, 1, 1});
-  over.draw(bitmap, {1, 1});
-  const Bitmap result = std::move(over).take();
-  EXPECT_EQ(result.at(2, 0), 0xFFFFFFFFu);
-  EXPECT_EQ(result.at(2, 1), 0xFFFF3300u);
-  EXPECT_EQ(result.at(3, 1), 0xFFFF7F7Fu);
+  EXPECT_THAT(bitmap.pixels, testing::ElementsAre(0, 0xFFFF3300, 0x80800000, 0, 0xFFFF3300, 0));
+  Canvas over(3, 2);
+  over.fill(rectangle({0, 0, 3, 2}), {1, 1, 1, 1});
+  over.draw(bitmap, {0, 1});
+  constexpr std::uint32_t white = 0xFFFFFFFF;
+  EXPECT_THAT(std::move(over).take().pixels,
+              testing::ElementsAre(white, white, white, white, 0xFFFF3300, 0xFFFF7F7F));
 }
 
 TEST(Canvas, CastsOneShadowUnderAll) {
   Canvas canvas(60, 60);
-  canvas.fill(rectangle(20, 20, 20, 20), {1, 1, 1, 1});
-  canvas.stroke(rectangle(20, 20, 20, 20), {0, 0, 0, 1}, 2);
+  canvas.fill(rectangle({20, 20, 20, 20}), {1, 1, 1, 1});
+  canvas.stroke(rectangle({20, 20, 20, 20}), {0, 0, 0, 1}, 2);
   canvas.castShadow({.offset = {0, 6}, .blur = 4, .color = {0, 0, 0, 0.5}});
   const Bitmap bitmap = std::move(canvas).take();
   EXPECT_EQ(bitmap.at(30, 30), 0xFFFFFFFFu) << "the stroke's shadow lies on the filling";
@@ -80,9 +66,6 @@ TEST(Canvas, CastsOneShadowUnderAll) {
 
 TEST(Canvas, RefusesWhatItCannotDraw) {
   for (const int side : {0, -1, Canvas::longestSide + 1}) EXPECT_THROW(Canvas(1, side), DrawingError);
-  Canvas canvas(8, 8);
-  canvas.fill(Path().ellipse({0, 0, 8, 8}), {});
-  EXPECT_EQ(std::move(canvas).take().at(4, 4), 0xFF000000u);
 }
 
 }  // namespace

@@ -62,9 +62,7 @@ Bitmap draw(const Sheet& sheet) {
   const std::array grounds{RGBA{0.96, 0.96, 0.97}, RGBA{0.13, 0.14, 0.17}};
   for (std::size_t half = 0; half < grounds.size(); ++half) {
     const double top = static_cast<double>(half) * sheet.height;
-    const std::array<Point, 4> corners{
-        {{0, top}, {sheet.width, top}, {sheet.width, top + sheet.height}, {0, top + sheet.height}}};
-    canvas.fill(Path().polygon(corners), grounds[half]);
+    canvas.fill(Path().rectangle({0, top, sheet.width, sheet.height}), grounds[half]);
     for (const Cell& cell : sheet.cells) canvas.draw(cell.glyph, {cell.corner.x, cell.corner.y + top});
   }
   return std::move(canvas).take();
