@@ -44,15 +44,15 @@ Outline iBeam() {
 /// Pointing up with the forefinger, the thumb spread out to the left and three fingers folded in.
 Path handPath() {
   Path path;
-  path.moveTo({0.4, 0.68})
-      .lineTo({0.4, 0.095})
-      .curveTo({0.4, 0.04}, {0.44, 0}, {0.4914, 0})
-      .curveTo({0.543, 0}, {0.583, 0.04}, {0.583, 0.095})
-      .lineTo({0.583, 0.46})
+  path.moveTo({0.4054, 0.68})
+      .lineTo({0.4054, 0.09})
+      .curveTo({0.4054, 0.04}, {0.4434, 0}, {0.4914, 0})
+      .curveTo({0.5394, 0}, {0.5774, 0.04}, {0.5774, 0.09})
+      .lineTo({0.5774, 0.49})
       // Three knuckles, each lower than the one before.
-      .curveTo({0.6, 0.4}, {0.69, 0.4}, {0.705, 0.49})
-      .curveTo({0.72, 0.435}, {0.8, 0.445}, {0.812, 0.535})
-      .curveTo({0.83, 0.49}, {0.91, 0.51}, {0.91, 0.605})
+      .curveTo({0.5774, 0.395}, {0.688, 0.395}, {0.688, 0.5})
+      .curveTo({0.688, 0.425}, {0.799, 0.43}, {0.799, 0.54})
+      .curveTo({0.799, 0.475}, {0.91, 0.49}, {0.91, 0.61})
       // The outer edge of the palm, the wrist.
       .lineTo({0.91, 0.84})
       .curveTo({0.91, 0.97}, {0.85, 1.02}, {0.84, 1.18})
@@ -61,13 +61,13 @@ Path handPath() {
       .curveTo({0.355, 1.24}, {0.332, 1.222}, {0.325, 1.185})
       // The ball of the thumb, and its tip.
       .curveTo({0.3, 1.05}, {0.13, 0.93}, {0.022, 0.765})
-      .curveTo({-0.05, 0.645}, {0.09, 0.56}, {0.185, 0.645})
-      .curveTo({0.25, 0.7}, {0.32, 0.745}, {0.4, 0.81})
+      .curveTo({-0.0555, 0.645}, {0.09, 0.56}, {0.185, 0.645})
+      .curveTo({0.25, 0.7}, {0.32, 0.745}, {0.4054, 0.81})
       .close();
   // The creases between the folded fingers.
-  path.moveTo({0.583, 0.46}).lineTo({0.583, 0.6});
-  path.moveTo({0.705, 0.49}).lineTo({0.705, 0.62});
-  path.moveTo({0.812, 0.535}).lineTo({0.812, 0.65});
+  path.moveTo({0.5774, 0.49}).lineTo({0.5774, 0.62});
+  path.moveTo({0.688, 0.5}).lineTo({0.688, 0.635});
+  path.moveTo({0.799, 0.54}).lineTo({0.799, 0.655});
   return path;
 }
 
