@@ -63,6 +63,11 @@ void FragmentedMP4Writer::appendNow(const PixelBufferRef& pixelBuffer, MediaTime
   if (writer_.append(videoInput_, pixelBuffer, adjusted)) lastAppendTime_ = adjusted;
 }
 
+void FragmentedMP4Writer::repeat(const PixelBufferRef& pixelBuffer, MediaTime adjusted) {
+  // A repeat that finds no room is left out; it does not count as a frame that was dropped.
+  if (writer_.isReady(videoInput_)) appendNow(pixelBuffer, adjusted);
+}
+
 void FragmentedMP4Writer::repeatIfStill(MediaTime hostTime) {
   if (finished_ || !lastPixelBuffer_) return;
   if (writer_.status() == AssetWriter::Status::failed) {
@@ -72,7 +77,7 @@ void FragmentedMP4Writer::repeatIfStill(MediaTime hostTime) {
     return;
   }
   const auto adjusted = adjust(hostTime);
-  if (adjusted && *adjusted - lastAppendTime_ > stillAfter) appendNow(lastPixelBuffer_, *adjusted);
+  if (adjusted && *adjusted - lastAppendTime_ > stillAfter) repeat(lastPixelBuffer_, *adjusted);
 }
 
 void FragmentedMP4Writer::appendAudio(AudioBuffer buffer, SoundTrack track) {
@@ -111,7 +116,7 @@ void FragmentedMP4Writer::appendFinalFrame() {
   // The file reaches to the moment of the stop, not to that of the last change on screen.
   const auto lastPicture = std::exchange(lastPixelBuffer_, nullptr);
   const auto adjusted = adjust(configuration_.now());
-  if (lastPicture && adjusted && *adjusted > lastAppendTime_) appendNow(lastPicture, *adjusted);
+  if (lastPicture && adjusted && *adjusted > lastAppendTime_) repeat(lastPicture, *adjusted);
 }
 
 }  // namespace quillant

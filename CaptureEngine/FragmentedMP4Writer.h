@@ -57,8 +57,7 @@ class FragmentedMP4Writer {
   FragmentedMP4Writer& operator=(const FragmentedMP4Writer&) = delete;
 
   /// On the queue. What comes during a pause, out of order, or too fast for the encoder is dropped; the last
-  /// of these shows in `warnings()`. Throws
-  /// `WriterError` if the file has failed.
+  /// of these shows in `warnings()`. Throws `WriterError` if the file has failed.
   void append(PixelBufferRef pixelBuffer, MediaTime time);
   /// Any thread; never fails. Sound before the first frame, or of a track that the file lacks, is dropped.
   void appendAudio(AudioBuffer buffer, SoundTrack track);
@@ -77,6 +76,7 @@ class FragmentedMP4Writer {
  private:
   void startSession(MediaTime adjusted);
   void appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
+  void repeat(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
   std::optional<MediaTime> adjust(MediaTime time) const;
   Task<void> finishOnQueue();
   void appendFinalFrame();

@@ -108,7 +108,7 @@ Task<RecordingCoordinator::Outcome> RecordingCoordinator::runSession(Request req
   try {
     capturer = co_await environment_.makeCapturer(request, failureCallback());
     co_await capturer->start();
-  } catch (const Error&) {
+  } catch (...) {  // memory or descriptors that run out end a start, too
     problem = std::current_exception();
   }
   starting_ = false;
@@ -181,9 +181,10 @@ RecordingCoordinator::Outcome RecordingCoordinator::outcome(std::exception_ptr f
 }
 
 Task<void> RecordingCoordinator::discardSession() {
-  const auto capturer = activeCapturer();
+  auto capturer = activeCapturer();
   if (!capturer) co_return;
   const auto outputURL = capturer->outputURL();
+  capturer.reset();  // its session takes it along
   discarding_ = true;
   co_await finish(nullptr);
   discarding_ = false;

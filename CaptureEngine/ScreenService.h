@@ -53,6 +53,7 @@ struct StreamConfiguration {
   int height = 0;
   MediaTime minimumFrameInterval{1, 30};
   int queueDepth = 5;  ///< Buffers in the pool: while all are held elsewhere, pictures are skipped.
+  friend bool operator==(const StreamConfiguration&, const StreamConfiguration&) = default;
 };
 
 /// Why no picture comes: the server cannot be reached or refuses, or a running stream has ended.

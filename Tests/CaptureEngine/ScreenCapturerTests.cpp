@@ -1,12 +1,8 @@
 #include <fstream>
 #include <gmock/gmock.h>
 
-#include "CaptureEngine/CaptureError.h"
-#include "CaptureEngine/FacecamError.h"
-#include "CaptureEngine/MicError.h"
 #include "CaptureEngine/RecordingFiles.h"
 #include "CaptureEngine/ScreenCapturer.h"
-#include "CaptureEngine/SystemAudioError.h"
 #include "CaptureEngine/Telemetry/CursorTelemetryCodec.h"
 #include "Core/AtomicFile.h"
 #include "Core/HostClock.h"
@@ -21,25 +17,42 @@ namespace {
 
 using testing::ElementsAre;
 
-/// What happened, in order, over all the services of a session.
-using Journal = std::vector<std::string>;
-
-struct ScriptedScreen : ScreenService {
-  struct Stream : StreamControlling {
-    explicit Stream(ScriptedScreen& owner) : screen(owner) {}
+/// Every service of a session at once. What happens goes into one journal.
+struct ScriptedMachine : ScreenService, SoundService, CameraService {
+  /// Any of its sources.
+  struct Source : StreamControlling, SoundStream, FacecamCapturing, ClickEventSource {
+    Source(ScriptedMachine& owner, std::string text) : machine(owner), name(std::move(text)) {}
     Task<void> startCapture() override {
-      screen.journal.emplace_back("screen starts");
+      start();
       co_return;
     }
     Task<void> stopCapture() override {
-      screen.journal.emplace_back("screen stops");
-      if (screen.stopError) std::rethrow_exception(screen.stopError);
+      stop();
+      if (machine.stopError) std::rethrow_exception(machine.stopError);
       co_return;
     }
-    ScriptedScreen& screen;
+    void start() override { machine.journal.push_back(name + " starts"); }
+    bool start(Handlers) override {
+      start();
+      return true;
+    }
+    void stop() override { machine.journal.push_back(name + " stops"); }
+    Task<void> finish() override {
+      machine.journal.push_back(name + " closes");
+      if (machine.cameraError) std::rethrow_exception(machine.cameraError);
+      co_return;
+    }
+    MediaTime startTime() override { return machine.cameraStart; }
+    std::uint64_t frameCount() override { return machine.cameraFrames; }
+    std::vector<std::string> warnings() override {
+      if (machine.keepsGoing) return {};
+      return {name + " went away"};
+    }
+
+    ScriptedMachine& machine;
+    std::string name;
   };
 
-  explicit ScriptedScreen(Journal& entries) : journal(entries) {}
   ShareableContent content() override {
     if (displays.empty()) throw ScreenError(ScreenError::Kind::unavailable, "no server");
     return {.displays = displays, .windows = {{.id = 9, .frame = {10, 20, 31, 21}}}};
@@ -48,99 +61,50 @@ struct ScriptedScreen : ScreenService {
                                                 StreamCallbacks given) override {
     configuration = asked;
     sampleQueue = &queue;
-    callbacks = std::move(given);
-    return std::make_unique<Stream>(*this);
+    screen = std::move(given);
+    return std::make_unique<Source>(*this, "screen");
   }
-  void deliver(MediaTime time) {
-    sampleQueue->sync([&] {
-      callbacks.onFrame(StampedFrames::moving(configuration.width, configuration.height, 9), time);
-    });
-  }
-
-  Journal& journal;
-  std::vector<DisplayInfo> displays{
-      {.id = 1, .frame = {0, 0, 128, 48}, .pixelWidth = 128, .pixelHeight = 48},
-      {.id = 2, .frame = {128, 0, 64, 24}, .scale = 2, .pixelWidth = 129, .pixelHeight = 49, .isMain = true}};
-  std::exception_ptr stopError;
-  StreamConfiguration configuration;
-  SerialQueue* sampleQueue = nullptr;
-  StreamCallbacks callbacks;
-};
-
-struct ScriptedSound : SoundService {
-  struct Stream : SoundStream {
-    Stream(ScriptedSound& owner, std::string text) : sound(owner), name(std::move(text)) {}
-    void start() override { sound.journal.push_back(name + " starts"); }
-    void stop() override { sound.journal.push_back(name + " stops"); }
-    std::vector<std::string> warnings() override {
-      if (sound.hasServer) return {};
-      return {name + " went away"};
-    }
-    ScriptedSound& sound;
-    std::string name;
-  };
-
-  explicit ScriptedSound(Journal& entries) : journal(entries) {}
-  Task<bool> requestMicrophoneAccess() override { co_return allowed; }
+  Task<bool> requestMicrophoneAccess() override { co_return isAllowed; }
   std::unique_ptr<SoundStream> makeMicrophone(const std::optional<std::string>&,
                                               BufferCallback given) override {
     onMicrophone = std::move(given);
-    return std::make_unique<Stream>(*this, "mic");
+    return std::make_unique<Source>(*this, "mic");
   }
   std::unique_ptr<SoundStream> makeSystemAudio(BufferCallback) override {
-    return std::make_unique<Stream>(*this, "system");
+    return std::make_unique<Source>(*this, "system");
   }
-
-  Journal& journal;
-  bool allowed = true;
-  bool hasServer = true;
-  BufferCallback onMicrophone;
-};
-
-struct ScriptedCamera : CameraService {
-  struct Facecam : FacecamCapturing {
-    explicit Facecam(ScriptedCamera& owner) : camera(owner) {}
-    void start() override { camera.journal.emplace_back("camera starts"); }
-    void stop() override { camera.journal.emplace_back("camera stops"); }
-    Task<void> finish() override {
-      camera.journal.emplace_back("camera's file closes");
-      if (camera.finishError) std::rethrow_exception(camera.finishError);
-      co_return;
-    }
-    MediaTime startTime() override { return camera.startTime; }
-    std::uint64_t frameCount() override { return camera.frames; }
-    std::vector<std::string> warnings() override { return {}; }
-    ScriptedCamera& camera;
-  };
-
-  explicit ScriptedCamera(Journal& entries) : journal(entries) {}
-  Task<bool> requestAccess() override { co_return allowed; }
+  Task<bool> requestAccess() override { co_return isAllowed; }
   std::unique_ptr<FacecamCapturing> makeFacecam(const std::filesystem::path& url, std::shared_ptr<PauseClock>,
                                                 FailureCallback given) override {
-    const auto marker = RecordingFiles::marker(url.parent_path() / "x.mp4");
+    const auto marker = url.parent_path() / "x.recording";
     markerWhenMade = std::filesystem::exists(marker) ? AtomicFile::read(marker) : "";
     std::ofstream(url) << "camera";
-    onFailure = std::move(given);
-    return std::make_unique<Facecam>(*this);
+    onCameraFailure = std::move(given);
+    return std::make_unique<Source>(*this, "camera");
   }
 
-  Journal& journal;
-  bool allowed = true;
-  std::exception_ptr finishError;
-  MediaTime startTime = MediaTime::invalid();
-  std::uint64_t frames = 0;
-  FailureCallback onFailure;
+  void deliverFrame(MediaTime time) {
+    sampleQueue->sync(
+        [&] { screen.onFrame(StampedFrames::moving(configuration.width, configuration.height, 9), time); });
+  }
+
+  std::vector<std::string> journal;
+  std::vector<DisplayInfo> displays{
+      {.id = 1, .frame = {0, 0, 128, 48}, .pixelWidth = 128, .pixelHeight = 48},
+      {.id = 2, .frame = {128, 0, 64, 24}, .scale = 2, .pixelWidth = 129, .pixelHeight = 49, .isMain = true}};
+  bool isAllowed = true;
+  bool keepsGoing = true;
+  std::exception_ptr stopError;
+  std::exception_ptr cameraError;
+  MediaTime cameraStart = MediaTime::invalid();
+  std::uint64_t cameraFrames = 0;
+  // What the session gave.
+  StreamConfiguration configuration;
+  SerialQueue* sampleQueue = nullptr;
+  StreamCallbacks screen;
+  BufferCallback onMicrophone;
+  FailureCallback onCameraFailure;
   std::string markerWhenMade;
-};
-
-struct ScriptedClickSource : ClickEventSource {
-  explicit ScriptedClickSource(Journal& entries) : journal(entries) {}
-  bool start(Handlers) override {
-    journal.emplace_back("pointer starts");
-    return true;
-  }
-  void stop() override { journal.emplace_back("pointer stops"); }
-  Journal& journal;
 };
 
 class ScreenCapturerTest : public testing::Test {
@@ -148,14 +112,14 @@ class ScreenCapturerTest : public testing::Test {
   std::unique_ptr<ScreenCapturer> make(CaptureOptions options) {
     options.outputURL = video;
     const CaptureServices services{
-        .screen = &screen,
-        .sound = hasSound ? &sound : nullptr,
-        .camera = hasCamera ? &camera : nullptr,
+        .screen = &machine,
+        .sound = &machine,
+        .camera = &machine,
         .pointer =
             [] {
               return CursorTrack::Snapshot{{134, 5}, false, false};
             },
-        .makeClickEvents = [this] { return std::make_unique<ScriptedClickSource>(journal); }};
+        .makeClickEvents = [this] { return std::make_unique<ScriptedMachine::Source>(machine, "pointer"); }};
     return runBlocking(ScreenCapturer::make(
         services, options, [this](const std::exception_ptr& error) { failures.push_back(describe(error)); }));
   }
@@ -173,78 +137,63 @@ class ScreenCapturerTest : public testing::Test {
 
   TemporaryFolder folder;
   std::filesystem::path video = folder / "x.mp4";
-  Journal journal;
-  ScriptedScreen screen{journal};
-  ScriptedSound sound{journal};
-  ScriptedCamera camera{journal};
-  bool hasSound = true;
-  bool hasCamera = true;
+  std::filesystem::path marker = RecordingFiles::marker(video);
+  std::filesystem::path facecam = RecordingFiles::facecam(video);
+  std::filesystem::path cursor = RecordingFiles::cursorTelemetry(video);
+  ScriptedMachine machine;
   std::vector<std::string> failures;
 };
 
 TEST_F(ScreenCapturerTest, StartsAndStopsEverySourceInOrderAndLeavesItsFiles) {
-  const auto marker = RecordingFiles::marker(video);
   std::ofstream(marker) << "stale";
   const auto capturer = make({.mic = true, .systemAudio = true, .facecam = true});
   EXPECT_TRUE(std::filesystem::exists(video));
-  EXPECT_EQ(camera.markerWhenMade, "stale");  // it is overwritten, once all the files are there
+  EXPECT_EQ(machine.markerWhenMade, "stale");  // it is overwritten, once all the files are there
   EXPECT_NE(AtomicFile::read(marker), "stale");
-  EXPECT_TRUE(journal.empty());
+  EXPECT_TRUE(machine.journal.empty());
 
   runBlocking(capturer->start());
   const auto begin = HostClock::now();
-  screen.deliver(begin);
-  camera.frames = 3;
-  camera.startTime = begin + MediaTime{-7'500'000, 1'000'000'000};
-  sound.onMicrophone({.time = begin, .samples = std::vector<float>(480, -0.5F)});
+  machine.deliverFrame(begin);
+  machine.cameraFrames = 3;
+  machine.cameraStart = begin + MediaTime{-7'500'000, 1'000'000'000};
+  machine.onMicrophone({.time = begin, .samples = std::vector<float>(480, -0.5F)});
   ASSERT_TRUE(eventually([&] { return HostClock::now() - begin > MediaTime(1, 30); }));
   const auto [artifacts, stopError] = stop(*capturer);
 
-  EXPECT_THAT(journal, ElementsAre("screen starts", "system starts", "mic starts", "camera starts",
-                                   "pointer starts", "pointer stops", "mic stops", "camera stops",
-                                   "screen stops", "system stops", "camera's file closes"));
+  EXPECT_THAT(machine.journal, ElementsAre("screen starts", "system starts", "mic starts", "camera starts",
+                                           "pointer starts", "pointer stops", "mic stops", "camera stops",
+                                           "screen stops", "system stops", "camera closes"));
   EXPECT_EQ(stopError, nullptr);
-  EXPECT_EQ(artifacts.screenVideo, video);
-  EXPECT_EQ(artifacts.facecam, RecordingFiles::facecam(video));
-  EXPECT_EQ(artifacts.facecamOffsetMs, -8);  // ties go away from zero
-  EXPECT_EQ(artifacts.cursorTelemetry, RecordingFiles::cursorTelemetry(video));
-  EXPECT_EQ(artifacts.clickDiagnostics, (ClickDiagnostics{.fromSystemEvents = true}));
-  EXPECT_THAT(artifacts.warnings, ElementsAre());
+  const RecordingArtifacts expected{.screenVideo = video,
+                                    .facecam = facecam,
+                                    .facecamOffsetMs = -8,  // ties go away from zero
+                                    .cursorTelemetry = cursor,
+                                    .clickDiagnostics = ClickDiagnostics{.fromSystemEvents = true}};
+  EXPECT_EQ(artifacts, expected) << testing::PrintToString(artifacts.warnings);
   EXPECT_FALSE(std::filesystem::exists(marker));
-  const auto track = CursorTelemetryCodec::decode(AtomicFile::read(*artifacts.cursorTelemetry));
+  const auto track = CursorTelemetryCodec::decode(AtomicFile::read(cursor));
   EXPECT_EQ(track.width, 64);
   ASSERT_FALSE(track.samples.empty());
   EXPECT_EQ(track.samples[0].x, 6);
 }
 
 TEST_F(ScreenCapturerTest, AsksTheStreamForThePicturesOfItsTarget) {
-  struct Case {
-    CaptureOptions options;
-    StreamConfiguration asked;
-  };
-  for (const auto& [options, asked] : {
-           Case{{}, {.displayID = 2, .width = 128, .height = 48}},
-           Case{{.displayID = 1, .frameRate = 60},
-                {.displayID = 1, .width = 128, .height = 48, .minimumFrameInterval = {1, 60}}},
-           Case{{.displayID = 1, .area = CaptureArea{4, 8, 21, 20}, .frameRate = 0},
-                {.displayID = 1,
-                .sourceRect = Rect{4, 20, 20, 20},
-                .width = 20,
-                .height = 20,
-                .minimumFrameInterval = {1, 1}}},
-           Case{{.windowID = 9}, {.displayID = 2, .windowID = 9, .width = 30, .height = 20}},
-       }) {
+  const auto expect = [&](const CaptureOptions& options, const StreamConfiguration& asked) {
     make(options);
-    const auto& got = screen.configuration;
-    EXPECT_EQ(got.displayID, asked.displayID);
-    EXPECT_EQ(got.windowID, asked.windowID);
-    EXPECT_EQ(got.sourceRect, asked.sourceRect);
-    EXPECT_EQ(got.width, asked.width);
-    EXPECT_EQ(got.height, asked.height);
-    EXPECT_EQ(got.minimumFrameInterval, asked.minimumFrameInterval);
-    EXPECT_EQ(got.queueDepth, 5);
+    EXPECT_EQ(machine.configuration, asked) << asked.width << " by " << asked.height;
     std::filesystem::remove(video);
-  }
+  };
+  expect({}, {.displayID = 2, .width = 128, .height = 48});
+  expect({.displayID = 1, .frameRate = 60},
+         {.displayID = 1, .width = 128, .height = 48, .minimumFrameInterval = {1, 60}});
+  expect({.displayID = 1, .area = CaptureArea{4, 8, 21, 20}, .frameRate = 0},
+         {.displayID = 1,
+          .sourceRect = Rect{4, 20, 20, 20},
+          .width = 20,
+          .height = 20,
+          .minimumFrameInterval = {1, 1}});
+  expect({.windowID = 9}, {.displayID = 2, .windowID = 9, .width = 30, .height = 20});
 }
 
 TEST_F(ScreenCapturerTest, SaysWhyItCannotStart) {
@@ -252,117 +201,85 @@ TEST_F(ScreenCapturerTest, SaysWhyItCannotStart) {
   EXPECT_EQ(
       whyNot({.windowID = 8}),
       "window 8 is no longer on screen — it was closed or hidden between picking it and pressing Record");
-  sound.allowed = camera.allowed = false;
+  machine.isAllowed = false;
   EXPECT_EQ(whyNot({.mic = true}),
             "microphone access denied (System Settings → Privacy & Security → Microphone)");
   EXPECT_EQ(whyNot({.facecam = true}),
             "camera access denied (System Settings → Privacy & Security → Camera)");
-  hasSound = hasCamera = false;
-  EXPECT_EQ(whyNot({.mic = true}), "no microphone device available");
-  EXPECT_EQ(whyNot({.systemAudio = true}), "system audio cannot be recorded: there is no sound server");
-  EXPECT_EQ(whyNot({.facecam = true}), "no camera device available");
-  screen.displays.clear();
-  EXPECT_EQ(whyNot({}),
-            "cannot enumerate displays — Screen Recording permission is likely missing for this process's "
-            "responsible app (System Settings → Privacy & Security → Screen Recording): no server");
+  machine.displays.clear();
+  EXPECT_THAT(whyNot({}), testing::EndsWith("Screen Recording): no server"));
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));  // nothing was created on the way
 }
 
 TEST_F(ScreenCapturerTest, RefusesToOverwriteOnlyWhatItWouldWrite) {
-  struct Case {
-    std::filesystem::path file;
-    CaptureOptions refused;
-    CaptureOptions accepted;
-  };
-  const auto facecam = RecordingFiles::facecam(video);
-  const auto cursor = RecordingFiles::cursorTelemetry(video);
-  for (const auto& [file, refused, accepted] : {
-           Case{cursor, {}, {.telemetry = false}},
-           Case{facecam, {.facecam = true}, {}},
-       }) {
+  const auto expectRefusal = [&](const std::filesystem::path& file, const CaptureOptions& refused,
+                                 const CaptureOptions& accepted) {
     std::ofstream(file) << "an earlier recording's";
     EXPECT_EQ(whyNot(refused), "output file already exists: " + file.string() +
                                    " — refusing to overwrite (never lose a recording)");
     EXPECT_EQ(whyNot(accepted), "made");
     std::filesystem::remove(file);
     std::filesystem::remove(video);
-  }
+  };
+  expectRefusal(cursor, {}, {.telemetry = false});
+  expectRefusal(facecam, {.facecam = true}, {});
   std::filesystem::create_symlink(folder / "nowhere", video);
   EXPECT_THAT(whyNot({}), testing::HasSubstr("output file already exists"));
-}
-
-TEST_F(ScreenCapturerTest, RecordsNothingWithoutAMarker) {
-  std::filesystem::create_directory(RecordingFiles::marker(video));
-  EXPECT_THAT(whyNot({}), testing::HasSubstr("could not write " + RecordingFiles::marker(video).string()));
+  std::filesystem::remove(video);
+  std::filesystem::remove(marker);
+  std::filesystem::create_directory(marker);  // nothing records without its marker
+  EXPECT_THAT(whyNot({}), testing::HasSubstr("could not write " + marker.string()));
 }
 
 TEST_F(ScreenCapturerTest, WarnsOfSourcesThatGaveNothing) {
-  struct Case {
-    float level;  ///< Of the microphone; below zero means that it delivers nothing.
-    const char* warning;
-  };
-  for (const auto& [level, warning] : {
-           Case{-1, "microphone produced no audio — check input device"},
-           Case{0, "no microphone signal detected (peak -inf dBFS) — mic may be muted"},
-           Case{0.001F, "no microphone signal detected (peak -60.0 dBFS) — mic may be muted"},
-       }) {
+  const auto expectWarning = [&](std::optional<float> level, const std::string& warning) {
     const auto capturer = make({.mic = true, .facecam = true});
     runBlocking(capturer->start());
-    for (int buffer = 0; level >= 0 && buffer < 1000; ++buffer)
-      sound.onMicrophone({.time = HostClock::now(), .samples = std::vector<float>(48, level)});
+    for (int buffer = 0; level && buffer < 1000; ++buffer)
+      machine.onMicrophone({.time = HostClock::now(), .samples = std::vector<float>(48, *level)});
     const auto artifacts = stop(*capturer).artifacts;
-    EXPECT_THAT(
-        artifacts.warnings,
-        testing::IsSupersetOf({std::string(warning),
-                               std::string("facecam produced no frames — camera stream never delivered"),
-                               std::string("no video frames captured — cursor telemetry not written")}));
-    EXPECT_EQ(artifacts.facecam, std::nullopt);
-    EXPECT_EQ(artifacts.cursorTelemetry, std::nullopt);
-    EXPECT_EQ(artifacts.clickDiagnostics, std::nullopt);
-    for (const auto& file : {video, RecordingFiles::facecam(video)}) std::filesystem::remove(file);
-  }
+    EXPECT_THAT(artifacts.warnings,
+                ElementsAre("facecam produced no frames — camera stream never delivered",
+                            "no video frames captured — cursor telemetry not written", warning,
+                            "microphone was enabled but the recording carries no audio track"));
+    EXPECT_FALSE(artifacts.facecam || artifacts.cursorTelemetry || artifacts.clickDiagnostics);
+    for (const auto& file : {video, facecam}) std::filesystem::remove(file);
+  };
+  expectWarning(std::nullopt, "microphone produced no audio — check input device");
+  expectWarning(0, "no microphone signal detected (peak -inf dBFS) — mic may be muted");
+  expectWarning(0.001F, "no microphone signal detected (peak -60.0 dBFS) — mic may be muted");
 }
 
-TEST_F(ScreenCapturerTest, KeepsTheRecordingWhenTheSoundEnds) {
-  sound.hasServer = false;
-  const auto capturer = make({.mic = true, .systemAudio = true, .telemetry = false});
+TEST_F(ScreenCapturerTest, KeepsTheRecordingWhenWhatIsBesideItFails) {
+  machine.cameraError = scriptedError("no space");
+  machine.cameraFrames = 3;
+  machine.keepsGoing = false;
+  const auto capturer = make({.mic = true, .systemAudio = true, .facecam = true});
   runBlocking(capturer->start());
-  screen.deliver(HostClock::now());
+  machine.deliverFrame(HostClock::now());
+  std::filesystem::create_directory(cursor);
   const auto [artifacts, stopError] = stop(*capturer);
   EXPECT_EQ(stopError, nullptr);
   EXPECT_THAT(
       artifacts.warnings,
-      ElementsAre("mic went away", "system went away", "microphone produced no audio — check input device",
+      ElementsAre("facecam finalize failed: no space",
+                  testing::StartsWith("cursor telemetry write failed: could not write "), "mic went away",
+                  "system went away", "microphone produced no audio — check input device",
                   "microphone was enabled but the recording carries no audio track"));
-}
-
-TEST_F(ScreenCapturerTest, KeepsTheRecordingWhenAFileBesideItCannotBeClosed) {
-  camera.finishError = scriptedError("no space");
-  camera.frames = 3;
-  const auto capturer = make({.facecam = true});
-  runBlocking(capturer->start());
-  screen.deliver(HostClock::now());
-  std::filesystem::create_directory(RecordingFiles::cursorTelemetry(video));
-  const auto [artifacts, stopError] = stop(*capturer);
-  EXPECT_EQ(stopError, nullptr);
-  ASSERT_EQ(artifacts.warnings.size(), 2U);
-  EXPECT_EQ(artifacts.warnings[0], "facecam finalize failed: no space");
-  EXPECT_THAT(artifacts.warnings[1], testing::StartsWith("cursor telemetry write failed: could not write "));
-  EXPECT_EQ(artifacts.facecam, std::nullopt);
-  EXPECT_EQ(artifacts.cursorTelemetry, std::nullopt);
+  EXPECT_FALSE(artifacts.facecam || artifacts.cursorTelemetry);
 }
 
 TEST_F(ScreenCapturerTest, ReportsTheFirstFailureOnlyAndTheStopErrorBeforeTheWriters) {
   const auto capturer = make({.facecam = true, .telemetry = false});
   runBlocking(capturer->start());
-  camera.onFailure(scriptedError("camera lost"));
-  screen.sampleQueue->sync([&] { screen.callbacks.onStopped(scriptedError("screen lost")); });
-  screen.sampleQueue->sync([] {});
+  machine.onCameraFailure(scriptedError("camera lost"));
+  machine.sampleQueue->sync([&] { machine.screen.onStopped(scriptedError("screen lost")); });
+  machine.sampleQueue->sync([] {});
   EXPECT_THAT(failures, ElementsAre("camera lost"));
 
-  screen.stopError = scriptedError("stop refused");
+  machine.stopError = scriptedError("stop refused");
   EXPECT_EQ(describe(stop(*capturer).stopError), "stop refused");
-  EXPECT_FALSE(std::filesystem::exists(RecordingFiles::marker(video)));
+  EXPECT_FALSE(std::filesystem::exists(marker));
 }
 
 }  // namespace

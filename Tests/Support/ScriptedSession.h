@@ -3,8 +3,10 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 
+#include "CaptureEngine/RecordingCoordinator.h"
 #include "CaptureEngine/SessionCapturing.h"
 #include "Core/Error.h"
 
@@ -22,20 +24,42 @@ inline std::exception_ptr scriptedError(std::string description) {
 /// A session that captures nothing, and ends as its script says.
 class ScriptedSession : public SessionCapturing {
  public:
-  /// Outlives the session.
+  /// Outlives the sessions and the coordinator made from it.
   struct Script {
+    std::exception_ptr makeError;               ///< Set: no session comes about.
     std::function<Task<void>()> whileStarting;  ///< May throw.
+    std::function<Task<void>()> untilLimit;     ///< Ends when the duration has passed; none: at once.
     std::function<void()> whileStopping;
     Finalized finalized;
+    std::atomic<std::int64_t> milliseconds = 5000;  ///< Of the host clock.
+    std::optional<std::int64_t> freeBytes;          ///< On the disk.
+    // What came of it.
+    RecordingCoordinator::Request request;
+    FailureCallback onFailure;
     std::atomic<int> stops = 0;
-    FailureCallback onFailure;  ///< Set once the session has been made.
-    PauseClock* pauseClock = nullptr;
+
+    std::shared_ptr<RecordingCoordinator> makeCoordinator() {
+      return RecordingCoordinator::make(RecordingCoordinator::Environment{
+          .makeCapturer = [this](RecordingCoordinator::Request asked,
+                                 FailureCallback given) -> Task<std::shared_ptr<SessionCapturing>> {
+            if (makeError) std::rethrow_exception(makeError);
+            request = asked;
+            onFailure = std::move(given);
+            co_return std::make_shared<ScriptedSession>(*this);
+          },
+          .now =
+              [this] {
+                return MediaTime{milliseconds, 1000};
+              },
+          .sleep = [this](double) -> Task<bool> {
+            if (untilLimit) co_await untilLimit();
+            co_return true;
+          },
+          .availableBytes = [this](const std::filesystem::path&) { return freeBytes; }});
+    }
   };
 
-  ScriptedSession(Script& script, FailureCallback onFailure) : script_(script) {
-    script_.onFailure = std::move(onFailure);
-    script_.pauseClock = &pauseClock_;
-  }
+  explicit ScriptedSession(Script& script) : script_(script) {}
 
   Task<void> start() override {
     if (script_.whileStarting) co_await script_.whileStarting();
