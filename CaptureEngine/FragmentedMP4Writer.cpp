@@ -29,10 +29,14 @@ FragmentedMP4Writer::FragmentedMP4Writer(Configuration configuration, SerialQueu
   if (configuration_.microphone) micInput_ = writer_.addAudio(microphoneSettings);
   if (configuration_.systemAudio) systemAudioInput_ = writer_.addAudio(systemAudioSettings);
   if (!writer_.startWriting()) throw WriterError(writer_.error());
+  if (configuration_.pauseClock)
+    resumed_ = configuration_.pauseClock->resumed().connect(
+        [this](const MediaTime& hostTime) { queue_.async([this, hostTime] { repeatIfStill(hostTime); }); });
 }
 
 FragmentedMP4Writer::~FragmentedMP4Writer() {
-  // A heartbeat that is already queued must find the writer alive.
+  resumed_.disconnect();
+  // A repeat that is already queued must find the writer alive.
   queue_.sync([this] { heartbeat_.reset(); });
 }
 
@@ -43,13 +47,14 @@ std::optional<MediaTime> FragmentedMP4Writer::adjust(MediaTime time) const {
 void FragmentedMP4Writer::append(PixelBufferRef pixelBuffer, MediaTime time) {
   if (finished_) return;
   const auto adjusted = adjust(time);
-  if (!adjusted) return;
-  if (writer_.status() == AssetWriter::Status::failed) throw WriterError(writer_.error());
-  if (!sessionStartTime_.isValid()) startSession(*adjusted);
-  if (lastAppendTime_.isValid() && !(*adjusted > lastAppendTime_)) return;
-  appendNow(pixelBuffer, *adjusted);
-  // A frame that the encoder had no time for is what the screen shows now, so it is the one to repeat.
+  if (adjusted && writer_.status() == AssetWriter::Status::failed) throw WriterError(writer_.error());
+  isBehind_ = !adjusted || !isInOrder(*adjusted) || !appendNow(pixelBuffer, *adjusted);
+  // Dropped or not, it is what the screen shows until it changes again, so it is the one to repeat.
   lastPixelBuffer_ = std::move(pixelBuffer);
+}
+
+bool FragmentedMP4Writer::isInOrder(MediaTime adjusted) const {
+  return !lastAppendTime_.isValid() || adjusted > lastAppendTime_;
 }
 
 void FragmentedMP4Writer::startSession(MediaTime adjusted) {
@@ -59,13 +64,16 @@ void FragmentedMP4Writer::startSession(MediaTime adjusted) {
                                             [this] { repeatIfStill(configuration_.now()); });
 }
 
-void FragmentedMP4Writer::appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted) {
-  if (writer_.append(videoInput_, pixelBuffer, adjusted)) lastAppendTime_ = adjusted;
+bool FragmentedMP4Writer::appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted) {
+  if (!sessionStartTime_.isValid()) startSession(adjusted);
+  if (!writer_.append(videoInput_, pixelBuffer, adjusted)) return false;
+  lastAppendTime_ = adjusted;
+  return true;
 }
 
 void FragmentedMP4Writer::repeat(const PixelBufferRef& pixelBuffer, MediaTime adjusted) {
   // A repeat that finds no room is left out; it does not count as a frame that was dropped.
-  if (writer_.isReady(videoInput_)) appendNow(pixelBuffer, adjusted);
+  if (writer_.isReady(videoInput_)) isBehind_ = !appendNow(pixelBuffer, adjusted);
 }
 
 void FragmentedMP4Writer::repeatIfStill(MediaTime hostTime) {
@@ -77,7 +85,8 @@ void FragmentedMP4Writer::repeatIfStill(MediaTime hostTime) {
     return;
   }
   const auto adjusted = adjust(hostTime);
-  if (adjusted && *adjusted - lastAppendTime_ > stillAfter) repeat(lastPixelBuffer_, *adjusted);
+  if (!adjusted || !isInOrder(*adjusted)) return;
+  if (isBehind_ || *adjusted - lastAppendTime_ > stillAfter) repeat(lastPixelBuffer_, *adjusted);
 }
 
 void FragmentedMP4Writer::appendAudio(AudioBuffer buffer, SoundTrack track) {
@@ -116,7 +125,7 @@ void FragmentedMP4Writer::appendFinalFrame() {
   // The file reaches to the moment of the stop, not to that of the last change on screen.
   const auto lastPicture = std::exchange(lastPixelBuffer_, nullptr);
   const auto adjusted = adjust(configuration_.now());
-  if (lastPicture && adjusted && *adjusted > lastAppendTime_) repeat(lastPicture, *adjusted);
+  if (lastPicture && adjusted && isInOrder(*adjusted)) repeat(lastPicture, *adjusted);
 }
 
 }  // namespace quillant

@@ -51,7 +51,7 @@ class FragmentedMP4Writer {
 
   /// Creates the file, which must not exist. Throws `WriterError`.
   FragmentedMP4Writer(Configuration configuration, SerialQueue& queue);
-  /// Off the queue or on it; no other call may be under way.
+  /// Off the queue or on it; no other call may be under way, nor the pause clock's `resume`.
   ~FragmentedMP4Writer();
   FragmentedMP4Writer(const FragmentedMP4Writer&) = delete;
   FragmentedMP4Writer& operator=(const FragmentedMP4Writer&) = delete;
@@ -61,8 +61,8 @@ class FragmentedMP4Writer {
   void append(PixelBufferRef pixelBuffer, MediaTime time);
   /// Any thread; never fails. Sound before the first frame, or of a track that the file lacks, is dropped.
   void appendAudio(AudioBuffer buffer, SoundTrack track);
-  /// On the queue; the heartbeat calls it once a second. Repeats the last picture if nothing was appended for
-  /// more than 0.9 s before `hostTime`.
+  /// On the queue; the heartbeat calls it once a second, and the end of a pause. Repeats the last picture if
+  /// nothing was appended for more than 0.9 s before `hostTime`, or if the file does not show it yet.
   void repeatIfStill(MediaTime hostTime);
 
   /// The adjusted time of the first frame; invalid before it. Off the queue or on it.
@@ -75,9 +75,10 @@ class FragmentedMP4Writer {
 
  private:
   void startSession(MediaTime adjusted);
-  void appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
+  bool appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
   void repeat(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
   std::optional<MediaTime> adjust(MediaTime time) const;
+  bool isInOrder(MediaTime adjusted) const;
   Task<void> finishOnQueue();
   void appendFinalFrame();
 
@@ -92,8 +93,10 @@ class FragmentedMP4Writer {
   bool finished_ = false;
   MediaTime sessionStartTime_ = MediaTime::invalid();
   PixelBufferRef lastPixelBuffer_;
+  bool isBehind_ = false;  ///< The last picture was dropped: the file shows one before it.
   MediaTime lastAppendTime_ = MediaTime::invalid();
   std::unique_ptr<QueueTimer> heartbeat_;
+  Connection resumed_;
 };
 
 }  // namespace quillant

@@ -10,11 +10,14 @@ void PauseClock::pause(MediaTime now) {
 }
 
 void PauseClock::resume(MediaTime now) {
-  const std::lock_guard guard(lock_);
-  if (!paused_ || !pauseStart_.isValid()) return;
-  accumulatedOffset_ = accumulatedOffset_ + (now - pauseStart_);
-  paused_ = false;
-  pauseStart_ = MediaTime::invalid();
+  {
+    const std::lock_guard guard(lock_);
+    if (!paused_ || !pauseStart_.isValid()) return;
+    accumulatedOffset_ = accumulatedOffset_ + (now - pauseStart_);
+    paused_ = false;
+    pauseStart_ = MediaTime::invalid();
+  }
+  resumed_.emit(now);
 }
 
 bool PauseClock::isPaused() const {

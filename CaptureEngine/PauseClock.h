@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "Core/MediaTime.h"
+#include "Core/Signal.h"
 
 namespace quillant {
 
@@ -21,10 +22,14 @@ class PauseClock {
 
   /// `time` without all closed pauses; nothing while paused, when a sample is to be dropped.
   std::optional<MediaTime> adjust(MediaTime time) const;
+  /// Tells that a pause has been closed, and when: on the thread that closed it.
+  Signal<MediaTime>& resumed() { return resumed_; }
+
   /// How long the recording has been paused in all, a pause that is still open at `now` included.
   MediaTime pausedTime(MediaTime now) const;
 
  private:
+  Signal<MediaTime> resumed_;
   mutable std::mutex lock_;
   bool paused_ = false;
   MediaTime pauseStart_ = MediaTime::invalid();
