@@ -28,12 +28,6 @@ const std::vector<Options>& wishes(bool isDevice) {
   return isDevice ? ofDevices : ofSources;
 }
 
-/// A device that is there and does not open, because another program has it, is not the same as none.
-FacecamError::Kind kindOf(int error) {
-  const bool isMissing = error == AVERROR(ENOENT) || error == AVERROR(ENODEV) || error == AVERROR(ENXIO);
-  return isMissing ? FacecamError::Kind::noCamera : FacecamError::Kind::cannotConfigure;
-}
-
 FFmpeg::InputContext open(const AVInputFormat* format, const std::string& address, bool isDevice) {
   int result = AVERROR(ENODEV);
   for (const auto& wanted : wishes(isDevice)) {
@@ -46,7 +40,10 @@ FFmpeg::InputContext open(const AVInputFormat* format, const std::string& addres
     av_dict_free(&options);
     if (result >= 0) return FFmpeg::InputContext(context);
   }
-  throw FacecamError(kindOf(result));
+  // A device that is there and does not open, because another program has it, is not the same as none.
+  const bool isMissing = result == AVERROR(ENOENT) || result == AVERROR(ENODEV) || result == AVERROR(ENXIO);
+  throw FacecamError(isDevice && !isMissing ? FacecamError::Kind::cannotConfigure
+                                            : FacecamError::Kind::noCamera);
 }
 
 FFmpeg::CodecContext openDecoder(const AVCodecParameters& parameters) {
