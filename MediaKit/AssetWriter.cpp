@@ -1,5 +1,6 @@
 #include "MediaKit/AssetWriter.h"
 
+#include <algorithm>
 #include <atomic>
 #include <fmt/format.h>
 #include <mutex>
@@ -71,6 +72,7 @@ struct AssetWriter::Implementation {
   void encodePicture(InputState& input, const EncoderPicture& picture, std::int64_t time,
                      Clock::time_point arrived);
   void giveWay(InputState& input);
+  void finish();
 
   WriterPipeline::Settings settings;
   std::vector<std::unique_ptr<InputState>> inputs;
@@ -112,7 +114,7 @@ void AssetWriter::Implementation::fail(std::exception_ptr reason) {
 template <class Work>
 void AssetWriter::Implementation::run(SerialQueue& queue, Work work) {
   queue.async([this, work = std::move(work)]() mutable {
-    if (isAbandoned || status() == Status::failed) return;
+    if (isAbandoned || status() != Status::writing) return;
     try {
       work();
     } catch (...) {
@@ -150,6 +152,20 @@ void AssetWriter::Implementation::giveWay(InputState& input) {
       "the encoder could not keep up and was set to work faster: the file is larger for it";
   const std::lock_guard lock(mutex);
   if (warnings.empty()) warnings.push_back(text);
+}
+
+/// Where nothing that was appended meanwhile can come after it.
+void AssetWriter::Implementation::finish() {
+  if (status() != Status::writing) return;
+  try {
+    pipeline->finish();
+    if (const auto refusal = pipeline->file().error()) std::rethrow_exception(refusal);
+  } catch (...) {
+    fail(std::current_exception());
+    return;
+  }
+  const std::lock_guard lock(mutex);
+  currentStatus = Status::completed;
 }
 
 AssetWriter::AssetWriter(std::filesystem::path path, MediaContainer container, MediaTime fragmentInterval)
@@ -191,7 +207,8 @@ AssetWriter::Input AssetWriter::addAudio(const AudioInputSettings& settings) {
 bool AssetWriter::startWriting() {
   auto& self = *implementation_;
   try {
-    self.pipeline = std::make_unique<WriterPipeline>(self.settings, self.encoding);
+    self.pipeline = std::make_unique<WriterPipeline>(
+        self.settings, self.encoding, [&self](std::exception_ptr error) { self.fail(std::move(error)); });
   } catch (...) {
     self.fail(std::current_exception());
     return false;
@@ -246,25 +263,13 @@ void AssetWriter::markAsFinished(Input input) {
 
 Task<void> AssetWriter::finishWriting() {
   auto& self = *implementation_;
-  if (self.status() != Status::writing) co_return;
   auto nothing = []() -> Task<void> { co_return; };
   auto finish = [](Implementation& writer) -> Task<void> {
-    writer.pipeline->finish();
+    writer.finish();
     co_return;
   };
-  try {
-    co_await runOn(self.conversion.executor(), nothing());  // what was converted is with the encoder then
-    co_await runOn(self.encoding.executor(), finish(self));
-  } catch (...) {
-    self.fail(std::current_exception());
-    co_return;
-  }
-  if (const auto error = self.pipeline->file().error()) {
-    self.fail(error);
-    co_return;
-  }
-  const std::lock_guard lock(self.mutex);
-  if (self.currentStatus == Status::writing) self.currentStatus = Status::completed;
+  co_await runOn(self.conversion.executor(), nothing());  // what was converted is with the encoder then
+  co_await runOn(self.encoding.executor(), finish(self));
 }
 
 AssetWriter::Status AssetWriter::status() const {
@@ -292,8 +297,8 @@ std::vector<std::string> AssetWriter::warnings() const {
   }
   if (const auto dropped = self.framesRefused.load(); dropped > 0)
     texts.push_back(
-        dropped == 1 ? std::string("1 frame was dropped because the encoder could not keep up")
-                     : fmt::format("{} frames were dropped because the encoder could not keep up", dropped));
+        dropped == 1 ? std::string("1 frame was dropped because this machine could not keep up")
+                     : fmt::format("{} frames were dropped because this machine could not keep up", dropped));
   return texts;
 }
 

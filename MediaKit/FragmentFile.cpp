@@ -30,11 +30,10 @@ FragmentFile::FragmentFile(const std::filesystem::path& path, const std::vector<
   if (!file_) throwLastError();
   writeAt(0, fileType.data(), fileType.size());
   writeAt(roomOffset_, room.data(), room.size());
-  written_ = size_ = roomOffset_ + room.size();
+  written_ = roomOffset_ + room.size();
 }
 
 void FragmentFile::append(std::vector<std::uint8_t> boxes) {
-  size_ += boxes.size();
   backlog_ += boxes.size();
   queue_.async([this, boxes = std::move(boxes)] {
     attempt([&] { writeWhole(boxes); });
@@ -53,8 +52,8 @@ void FragmentFile::syncSoon() {
   });
 }
 
-void FragmentFile::flush() {
-  queue_.sync([] {});
+std::uint64_t FragmentFile::flush() {
+  return queue_.sync([this] { return written_; });
 }
 
 void FragmentFile::closeWith(const std::vector<std::uint8_t>& index) {

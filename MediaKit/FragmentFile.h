@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -30,9 +31,8 @@ class FragmentFile {
   void append(std::vector<std::uint8_t> boxes);
   /// Bytes that wait for the disk.
   std::size_t backlog() const { return backlog_; }
-  std::uint64_t size() const { return size_; }  ///< Once all that was appended is written.
-  /// Waits until everything appended is written, though perhaps not yet synced.
-  void flush();
+  /// Waits until everything appended is written, though perhaps not yet synced. The size of the file then.
+  std::uint64_t flush();
   /// Waits like `flush`, then writes `index` at the end and turns all between the head and it into one box of
   /// media data: an ordinary file. Until that last write, of 16 bytes, it remains a fragmented one.
   void closeWith(const std::vector<std::uint8_t>& index);
@@ -51,7 +51,6 @@ class FragmentFile {
   std::filesystem::path path_;
   FileDescriptor file_;
   std::uint64_t roomOffset_ = 0;
-  std::uint64_t size_ = 0;     ///< As the caller counts it.
   std::uint64_t written_ = 0;  ///< Whole boxes in the file; the queue's.
   std::atomic<std::size_t> backlog_ = 0;
   mutable std::mutex mutex_;

@@ -27,12 +27,14 @@ constexpr std::int64_t stillKeyFrameInterval = 60 * H264Encoder::timescale;
 WriterPipeline::VideoTrack::VideoTrack(const VideoInputSettings& settings)
     : encoder(settings), frameTicks(H264Encoder::timescale / std::max(1, settings.expectedFrameRate)) {}
 
-WriterPipeline::WriterPipeline(const Settings& settings, SerialQueue& queue)
+WriterPipeline::WriterPipeline(const Settings& settings, SerialQueue& queue,
+                               std::function<void(std::exception_ptr)> onFailure)
     : muxer_(settings.container),
       head_(openMuxer(settings)),
       file_(settings.path, head_.fileType),
       timer_(queue.executor()),
-      interval_(settings.fragmentInterval) {}
+      interval_(settings.fragmentInterval),
+      onFailure_(std::move(onFailure)) {}
 
 WriterPipeline::~WriterPipeline() = default;
 
@@ -103,8 +105,9 @@ void WriterPipeline::closeFragmentIfDue() {
   closeFragment();
 }
 
-/// A picture that has stood for a while goes into the fragment without waiting for the next. It is said to
-/// last one frame; the next fragment states its own start, and the closing index tells the true duration.
+/// A picture that has stood for a while goes into the fragment without waiting for the next. How long it will
+/// stand is not known (after a pause the next may be stamped a moment later), so it is said to last one tick;
+/// the next fragment states its own start, and the closing index tells the true duration.
 void WriterPipeline::releaseStalePictures(Clock::time_point now) {
   for (std::size_t i = 0; i < video_.size(); ++i) {
     const auto& track = video_[i];
@@ -129,7 +132,12 @@ void WriterPipeline::armTimer() {
   timer_.async_wait([this](std::error_code error) {
     if (error) return;
     timerIsArmed_ = false;
-    closeFragmentIfDue();
+    try {
+      closeFragmentIfDue();
+    } catch (...) {
+      onFailure_(std::current_exception());
+      return;
+    }
     if (mediaWaits_) armTimer();
   });
 }
@@ -143,9 +151,8 @@ void WriterPipeline::finish() {
     writeSound(i);
   }
   closeFragment();
-  file_.flush();
-  if (fragmentsClosed_ > 0 && !file_.error())
-    file_.closeWith(ClosingIndex::make({file_.descriptor(), file_.size()}));
+  const auto size = file_.flush();
+  if (fragmentsClosed_ > 0 && !file_.error()) file_.closeWith(ClosingIndex::make({file_.descriptor(), size}));
 }
 
 }  // namespace quillant

@@ -3,6 +3,8 @@
 #include <asio/steady_timer.hpp>
 #include <chrono>
 #include <deque>
+#include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -32,7 +34,9 @@ class WriterPipeline {
     std::vector<AudioInputSettings> audio;
   };
   /// Opens the encoders, then makes the file. Throws `FileError` too.
-  WriterPipeline(const Settings& settings, SerialQueue& queue);
+  /// `onFailure` is told on the queue what went wrong while no call was running.
+  WriterPipeline(const Settings& settings, SerialQueue& queue,
+                 std::function<void(std::exception_ptr)> onFailure);
   /// On the queue.
   ~WriterPipeline();
 
@@ -77,6 +81,7 @@ class WriterPipeline {
   FragmentFile file_;
   asio::steady_timer timer_;
   Clock::duration interval_;
+  std::function<void(std::exception_ptr)> onFailure_;
   bool timerIsArmed_ = false;
   bool mediaWaits_ = false;  ///< Something is there that is in no closed fragment.
   Clock::time_point mediaSince_{};

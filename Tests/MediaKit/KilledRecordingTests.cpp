@@ -29,7 +29,7 @@ TEST(KilledRecording, DISABLED_RecordsUntilItIsKilled) {
   ASSERT_NE(path, nullptr);
   TestRecording recording{.width = 320, .height = 180, .frames = 60 * 30, .audioChannels = {1}};
   recording.fragmentInterval = {900, 600};
-  recording.onFirstFrame = [] { std::cout << "recording" << std::endl; };
+  recording.onAppended = [](int index) { std::cout << "appended " << index << std::endl; };
   recording.writeUnfinished(path);
 }
 
@@ -43,32 +43,35 @@ class KilledProcess {
                  {{pathVariable, path_.string()}}) {}
 
   void waitForItsStart() {
-    ASSERT_TRUE(process_.readLineWith("recording"));
+    ASSERT_TRUE(process_.readLineWith("appended 0"));
     begin_ = Clock::now();
   }
 
-  /// The seconds that were lost.
+  /// The seconds that were lost, by the clock.
   double killAndCheck() {
     std::this_thread::sleep_until(begin_ + std::chrono::duration_cast<Clock::duration>(after_));
     process_.signal(SIGKILL);
     const Seconds lived = Clock::now() - begin_;
     EXPECT_EQ(process_.wait(), -SIGKILL);
-    SCOPED_TRACE(fmt::format("killed after {:.3f} s", lived.count()));
+    const auto told = process_.readAll();
+    const auto last = told.rfind("appended ");
+    // A machine that is too busy to give the process its time is no fault of the writer's.
+    const double appended = last == std::string::npos ? 0 : std::stoi(told.substr(last + 9)) / 30.0;
+    SCOPED_TRACE(fmt::format("killed after {:.3f} s, appended up to {:.3f} s", lived.count(), appended));
     MediaTime duration;
     try {
       duration = AssetProbe::probe(path_).duration;
     } catch (const MediaError& error) {
       EXPECT_EQ(error.kind(), MediaError::Kind::unreadable);
-      EXPECT_LT(lived.count(), 1.5) << "the first fragment closes long before that";
+      EXPECT_LT(appended, 1.5) << "the first fragment closes long before that";
       return 0;
     }
     const auto media = DecodedMedia::decode(path_);
     EXPECT_THAT(media.errors, testing::IsEmpty());
     for (const auto& frame : media.frames) EXPECT_EQ(frame.time, (MediaTime{frame.stamp, 30}));
-    const double lost = lived.count() - duration.seconds();
-    EXPECT_LT(lost, 2.5);
+    EXPECT_LT(appended - duration.seconds(), 2.5);
     EXPECT_LT(media.frames.back().time, duration);
-    return lost;
+    return lived.count() - duration.seconds();
   }
 
  private:

@@ -44,7 +44,8 @@ void TestRecording::feed(AssetWriter& writer, bool atItsPace) const {
   writer.startSession(MediaTime::zero());
   const auto begin = std::chrono::steady_clock::now();
   const int samples = 48'000 / frameRate;
-  for (int i = 0; i < frames; ++i) {
+  const auto hasFragments = [&] { return !atItsPace || writer.counters().fragmentsClosed >= 4; };
+  for (int i = 0; i < frames || !hasFragments(); ++i) {
     if (atItsPace) {
       // On a machine that is too slow pictures are left out, as they are by a real source.
       const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begin;
@@ -55,7 +56,7 @@ void TestRecording::feed(AssetWriter& writer, bool atItsPace) const {
     const MediaTime time{i, frameRate};
     ASSERT_TRUE(eventually([&] { return writer.isReady(video); })) << describe(writer.error());
     ASSERT_TRUE(writer.append(video, StampedFrames::moving(width, height, std::uint32_t(i)), time));
-    if (i == 0 && onFirstFrame) onFirstFrame();
+    if (onAppended) onAppended(i);
     for (std::size_t track = 0; track < tracks.size(); ++track)
       ASSERT_TRUE(
           writer.append(tracks[track], sound(std::int64_t{i} * samples, samples, audioChannels[track])));
@@ -72,7 +73,6 @@ void TestRecording::write(const std::filesystem::path& path) const {
 void TestRecording::writeUnfinished(const std::filesystem::path& path) const {
   AssetWriter writer(path, container, fragmentInterval);
   feed(writer, true);
-  ASSERT_GT(writer.counters().fragmentsClosed, 1U);
 }
 
 }  // namespace quillant

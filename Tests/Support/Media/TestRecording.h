@@ -17,12 +17,12 @@ struct TestRecording {
   MediaContainer container = MediaContainer::mp4;
   std::vector<int> audioChannels;  ///< A track each.
   MediaTime fragmentInterval{1, 10};
-  std::function<void()> onFirstFrame;
+  std::function<void(int index)> onAppended;
 
   /// As fast as it goes, finished to an ordinary file.
   void write(const std::filesystem::path& path) const;
-  /// At the pace of its time stamps, and never finished: as a killed process leaves it. Has `frames /
-  /// frameRate` seconds to close fragments, the first after 0.2 s.
+  /// At the pace of its time stamps, and never finished: as a killed process leaves it. Goes on beyond
+  /// `frames` until four fragments are closed.
   void writeUnfinished(const std::filesystem::path& path) const;
 
   /// The sound that every track gets: `count` samples a channel from sample `first` on.
