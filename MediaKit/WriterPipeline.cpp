@@ -129,8 +129,9 @@ void WriterPipeline::closeFragment() {
 void WriterPipeline::armTimer() {
   if (std::exchange(timerIsArmed_, true)) return;
   timer_.expires_at(std::max(fragmentDue(), Clock::now() + 10ms));
-  timer_.async_wait([this](std::error_code error) {
-    if (error) return;
+  timer_.async_wait([this, alive = std::weak_ptr<void>(alive_)](std::error_code error) {
+    // A wait that is over is not cancelled any more: its handler may stand behind the pipeline's end.
+    if (error || alive.expired()) return;
     timerIsArmed_ = false;
     try {
       closeFragmentIfDue();

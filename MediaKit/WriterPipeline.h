@@ -1,6 +1,7 @@
 #pragma once
 
 #include <asio/steady_timer.hpp>
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <exception>
@@ -33,8 +34,8 @@ class WriterPipeline {
     std::vector<VideoInputSettings> video;  ///< Their tracks come first.
     std::vector<AudioInputSettings> audio;
   };
-  /// Opens the encoders, then makes the file. Throws `FileError` too.
-  /// `onFailure` is told on the queue what went wrong while no call was running.
+  /// Opens the encoders, then makes the file. Throws `FileError` too. `onFailure` is told on the queue what
+  /// went wrong while no call was running.
   WriterPipeline(const Settings& settings, SerialQueue& queue,
                  std::function<void(std::exception_ptr)> onFailure);
   /// On the queue.
@@ -80,6 +81,7 @@ class WriterPipeline {
   FragmentMuxer::Head head_;
   FragmentFile file_;
   asio::steady_timer timer_;
+  const std::shared_ptr<void> alive_ = std::make_shared<char>();
   Clock::duration interval_;
   std::function<void(std::exception_ptr)> onFailure_;
   bool timerIsArmed_ = false;

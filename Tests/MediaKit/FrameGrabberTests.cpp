@@ -139,26 +139,5 @@ TEST(FrameGrabber, ShowsTheColorsThatWereRecorded) {
   }
 }
 
-TEST(FrameGrabber, TellsWhyThereIsNoPicture) {
-  const TemporaryFolder folder;
-  const auto kindOf = [](const std::filesystem::path& path) {
-    try {
-      FrameGrabber::grab(path, MediaTime::zero());
-    } catch (const MediaError& error) {
-      return error.kind();
-    }
-    return MediaError::Kind::codec;
-  };
-  AtomicFile::write(folder / "text.mp4", "no movie");
-  EXPECT_EQ(kindOf(folder / "text.mp4"), MediaError::Kind::unreadable);
-  AssetWriter writer(folder / "sound.mp4", MediaContainer::mp4, {3, 2});
-  const auto microphone = writer.addAudio({});
-  ASSERT_TRUE(writer.startWriting());
-  writer.startSession(MediaTime::zero());
-  ASSERT_TRUE(writer.append(microphone, TestRecording::sound(0, 9600, 1)));
-  runBlocking(writer.finishWriting());
-  EXPECT_EQ(kindOf(folder / "sound.mp4"), MediaError::Kind::noVideoTrack);
-}
-
 }  // namespace
 }  // namespace quillant
