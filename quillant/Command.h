@@ -1,15 +1,23 @@
 #pragma once
 
 #include <algorithm>
+#include <filesystem>
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace quillant {
 
 /// The program's name, and the words after it.
 using Arguments = std::vector<std::string>;
+
+/// A path as its user means it: from the folder in which the program was started.
+inline std::filesystem::path pathArgument(const std::string& word) {
+  std::error_code ignored;
+  return std::filesystem::current_path(ignored) / word;
+}
 
 /// One mode of the program. The first one of a fixed chain that claims the arguments runs, to its end.
 class Command {

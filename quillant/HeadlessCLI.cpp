@@ -134,7 +134,7 @@ int HeadlessCLI::runRecover(const std::vector<std::string>& words) {
     Console::writeError(fmt::format("quillant: recover requires --dir <directory>\n{}\n", usage));
     return ExitCode::usage;
   }
-  const auto found = runBlocking(RecoveryService{words[1]}.sweep());
+  const auto found = runBlocking(RecoveryService{pathArgument(words[1])}.sweep());
   if (found.empty()) Console::print("quillant: no orphaned recordings found");
   for (const auto& recording : found) Console::print(std::visit(DescribeStatus{recording}, recording.status));
   return ExitCode::success;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "CaptureEngine/RecordingFiles.h"
+#include "quillant/Command.h"
 
 namespace quillant {
 
@@ -62,8 +63,7 @@ double seconds(const std::string& flag, const std::string& word) {
 }
 
 std::filesystem::path outputPath(const std::string& flag, const std::string& word) {
-  std::error_code ignored;
-  auto path = std::filesystem::current_path(ignored) / word;
+  auto path = pathArgument(word);
   // The video would stand where its own marker belongs.
   if (RecordingFiles::marker(path) == path) throw ParseError(ParseError::InvalidValue{flag, word});
   return path;

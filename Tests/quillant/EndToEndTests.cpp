@@ -42,14 +42,6 @@ TEST_F(EndToEndTest, RecordsForTheDurationAndLeavesOutAPause) {
   EXPECT_FALSE(fs::exists(folder / "x.recording"));
 }
 
-TEST_F(EndToEndTest, EndsAtTheDurationAlsoWhilePaused) {
-  const auto result =
-      record("1.5", {"--no-telemetry", "--pause-after", "0.7", "--pause-duration", "1e300"}).wait();
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.errors, "quillant: paused at 0.7s for 1e+300s\n");
-  EXPECT_EQ(result.output, "quillant: recorded " + video + "\n");
-}
-
 TEST_F(EndToEndTest, LeavesWhatPlaysWheneverItIsKilled) {
   move();
   for (const double moment : {0.05, 0.6, 1.8, 3.3}) {

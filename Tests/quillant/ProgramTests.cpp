@@ -18,8 +18,7 @@ TEST(ProgramTest, AnswersWordsItCannotActOn) {
   const std::string usage =
       "usage: quillant record --duration <seconds> --output <path.mp4> [--mic] [--mic-device <uniqueID>] "
       "[--system-audio] [--facecam] [--no-telemetry] [--display <displayID>] [--pause-after <s> "
-      "--pause-duration "
-      "<s>]\n       quillant recover --dir <directory>\n";
+      "--pause-duration <s>]\n       quillant recover --dir <directory>\n";
   const std::string requiresDir = "quillant: recover requires --dir <directory>\n";
   struct Case {
     std::vector<std::string> words;
@@ -95,7 +94,9 @@ TEST(ProgramTest, CannotRecordWithoutADisplayAndLeavesNothing) {
 
 TEST(ProgramTest, ListsOrphansAndTouchesNothing) {
   const TemporaryFolder folder;
-  const auto recover = [&] { return quillantWith({"recover", "--dir", folder.path().string(), "ignored"}); };
+  const auto given = std::filesystem::relative(folder.path());
+  const auto found = std::filesystem::current_path() / given;
+  const auto recover = [&] { return quillantWith({"recover", "--dir", given.string(), "ignored"}); };
   EXPECT_EQ(recover().output, "quillant: no orphaned recordings found\n");
   std::ofstream(folder / "a.recording") << R"({"startedAt": 0, "pid": 1})";
   std::ofstream(folder / "b.recording");
@@ -106,9 +107,9 @@ TEST(ProgramTest, ListsOrphansAndTouchesNothing) {
     EXPECT_EQ(result.errors, "");
     EXPECT_EQ(
         result.output,
-        "quillant: unrecoverable " + (folder / "a.mp4").string() +
+        "quillant: unrecoverable " + (found / "a.mp4").string() +
             " started 2001-01-01 00:00:00 +0000 — recording file is missing\nquillant: unrecoverable " +
-            (folder / "b.mp4").string() +
+            (found / "b.mp4").string() +
             " — unreadable partial — the recording died before the first fragment flush (~2s), so nothing "
             "playable reached disk\n");
   }
