@@ -42,7 +42,7 @@ namespace AtomicFile {
 void write(const std::filesystem::path& path, std::string_view contents, unsigned mode) {
   const auto folder = folderOf(path);
   std::string temporary = (folder / ("." + path.filename().string() + ".XXXXXX")).string();
-  FileDescriptor file(::mkstemp(temporary.data()));
+  FileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
   if (!file) throw FileError("write", path, lastError());
   const bool written = ::fchmod(file.get(), mode) == 0 && writeAll(file.get(), contents) &&
                        ::fsync(file.get()) == 0 && file.close() &&
