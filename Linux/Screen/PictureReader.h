@@ -23,8 +23,7 @@ class PictureReader {
 
   /// Makes `slot` show what the source shows now. `damage` is what was drawn since the last read, in source
   /// coordinates. Returns what changed in the delivered picture: nothing if the damage lies outside, and then
-  /// `slot` is as it was. Absent if the source cannot be read: the
-  /// stream is over then.
+  /// `slot` is as it was. Absent if the source cannot be read: the stream is over then.
   std::optional<std::vector<PixelRect>> read(FramePool::Slot& slot, std::vector<PixelRect> damage);
 
   std::uint64_t pixelsFetched() const { return fetcher_.pixelsFetched(); }

@@ -182,7 +182,6 @@ void ScreenStream::capture() {
   auto* slot = pool_->acquire();
   if (!slot) {  // the damage stays with the server meanwhile
     starved_ = true;
-    ++picturesDeferred_;
     return;
   }
   const auto now = Clock::now();

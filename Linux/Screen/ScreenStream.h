@@ -34,8 +34,6 @@ class ScreenStream : public StreamControlling {
 
   /// Pixels that the server has handed over so far. Any thread.
   std::uint64_t pixelsFetched() const { return pixelsFetched_; }
-  /// How often a picture was due while every buffer was held. Any thread.
-  std::uint64_t picturesDeferred() const { return picturesDeferred_; }
 
  private:
   /// What the callbacks on the sample queue share with the stream.
@@ -62,7 +60,6 @@ class ScreenStream : public StreamControlling {
   const std::shared_ptr<WakeUp> wakeUp_;
   std::atomic<bool> stopping_ = false;
   std::atomic<std::uint64_t> pixelsFetched_ = 0;
-  std::atomic<std::uint64_t> picturesDeferred_ = 0;
   const Executor strand_;
   const Continuation<std::exception_ptr> started_;
   const Continuation<bool> finished_;

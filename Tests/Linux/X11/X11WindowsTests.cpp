@@ -14,13 +14,11 @@ void setProperty(X11Connection& x, xcb_window_t window, std::string_view name, x
                       static_cast<std::uint8_t>(format), static_cast<std::uint32_t>(count), data);
 }
 
-xcb_window_t makeWindow(X11Connection& x, xcb_window_t parent, Rect frame,
+xcb_window_t makeWindow(X11Connection& x, xcb_window_t parent, xcb_rectangle_t frame,
                         std::uint32_t overrideRedirect = 0) {
   const xcb_window_t window = xcb_generate_id(x.get());
-  xcb_create_window(x.get(), 0, window, parent, static_cast<std::int16_t>(frame.x),
-                    static_cast<std::int16_t>(frame.y), static_cast<std::uint16_t>(frame.width),
-                    static_cast<std::uint16_t>(frame.height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, 0,
-                    XCB_CW_OVERRIDE_REDIRECT, &overrideRedirect);
+  xcb_create_window(x.get(), 0, window, parent, frame.x, frame.y, frame.width, frame.height, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, 0, XCB_CW_OVERRIDE_REDIRECT, &overrideRedirect);
   xcb_map_window(x.get(), window);
   return window;
 }
