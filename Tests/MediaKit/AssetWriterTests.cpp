@@ -9,6 +9,7 @@
 #include "MediaKit/AssetWriter.h"
 #include "MediaKit/MediaError.h"
 #include "MediaKit/PictureConverter.h"
+#include "MediaKit/WriterPipeline.h"
 #include "Tests/Support/Eventually.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/StampedFrames.h"
@@ -209,22 +210,17 @@ TEST(AssetWriter, RefusesWhatItCannotWrite) {
   EXPECT_THROW(AssetProbe::probe(folder / "a.mp4"), MediaError);
 }
 
-/// While a picture is still being converted the fragment falls due, and the writer goes.
-TEST(AssetWriter, MayBeDroppedAsAFragmentFallsDue) {
+TEST(WriterPipeline, MayEndAsAFragmentFallsDue) {
   const TemporaryFolder folder;
-  auto writer = std::make_unique<AssetWriter>(folder / "a.mp4", MediaContainer::mp4, MediaTime{1, 20});
-  const auto video = writer->addVideo({192, 108, 30});
-  ASSERT_TRUE(writer->startWriting());
-  writer->startSession(MediaTime::zero());
-  ASSERT_TRUE(writer->append(video, StampedFrames::moving(192, 108, 0), MediaTime::zero()));
-  ASSERT_TRUE(eventually([&] { return writer->counters().framesEncoded == 1; }));
-  auto slow = std::make_shared<PixelBuffer>(*StampedFrames::moving(192, 108, 1));
-  slow->memory = std::shared_ptr<void>(slow->memory.get(), [held = slow->memory](void*) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  });
-  ASSERT_TRUE(writer->append(video, std::move(slow), {1, 30}));
-  writer.reset();
-  EXPECT_EQ(boxesOf(folder / "a.mp4").front(), "ftyp");
+  SerialQueue queue("quillant.test");
+  auto pipeline = std::make_unique<WriterPipeline>(
+      WriterPipeline::Settings{.path = folder / "a.mp4", .video = {{192, 108, 30}}}, queue,
+      [](const std::exception_ptr&) {});
+  const auto picture = PictureConverter(192, 108).convert(*StampedFrames::moving(192, 108, 0)).picture;
+  queue.sync([&] { pipeline->encode(0, *picture, 0, WriterPipeline::Clock::now()); });
+  // The timer runs out meanwhile, and its handler stands behind the end.
+  queue.async([] { std::this_thread::sleep_for(std::chrono::milliseconds(300)); });
+  queue.sync([&] { pipeline.reset(); });
 }
 
 }  // namespace
