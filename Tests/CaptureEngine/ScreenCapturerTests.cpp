@@ -1,5 +1,6 @@
 #include <fstream>
 #include <gmock/gmock.h>
+#include <set>
 
 #include "CaptureEngine/RecordingFiles.h"
 #include "CaptureEngine/ScreenCapturer.h"
@@ -21,7 +22,9 @@ using testing::ElementsAre;
 struct ScriptedMachine : ScreenService, SoundService, CameraService {
   /// Any of its sources.
   struct Source : StreamControlling, SoundStream, FacecamCapturing, ClickEventSource {
-    Source(ScriptedMachine& owner, std::string text) : machine(owner), name(std::move(text)) {}
+    Source(ScriptedMachine& owner, std::string text) : machine(owner), name(std::move(text)) {
+      machine.failAt(name + " is made");
+    }
     Task<void> startCapture() override {
       start();
       co_return;
@@ -31,7 +34,10 @@ struct ScriptedMachine : ScreenService, SoundService, CameraService {
       if (machine.stopError) std::rethrow_exception(machine.stopError);
       co_return;
     }
-    void start() override { machine.journal.push_back(name + " starts"); }
+    void start() override {
+      machine.failAt(name + " starts");
+      machine.journal.push_back(name + " starts");
+    }
     bool start(Handlers) override {
       start();
       return true;
@@ -78,11 +84,15 @@ struct ScriptedMachine : ScreenService, SoundService, CameraService {
                                                 FailureCallback given) override {
     const auto marker = url.parent_path() / "x.recording";
     markerWhenMade = std::filesystem::exists(marker) ? AtomicFile::read(marker) : "";
-    std::ofstream(url) << "camera";
     onCameraFailure = std::move(given);
-    return std::make_unique<Source>(*this, "camera");
+    auto made = std::make_unique<Source>(*this, "camera");
+    std::ofstream(url) << "camera";
+    return made;
   }
 
+  void failAt(const std::string& step) const {
+    if (step == failingStep) throw ScriptedError(step);
+  }
   void deliverFrame(MediaTime time) {
     sampleQueue->sync(
         [&] { screen.onFrame(StampedFrames::moving(configuration.width, configuration.height, 9), time); });
@@ -92,6 +102,7 @@ struct ScriptedMachine : ScreenService, SoundService, CameraService {
   std::vector<DisplayInfo> displays{
       {.id = 1, .frame = {0, 0, 128, 48}, .pixelWidth = 128, .pixelHeight = 48},
       {.id = 2, .frame = {128, 0, 64, 24}, .scale = 2, .pixelWidth = 129, .pixelHeight = 49, .isMain = true}};
+  std::string failingStep;
   bool isAllowed = true;
   bool keepsGoing = true;
   std::exception_ptr stopError;
@@ -229,6 +240,33 @@ TEST_F(ScreenCapturerTest, RefusesToOverwriteOnlyWhatItWouldWrite) {
   std::filesystem::remove(marker);
   std::filesystem::create_directory(marker);  // nothing records without its marker
   EXPECT_THAT(whyNot({}), testing::HasSubstr("could not write " + marker.string()));
+}
+
+TEST_F(ScreenCapturerTest, LeavesWhatExistedWhenAStepFailsAndBlocksNoOtherStart) {
+  using Files = std::set<std::filesystem::path>;
+  const auto start = [&](const std::string& failingStep) {
+    machine.failingStep = failingStep;
+    try {
+      runBlocking(make({.mic = true, .systemAudio = true, .facecam = true})->start());
+      return std::string();
+    } catch (const Error& error) {
+      return error.description();
+    }
+  };
+  const auto expectLeft = [&](const std::string& failingStep, const Files& expected) {
+    EXPECT_EQ(start(failingStep), failingStep);
+    Files files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) files.insert(entry.path());
+    EXPECT_EQ(files, expected) << failingStep;
+    for (const auto& file : files) std::filesystem::remove(file);
+    EXPECT_EQ(start(""), "");
+    for (const auto& file : {video, facecam, marker}) std::filesystem::remove(file);
+  };
+  for (const auto* source : {"screen", "system", "mic", "camera"}) {
+    expectLeft(source + std::string(" is made"), {video});
+    expectLeft(source + std::string(" starts"), {video, facecam, marker});
+  }
+  expectLeft("pointer is made", {video, facecam});
 }
 
 TEST_F(ScreenCapturerTest, WarnsOfSourcesThatGaveNothing) {
