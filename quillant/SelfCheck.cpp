@@ -41,9 +41,10 @@ std::optional<std::uint32_t> SelfCheck::displayChoice(const std::vector<std::str
   return RecordOptions::displayID(flag, words[1]);
 }
 
-std::optional<std::uint32_t> SelfCheck::defaultDisplay(const std::vector<DisplayInfo>& displays) {
-  const auto other = std::ranges::find(displays, false, &DisplayInfo::isMain);
-  return other == displays.end() ? std::nullopt : std::optional(other->id);
+CaptureTarget SelfCheck::wholeDisplay(std::optional<std::uint32_t> choice, const ShareableContent& content) {
+  const auto other = std::ranges::find(content.displays, false, &DisplayInfo::isMain);
+  if (!choice && other != content.displays.end()) choice = other->id;
+  return CaptureTarget::resolve({.displayID = choice}, content, nullptr);
 }
 
 }  // namespace quillant

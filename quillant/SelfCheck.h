@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "CaptureEngine/CaptureTarget.h"
 #include "CaptureEngine/ScreenService.h"
 #include "Core/Error.h"
 #include "quillant/Command.h"
@@ -42,8 +43,9 @@ class SelfCheck : public Command {
   /// What `--display <displayID>` says, which is all that `words` may say. Throws
   /// `RecordOptions::ParseError`.
   static std::optional<std::uint32_t> displayChoice(const std::vector<std::string>& words);
-  /// The one to try without a choice: any but the main one, if there is any.
-  static std::optional<std::uint32_t> defaultDisplay(const std::vector<DisplayInfo>& displays);
+  /// All of the display of `choice`; without one any but the main display, if there is any. Throws
+  /// `CaptureError`.
+  static CaptureTarget wholeDisplay(std::optional<std::uint32_t> choice, const ShareableContent& content);
 
  private:
   const std::string word_;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <fmt/format.h>
 
-#include "CaptureEngine/CaptureTarget.h"
 #include "quillant/ReferencePicture.h"
 #include "quillant/TrialRecording.h"
 
@@ -33,8 +32,7 @@ bool VerifyAreaCLI::passes(const std::vector<std::string>& words) {
   const auto choice = displayChoice(words);
   const auto content = services_.screen->content();
   const auto& displays = content.displays;
-  const auto whole =
-      CaptureTarget::resolve({.displayID = choice ? choice : defaultDisplay(displays)}, content, nullptr);
+  const auto whole = wholeDisplay(choice, content);
   const auto display = *std::ranges::find(displays, whole.displayID, &DisplayInfo::id);
   const auto primary = std::ranges::find(displays, Point{0, 0}, [](const DisplayInfo& candidate) {
     return Point{candidate.frame.x, candidate.frame.y};

@@ -4,7 +4,6 @@
 #include <fmt/format.h>
 #include <limits>
 
-#include "CaptureEngine/CaptureTarget.h"
 #include "quillant/ReferencePicture.h"
 #include "quillant/TrialRecording.h"
 
@@ -14,8 +13,7 @@ bool VerifyDisplayCLI::passes(const std::vector<std::string>& words) {
   const auto choice = displayChoice(words);
   const auto content = services_.screen->content();
   const auto& displays = content.displays;
-  const auto chosen =
-      CaptureTarget::resolve({.displayID = choice ? choice : defaultDisplay(displays)}, content, nullptr);
+  const auto chosen = wholeDisplay(choice, content);
   if (displays.size() < 2) throw Failure(ExitCode::noPermission, "verify-display needs two or more displays");
 
   // At the size of the recording, so that each can be laid upon its picture.
