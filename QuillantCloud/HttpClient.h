@@ -43,7 +43,6 @@ struct HttpResponse {
   static constexpr std::size_t longestBody = std::size_t{1} << 20;
 
   int status = 0;  ///< As the server gave it: a redirect is returned, not followed.
-  std::vector<HttpHeader> headers;
   std::string body;
   bool bodyWasCut = false;  ///< The answer was longer than `longestBody`.
 };

@@ -15,13 +15,6 @@ namespace {
 
 constexpr std::int64_t leastSizeToAsk = 1 << 20;
 
-std::string_view trimmedValue(std::string_view text) {
-  constexpr std::string_view blanks = " \t\r\n";
-  const auto first = text.find_first_not_of(blanks);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
 }  // namespace
 
 CurlTransfer::CurlTransfer(HttpRequest request) : request_(std::move(request)) {}
@@ -158,14 +151,10 @@ bool CurlTransfer::takeHeader(std::string_view line) {
     return false;
   }
   if (line.starts_with("HTTP/")) {
-    response_.headers.clear();  // of an answer that only said to go on
     long status = 0;
     curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
     response_.status = static_cast<int>(status);
-    if (status >= 200) startAnswering();
-  } else if (const auto colon = line.find(':'); colon != std::string_view::npos) {
-    response_.headers.push_back({std::string(trimmedValue(line.substr(0, colon))),
-                                 std::string(trimmedValue(line.substr(colon + 1)))});
+    if (status >= 200) startAnswering();  // any other only says to go on
   }
   return true;
 }
