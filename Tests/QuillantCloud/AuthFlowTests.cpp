@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <vector>
 
 #include "QuillantCloud/AuthFlow.h"
 
@@ -9,16 +8,13 @@ namespace {
 TEST(AuthFlow, TakesTheFirstTokenOfACallback) {
   const std::string none = "callback did not contain a token";
   const std::string invalid = "invalid callback URL: ";
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      {"quillant://auth?token=abc", "abc"},
+  const std::pair<std::string, std::string> cases[] = {
       {"quillant://auth?foo=1&token=a&token=b", "a"},
       {"quillant:whatever/path?token=a%2Bb%2F%3D+c#rest", "a+b/=+c"},
       {"quillant://auth?x=%26token=no&token=yes", "yes"},
       {"quillant://auth", none},
-      {"quillant://auth?token", none},
       {"quillant://auth?token=", none},
       {"quillant://auth?token=&token=a", none},
-      {"quillant://auth?Token=a", none},
       {"not a callback", invalid + "not a callback"},
       {"quillant://auth?token=se cret", invalid + "quillant://auth?token=…"},
       {"quillant://auth?token=a%0D%0AHost:%20evil", invalid + "quillant://auth?token=…"},

@@ -1,4 +1,4 @@
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "Core/JSON.h"
 #include "QuillantCloud/QuillantAPI.h"
@@ -56,12 +56,10 @@ TEST_F(QuillantAPITest, SendsWhatTheServiceExpects) {
 TEST_F(QuillantAPITest, TellsFailuresApart) {
   struct Case {
     std::variant<HttpResponse, TransportError> answer;
-    std::string text;  ///< Or its beginning.
+    std::string text;  ///< Of an answer that cannot be understood, its beginning.
     bool isRetryable = false;
   };
-  const auto answer = [](int status, std::string body) {
-    return HttpResponse{.status = status, .body = body};
-  };
+  const auto answer = [](int status, std::string body) { return HttpResponse{status, body}; };
   std::vector<Case> cases = {
       {answer(401, R"({"error":"no","code":"expired"})"),
        "authentication expired — run `quillant login` again"},
@@ -74,8 +72,8 @@ TEST_F(QuillantAPITest, TellsFailuresApart) {
       {answer(302, ""), "server error 302"},
       {TransportError(TransportError::Kind::timedOut, "too slow"), "network error: too slow", true},
       {TransportError(TransportError::Kind::notHTTP, "SSH-2.0"), "server error -1: no HTTP response"},
-      {HttpResponse{.status = 200, .body = R"({"id":"1","email":"a@b","plan":"p"})", .bodyWasCut = true},
-       "could not parse server response: "},
+      {HttpResponse{.status = 200, .body = "{}", .bodyWasCut = true},
+       "could not parse server response: the answer is longer than any that is expected"},
   };
   for (const auto* body : {"", "<!doctype html>", R"({"id":"1","em)", R"({"id":"1","email":"a@b"})", "[]",
                            "null", R"({"id":1,"email":"a","plan":"p"})",
@@ -87,8 +85,8 @@ TEST_F(QuillantAPITest, TellsFailuresApart) {
       runBlocking(api.me());
       ADD_FAILURE() << text;
     } catch (const APIError& error) {
-      EXPECT_THAT(error.description(), testing::StartsWith(text));
-      EXPECT_TRUE(text.ends_with(' ') || text == error.description());
+      const bool isWhole = !text.ends_with(' ');
+      EXPECT_EQ(isWhole ? error.description() : error.description().substr(0, text.size()), text);
       EXPECT_EQ(error.isRetryable(), isRetryable) << text;
     }
   }
