@@ -20,7 +20,11 @@ class QuillantRun {
   };
 
   explicit QuillantRun(const std::vector<std::string>& words, const std::string& displayName = {})
-      : process_(command(words), {{"DISPLAY", displayName}}) {}
+      : QuillantRun(words, {{"DISPLAY", displayName}}) {}
+  QuillantRun(const std::vector<std::string>& words, const ChildProcess::Environment& environment)
+      : process_(command(words), environment) {}
+
+  pid_t processID() const { return process_.processID(); }
 
   void kill() { process_.signal(SIGKILL); }
   Result wait() {
