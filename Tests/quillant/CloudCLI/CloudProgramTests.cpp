@@ -175,7 +175,7 @@ TEST_F(CloudProgramTest, SaysWhatItCannotActOn) {
 
 TEST_F(CloudProgramTest, HandsOutTheLinkFirstAndKeepsWhatCouldNotBeSent) {
   signIn();
-  bool linkWasFirst = false;
+  std::atomic<bool> linkWasFirst = false;
   onRequest = [&](Step step) {
     if (step == Step::putVideo) linkWasFirst = contents(clipboard) == link(service.videoIds().at(0)) + "|";
   };
