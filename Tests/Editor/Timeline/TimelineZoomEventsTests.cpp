@@ -80,20 +80,13 @@ TEST_F(TimelineEventRules, ZoomsChangeOneByOne) {
            UpdateZoomEasing{id, TimelineZoomEasing::easeOut}, UpdateZoomFollowsCursor{id, false},
            UpdateZoomAnimationPreset{id, Preset::subtle}, UpdateZoomFocus{numbered(31), 0.1, {}}})
     state.applying(event);
-  TimelineZoomRegion changed = {id, {5, 6}, 5, 0.5, 1};
-  changed.animationPreset = Preset::subtle;
-  changed.softness = 0;
-  changed.easing = TimelineZoomEasing::easeOut;
-  changed.followsCursor = false;
-  EXPECT_EQ(state.snapshot.zoomRegions[1], changed);
-  EXPECT_EQ(state.snapshot.zoomRegions[0], (TimelineZoomRegion{numbered(31), {1, 2}, 1.75, 0.1, 0.5}))
-      << "the user's own now, and of no click";
-  for (const TimelineEditEvent& event : std::vector<TimelineEditEvent>{
-           UpdateZoomSoftness{id, {}}, UpdateZoomEasing{id, {}}, UpdateZoomFollowsCursor{id, {}}})
-    state.applying(event);
-  EXPECT_EQ(state.snapshot.zoomRegions[1].softness, std::nullopt);
-  EXPECT_EQ(state.snapshot.zoomRegions[1].easing, std::nullopt);
-  EXPECT_EQ(state.snapshot.zoomRegions[1].followsCursor, std::nullopt);
+  constexpr auto manual = TimelineZoomMode::manual;
+  const std::vector<TimelineZoomRegion> expected = {
+      {numbered(31), {1, 2}, 1.75, 0.1, 0.5, manual},  // the user's own now, and of no click
+      {id, {5, 6}, 5, 0.5, 1, manual, Preset::subtle, {}, 0, TimelineZoomEasing::easeOut, false},
+      before.snapshot.zoomRegions[2]};
+  EXPECT_EQ(*state.snapshot.zoomRegions, expected);
+  EXPECT_EQ(after(state, UpdateZoomSoftness{id, {}}).snapshot.zoomRegions[1].softness, std::nullopt);
 
   const std::pair<double, double> steps[] = {{1, 1.25}, {1.6, 1.75}, {1.625, 1.75},
                                              {2, 1},    {3, 1},      {0, 1.25}};
