@@ -54,10 +54,11 @@ TEST_F(TimelineEventRules, CaptionsComeWithWhatNeedsThem) {
                   {ReplaceCaptionWords{0, 0, 0, "x"}, ""}});
   EXPECT_EQ(after(before, SetCaptionsOn{true}).snapshot.captions, TimelineCaptions{.on = true});
 
-  const TimelineTranscript transcript = {"recording",
-                                         TimelineTranscriptTrack::mic,
-                                         "en",
-                                         {{0, 0.5, "Helo"}, {0.5, 1.1, "wurld"}, {2, 3, "again"}}};
+  const TimelineTranscript transcript = {
+      "recording",
+      TimelineTranscriptTrack::mic,
+      "en",
+      {{0, 0.5, "Helo"}, {0.5, 1.1, "wurld"}, {3, 4, "again"}, {2, 2.5, "earlier"}}};
   const auto state = after(before, SetTranscript{transcript});
   EXPECT_EQ(state.snapshot.captions, (TimelineCaptions{.transcripts = {transcript}}));
   EXPECT_EQ(after(state, SetCaptionStyle{TimelineCaptionStyle::plain}).snapshot.captions->style,
@@ -68,13 +69,17 @@ TEST_F(TimelineEventRules, CaptionsComeWithWhatNeedsThem) {
     return after(state, ReplaceCaptionWords{0, first, last, text}).snapshot.captions->transcripts[0].words;
   };
   using Words = ChunkedVector<TimelineCaptionWord>;
-  EXPECT_EQ(words(0, 1, " Hé my\nworld "),
-            (Words{{0, 0.244, "Hé"}, {0.244, 0.489, "my"}, {0.489, 1.1, "world"}, {2, 3, "again"}}))
+  EXPECT_EQ(words(0, 1, " Hé my\nworld "), (Words{{0, 0.244, "Hé"},
+                                                  {0.244, 0.489, "my"},
+                                                  {0.489, 1.1, "world"},
+                                                  {3, 4, "again"},
+                                                  {2, 2.5, "earlier"}}))
       << "the span is kept, shared by characters";
-  EXPECT_EQ(words(1, 2, " \n"), (Words{{0, 0.5, "Helo"}}));
-  expect(state, {{ReplaceCaptionWords{0, 0, 3, "x"}, ""},
+  EXPECT_EQ(words(1, 3, " \n"), (Words{{0, 0.5, "Helo"}}));
+  EXPECT_EQ(words(2, 3, "now")[2], (TimelineCaptionWord{3, 3, "now"})) << "never ends before it starts";
+  expect(state, {{ReplaceCaptionWords{0, 0, 4, "x"}, ""},
                  {ReplaceCaptionWords{0, 2, 1, "x"}, ""},
-                 {ReplaceCaptionWords{0, 3, 3, "x"}, ""},
+                 {ReplaceCaptionWords{0, 4, 4, "x"}, ""},
                  {ReplaceCaptionWords{1, 0, 0, "x"}, ""}});
 }
 

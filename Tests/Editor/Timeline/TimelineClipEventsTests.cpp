@@ -56,8 +56,6 @@ TEST_F(TimelineEventRules, ClipsChangeWithoutTheVoice) {
                     {sameSounds, ""},
                     {SetClipCameraLayout{numbered(1), Layout::hidden, duration},
                      "clips 1:0-4-hidden 2:6-10x2 3:10-20"},
-                    {SetClipCameraLayout{numbered(1), Layout::fullScreen, duration},
-                     "clips 1:0-4-full 2:6-10x2 3:10-20"},
                     {SetClipCameraLayout{numbered(1), Layout::bubble, duration}, ""},
                     {SetClipCameraLayout{numbered(9), Layout::hidden, duration}, ""},
                     {added,
@@ -65,6 +63,11 @@ TEST_F(TimelineEventRules, ClipsChangeWithoutTheVoice) {
                      "35:1-2/file|hidden 34:0-1auto/file|selection clip 4|status Added Intro."},
                     {nowhere, ""},
                 });
+  start = after(before, SetClipCameraLayout{numbered(1), Layout::hidden, duration});
+  expect(
+      start,
+      {{SetClipCameraLayout{numbered(1), Layout::fullScreen, duration}, "clips 1:0-4-full 2:6-10x2 3:10-20"},
+       {SetClipCameraLayout{numbered(1), Layout::bubble, duration}, "clips 1:0-4 2:6-10x2 3:10-20"}});
   added.index.reset();
   const auto state = after(before, added);
   EXPECT_EQ(state.snapshot.clipList->back(), added.clip);
@@ -121,8 +124,8 @@ TEST_F(TimelineEventRules, TheSelectionIsDeletedAndTheStatusCountsIt) {
                                  const std::string& changes, const std::string& status) {
     expect(selecting(items), {{DeleteSelection{length}, changes + "selection |status " + status}});
   };
-  expectDeleted({clip(2), clip(3), zoom, sound}, duration,
-                zoomGone + soundGone + "clips 1:0-4|voice 11:0-1@3|", "Deleted 4 items.");
+  expectDeleted({clip(1), clip(3), zoom, sound}, duration,
+                zoomGone + soundGone + "clips 2:6-10x2|voice 11:1-2@0|", "Deleted 4 items.");
   expectDeleted({clip(2), zoom, sound}, {}, zoomGone + soundGone, "Deleted 2 items.");
   expectDeleted({clip(2), zoom}, 0, zoomGone, "Deleted zoom.");
   expectDeleted({clip(9), sound}, duration, soundGone, "Deleted audio clip.");
