@@ -67,7 +67,6 @@ CursorTelemetryTrack::CursorTelemetryTrack(CursorTelemetryPayload payload)
       clicks(std::move(payload.clicks)),
       smoothedPaths(std::make_shared<SmoothedCursorPathCache>()) {
   sortByStart(samples, &CursorTelemetrySample::timestamp);
-  sortByStart(clicks, &CursorTelemetryClick::timestamp);
 }
 
 std::optional<Point> CursorTelemetryTrack::point(double seconds, bool loops, double smoothing) const {

@@ -14,7 +14,7 @@ namespace quillant {
 /// A recording's pointer, ready to be asked where it was. Read-only after construction; any thread. Positions
 /// are in the track's space, origin top left.
 struct CursorTelemetryTrack {
-  /// Entries in the order of their times: a file that breaks its contract is sorted here, once.
+  /// Samples that a file holds in another order than that of their times are sorted here, once.
   explicit CursorTelemetryTrack(CursorTelemetryPayload payload);
 
   std::int64_t width = 0;  ///< Of the space of all positions.

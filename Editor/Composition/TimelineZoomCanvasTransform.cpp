@@ -56,12 +56,9 @@ void TimelineZoomCanvasTransform::layOutPieces() {
     const TimelineSpan span = zooms_[zoom].span;
     // The plan is cut where the zoom starts: no segment that starts before reaches into it.
     auto segment = std::ranges::lower_bound(bySource, span.start, std::less<>(), start);
-    std::vector<TimelineSpan> played;
     for (; segment != bySource.end() && start(*segment) < span.end; ++segment)
-      if (const auto output = (*segment)->outputSpan(span)) played.push_back(*output);
-    std::ranges::sort(played, std::less<>(), &TimelineSpan::start);
-    for (const TimelineSpan output : played)
-      pieces_.push_back({.zoom = zoom, .span = output, .predecessor = std::nullopt});
+      if (const auto played = (*segment)->outputSpan(span))
+        pieces_.push_back({.zoom = zoom, .span = *played, .predecessor = std::nullopt});
   }
 }
 

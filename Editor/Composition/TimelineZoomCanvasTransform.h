@@ -46,7 +46,7 @@ class TimelineZoomCanvasTransform {
 
   TimelineExportEditPlan plan_;
   std::vector<TimelineZoomRegion> zooms_;  ///< By start.
-  std::vector<Piece> pieces_;              ///< By zoom, then by time: of two that overlap, the later counts.
+  std::vector<Piece> pieces_;              ///< By zoom: of two that overlap, the later counts.
   std::vector<Change> changes_;            ///< By start.
 };
 
