@@ -27,14 +27,17 @@ struct TimelineEditEvent {
   template <class... All>
   struct Joined<std::variant<All...>> {
     using Type = std::variant<All...>;
+    template <class Event>
+    static constexpr bool holds = (std::same_as<Event, All> || ...);
   };
-  using Rule =
+  using Events =
       Joined<TimelineEvents::SnapshotEvents, TimelineEvents::SelectionEvents, TimelineEvents::ClipEvents,
              TimelineEvents::AudioEvents, TimelineEvents::CaptionEvents, TimelineEvents::ZoomEvents,
-             TimelineEvents::CameraEvents, TimelineEvents::RestoreEvents>::Type;
+             TimelineEvents::CameraEvents, TimelineEvents::RestoreEvents>;
+  using Rule = Events::Type;
 
   template <class Event>
-  requires std::constructible_from<Rule, std::in_place_type_t<Event>, Event> TimelineEditEvent(Event event)
+  requires Events::holds<Event> TimelineEditEvent(Event event)
       : rule(std::in_place_type<Event>, std::move(event)) {}
 
   Rule rule;
