@@ -3,6 +3,8 @@
 #include <chrono>
 #include <utility>
 
+#include "Core/QueueTask.h"
+
 namespace quillant {
 
 namespace {
@@ -105,7 +107,7 @@ MediaTime FragmentedMP4Writer::sessionStartTime() {
 }
 
 Task<void> FragmentedMP4Writer::finish() {
-  return runOn(queue_.executor(), finishOnQueue());
+  return runOn(queue_, finishOnQueue());
 }
 
 Task<void> FragmentedMP4Writer::finishOnQueue() {

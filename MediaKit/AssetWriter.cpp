@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "Core/QueueTask.h"
 #include "Core/SerialQueue.h"
 #include "MediaKit/PictureConverter.h"
 #include "MediaKit/WriterPipeline.h"
@@ -268,8 +269,8 @@ Task<void> AssetWriter::finishWriting() {
     writer.finish();
     co_return;
   };
-  co_await runOn(self.conversion.executor(), nothing());  // what was converted is with the encoder then
-  co_await runOn(self.encoding.executor(), finish(self));
+  co_await runOn(self.conversion, nothing());  // what was converted is with the encoder then
+  co_await runOn(self.encoding, finish(self));
 }
 
 AssetWriter::Status AssetWriter::status() const {

@@ -187,23 +187,20 @@ TEST_F(FragmentedMP4WriterTest, TellsAFullDiskAtTheNextFrameAndAtTheNextBeat) {
     GTEST_SKIP() << "only root can mount a small disk";
   path = folder / "full.mp4";
   writer = makeWriter(path);
-  std::string problem;
-  ASSERT_TRUE(eventually([&] {
-    now = frames / 30.0;
+  EXPECT_TRUE(eventually([&] {
     try {
-      queue.sync([&] { writer->append(StampedFrames::moving(width, height, frames++), at(now)); });
-    } catch (const FragmentedMP4Writer::WriterError& error) {
-      problem = error.description();
+      queue.sync([&] { writer->append(StampedFrames::moving(width, height, frames), at(frames / 30.0)); });
+      ++frames;
+      return false;
+    } catch (const FragmentedMP4Writer::WriterError&) {
+      return true;
     }
-    return !problem.empty();
   }));
-  EXPECT_EQ(problem, "asset writer failed: could not write " + path.string() + ": No space left on device");
   queue.sync([&] { writer->repeatIfStill(at(1000)); });
   EXPECT_GE(failures, 1);
   EXPECT_THROW(finish(101), FragmentedMP4Writer::WriterError);
-  const auto media = DecodedMedia::decode(path);
-  EXPECT_GT(media.frames.size(), 10U);
-  EXPECT_THAT(media.errors, testing::IsEmpty());
+  EXPECT_THAT(DecodedMedia::decode(path).errors, testing::IsEmpty());
+  EXPECT_GT(duration(), 0.3);
   writer.reset();
   ::umount2(folder.path().c_str(), MNT_DETACH);
 }

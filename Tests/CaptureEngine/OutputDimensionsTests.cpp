@@ -8,25 +8,22 @@ namespace quillant {
 namespace {
 
 TEST(OutputDimensions, FitTheBoxWithEvenSides) {
-  const auto native = CaptureResolution::native;
-  const auto p1080 = CaptureResolution::p1080;
-  const struct {
-    CaptureResolution resolution;
-    double width, height;
-    OutputDimensions expected;
-  } cases[] = {
-      {native, 3, 3, {2, 2}},
-      {native, 0, -5, {2, 2}},
-      {native, std::numeric_limits<double>::quiet_NaN(), 1e300, {2, 1 << 24}},
-      {p1080, 3840, 2160, {1920, 1080}},
-      {p1080, 1081, 1081, {1080, 1080}},
-      {p1080, 1080, 1920, {606, 1080}},  // upright: its height decides
-      {p1080, 1280, 720, {1280, 720}},   // never enlarged
-      {p1080, 1, 2160, {2, 1080}},
-      {native, 1920 / 1.15 * 1.15, 200 * 1.15, {1920, 230}},  // whole pixels that came through points
+  const auto native = [](double width, double height) {
+    return outputDimensions(CaptureResolution::native, width, height);
   };
-  for (const auto& [resolution, width, height, expected] : cases)
-    EXPECT_EQ(outputDimensions(resolution, width, height), expected) << width << " by " << height;
+  const auto p1080 = [](double width, double height) {
+    return outputDimensions(CaptureResolution::p1080, width, height);
+  };
+  using Size = OutputDimensions;
+  EXPECT_EQ(native(3, 3), (Size{2, 2}));
+  EXPECT_EQ(native(0, -5), (Size{2, 2}));
+  EXPECT_EQ(native(std::numeric_limits<double>::quiet_NaN(), 1e300), (Size{2, 1 << 24}));
+  EXPECT_EQ(native(1920 / 1.15 * 1.15, 200 * 1.15), (Size{1920, 230}));  // whole pixels, through points
+  EXPECT_EQ(p1080(3840, 2160), (Size{1920, 1080}));
+  EXPECT_EQ(p1080(1081, 1081), (Size{1080, 1080}));
+  EXPECT_EQ(p1080(1080, 1920), (Size{606, 1080}));  // upright: its height decides
+  EXPECT_EQ(p1080(1280, 720), (Size{1280, 720}));   // never enlarged
+  EXPECT_EQ(p1080(1, 2160), (Size{2, 1080}));
 }
 
 TEST(OutputDimensions, RoundDownAsWholeNumbersDo) {

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "Core/QueueTask.h"
 #include "Core/SerialQueue.h"
 #include "Core/Signal.h"
 #include "Core/Task.h"
@@ -75,6 +76,14 @@ TEST(Task, RunsOnTheStrandItIsSentToAndCarriesErrors) {
                  co_return 0;
                }()),
                std::runtime_error);
+}
+
+TEST(Task, EndsOnAQueueThatIsDestroyedAtOnce) {
+  for (int round = 0; round < 300; ++round) {
+    SerialQueue queue("quillant.test");
+    const auto task = [&]() -> Task<bool> { co_return queue.isCurrent(); };
+    EXPECT_TRUE(runBlocking(runOn(queue, task())));
+  }
 }
 
 TEST(Continuation, TakesTheFirstValueWhicheverComesFirst) {
