@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdlib>
+#include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <thread>
@@ -219,7 +220,12 @@ TEST(WriterPipeline, MayEndAsAFragmentFallsDue) {
   const auto picture = PictureConverter(192, 108).convert(*StampedFrames::moving(192, 108, 0)).picture;
   queue.sync([&] { pipeline->encode(0, *picture, 0, WriterPipeline::Clock::now()); });
   // The timer runs out meanwhile, and its handler stands behind the end.
-  queue.async([] { std::this_thread::sleep_for(std::chrono::milliseconds(300)); });
+  std::promise<void> isBusy;
+  queue.async([&] {
+    isBusy.set_value();
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  });
+  isBusy.get_future().wait();
   queue.sync([&] { pipeline.reset(); });
 }
 
