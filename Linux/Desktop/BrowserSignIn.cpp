@@ -45,9 +45,7 @@ class Page : public WebAuthenticating {
   explicit Page(BrowserSignIn::Options options) : options_(std::move(options)) {}
 
   Task<std::optional<std::string>> authenticate(std::string url, std::string callbackScheme) override {
-    auto callback =
-        co_await runOn(makeStrand(), session(options_, std::move(url), std::move(callbackScheme)));
-    co_return callback;
+    return session(options_, std::move(url), std::move(callbackScheme));
   }
 
  private:

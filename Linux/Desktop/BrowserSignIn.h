@@ -16,7 +16,7 @@ struct Options {
 };
 
 /// Leads through the page in the desktop's browser, and takes the callback from the process that the desktop
-/// starts with it.
+/// starts with it. Await it on a strand: a cancellation from elsewhere than where it runs could be lost.
 std::unique_ptr<WebAuthenticating> make(Options options = {});
 
 }  // namespace quillant::BrowserSignIn

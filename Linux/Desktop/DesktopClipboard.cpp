@@ -12,7 +12,12 @@ namespace {
 
 class Clipboard : public ClipboardWriting {
  public:
-  Task<bool> write(std::string text) override {
+  Task<bool> write(std::string text) override { return runOn(makeStrand(), offer(std::move(text))); }
+
+ private:
+  using Command = std::vector<std::string>;
+
+  static Task<bool> offer(std::string text) {
     using DesktopSession::DisplayServer;
     const auto server = DesktopSession::displayServer();
     bool offered = false;
@@ -21,9 +26,6 @@ class Clipboard : public ClipboardWriting {
     if (!offered && server != DisplayServer::none) offered = co_await offer(xProgram(), text);
     co_return offered;
   }
-
- private:
-  using Command = std::vector<std::string>;
 
   static Command waylandProgram() { return {"wl-copy"}; }
   static Command xProgram() { return {"xclip", "-selection", "clipboard", "-in"}; }

@@ -75,12 +75,20 @@ Ending reap(pid_t id) {
   return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? Ending::succeeded : Ending::failed;
 }
 
-Task<> reapLater(std::shared_ptr<Process> process, pid_t id) {
+Task<> reapWhenEnded(std::shared_ptr<Process> process, pid_t id) {
   co_await ended(std::move(process));
   reap(id);
 }
 
-Task<Ending> runHere(Launch launch) {
+/// In the background: the caller's executor may be a loop that ends with the caller.
+void reapLater(Process& process, pid_t id) {
+  const auto strand = makeStrand();
+  startDetached(strand, reapWhenEnded(std::make_shared<Process>(strand, process.release()), id));
+}
+
+}  // namespace
+
+Task<Ending> run(Launch launch) {
   using asio::experimental::awaitable_operators::operator||;
   const auto input = inputFile(launch.input);
   const pid_t id = input ? spawn(launch.command, input.get()) : -1;
@@ -90,15 +98,8 @@ Task<Ending> runHere(Launch launch) {
   const auto first = co_await (ended(process) || sleepFor(launch.timeLimit));
   if (first.index() == 0) co_return reap(id);
   if (launch.whenLate == WhenLate::kill) ::kill(id, SIGKILL);
-  startDetached(executor, reapLater(process, id));
+  reapLater(*process, id);
   co_return Ending::late;
-}
-
-}  // namespace
-
-Task<Ending> run(Launch launch) {
-  const auto ending = co_await runOn(makeStrand(), runHere(std::move(launch)));
-  co_return ending;
 }
 
 }  // namespace quillant::HelperProgram

@@ -29,7 +29,7 @@ struct Launch {
 };
 
 /// Starts the program in a session of its own, so that it outlives this one and its terminal's signals, and
-/// waits for its end. Its output goes nowhere. Any executor.
+/// waits for its end. Its output goes nowhere. Await it on a strand.
 Task<Ending> run(Launch launch);
 
 }  // namespace quillant::HelperProgram

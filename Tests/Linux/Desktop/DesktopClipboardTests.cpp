@@ -59,7 +59,7 @@ TEST_F(HelperProgramTest, TellsHowAProgramEnds) {
        Ending::late},
   };
   for (const auto& [launch, expected] : cases)
-    EXPECT_EQ(runBlocking(HelperProgram::run(launch)), expected) << launch.command.front();
+    EXPECT_EQ(runBlocking(HelperProgram::run(launch), makeStrand()), expected) << launch.command.front();
   EXPECT_EQ(taken("words"), "$(id)|a b|input");
   EXPECT_EQ(taken("files"), "4\n") << "the three, and the folder that is listed";
   std::ofstream(home / "closed").close();
