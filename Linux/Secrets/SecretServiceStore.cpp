@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Core/Environment.h"
+#include "Core/QueueTask.h"
 
 namespace quillant {
 
@@ -213,13 +214,13 @@ SecretServiceStore::~SecretServiceStore() {
 
 Task<bool> SecretServiceStore::store(SecretName name, std::string secret) {
   const auto operation = [&]() -> Task<bool> { co_return worker_->store(name, secret); };
-  const bool kept = co_await runOn(queue_.executor(), operation());
+  const bool kept = co_await runOn(queue_, operation());
   co_return kept;
 }
 
 Task<std::optional<std::string>> SecretServiceStore::load(SecretName name) {
   const auto operation = [&]() -> Task<std::optional<std::string>> { co_return worker_->load(name); };
-  auto secret = co_await runOn(queue_.executor(), operation());
+  auto secret = co_await runOn(queue_, operation());
   co_return secret;
 }
 
@@ -228,7 +229,7 @@ Task<> SecretServiceStore::remove(SecretName name) {
     worker_->remove(name);
     co_return;
   };
-  co_await runOn(queue_.executor(), operation());
+  co_await runOn(queue_, operation());
 }
 
 }  // namespace quillant
