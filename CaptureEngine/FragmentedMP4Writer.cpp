@@ -53,6 +53,8 @@ void FragmentedMP4Writer::append(PixelBufferRef pixelBuffer, MediaTime time) {
   isBehind_ = !adjusted || !isInOrder(*adjusted) || !appendNow(pixelBuffer, *adjusted);
   // Dropped or not, it is what the screen shows until it changes again, so it is the one to repeat.
   lastPixelBuffer_ = std::move(pixelBuffer);
+  // If a repeat was stamped while the picture was fetched, it shows now and not a beat later.
+  if (adjusted && isBehind_) repeatIfStill(configuration_.now());
 }
 
 bool FragmentedMP4Writer::isInOrder(MediaTime adjusted) const {

@@ -112,6 +112,18 @@ TEST_F(FragmentedMP4WriterTest, RepeatsAStillPictureOnceASecondAndIsAsLongAsTheS
   EXPECT_NEAR(duration(), 20, 0.05);
 }
 
+TEST_F(FragmentedMP4WriterTest, ShowsAtOnceWhatWasTakenJustBeforeARepeat) {
+  append(0);
+  beat(1);
+  now = 1.004;
+  queue.sync([&] { writer->append(StampedFrames::moving(width, height, frames++), at(0.999)); });
+  finish(1.5);
+  const auto shown = DecodedMedia::decode(path).frames;
+  ASSERT_EQ(shown.size(), 4U);
+  EXPECT_EQ(shown[2].stamp, 1U);
+  EXPECT_NEAR(shown[2].time.seconds(), 1.004, 0.001);
+}
+
 TEST_F(FragmentedMP4WriterTest, RepeatsTheNewestFrameThoughItWasDropped) {
   std::vector<PixelBufferRef> pictures;
   while (pictures.size() < 300)
