@@ -1,7 +1,9 @@
 #include <atomic>
 #include <csignal>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
+#include <mutex>
 #include <regex>
 
 #include "Core/Environment.h"
@@ -100,8 +102,18 @@ class CloudProgramTest : public testing::Test {
   PendingUploadStore queue{data / "Quillant/pending-uploads-dev"};
   bool hasDesktop = true;
   std::atomic<pid_t> running = 0;
-  std::function<void(Step)> onRequest = [](Step) {};
-  FakeService service{{.folder = folder / "service", .onRequest = [this](Step step) { onRequest(step); }}};
+  /// What happens at each request from now on, on the service's thread.
+  void watch(std::function<void(Step)> handler) {
+    const std::lock_guard lock(watching);
+    onRequest = std::move(handler);
+  }
+  void requested(Step step) {
+    const std::lock_guard lock(watching);
+    if (onRequest) onRequest(step);
+  }
+  std::mutex watching;
+  std::function<void(Step)> onRequest;
+  FakeService service{{.folder = folder / "service", .onRequest = [this](Step step) { requested(step); }}};
   const std::string account = "Signed in as dev@example.com (free) [profile: dev]";
   const std::string copied = "🔗 Link copied to clipboard (before upload finishes): {l}";
   const std::string sending = "uploading video (1,5 MB)…";
@@ -176,9 +188,9 @@ TEST_F(CloudProgramTest, SaysWhatItCannotActOn) {
 TEST_F(CloudProgramTest, HandsOutTheLinkFirstAndKeepsWhatCouldNotBeSent) {
   signIn();
   std::atomic<bool> linkWasFirst = false;
-  onRequest = [&](Step step) {
+  watch([&](Step step) {
     if (step == Step::putVideo) linkWasFirst = contents(clipboard) == link(service.videoIds().at(0)) + "|";
-  };
+  });
   service.fail({.step = Step::putVideo, .status = 403});
   expect("upload {v}", 70, {copied, sending, "  video attempt 1 failed: PUT failed (403): {} "},
          {"upload failed: PUT failed (403): {}", "recording is SAFE on disk and the upload is queued.",
@@ -281,7 +293,7 @@ class KilledUploadTest : public CloudProgramTest, public testing::WithParamInter
 
 TEST_P(KilledUploadTest, IsOneUploadWithOneLinkInTheEnd) {
   signIn();
-  onRequest = [this](Step step) { killOnce(step); };
+  watch([this](Step step) { killOnce(step); });
   const bool isResume = GetParam().command == "resume";
   if (isResume) addEntry();
   const auto* die = std::get_if<std::string>(&GetParam().at);
