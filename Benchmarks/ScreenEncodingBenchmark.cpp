@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
-#include "MediaKit/H264Encoder.h"
-#include "MediaKit/PictureConverter.h"
+#include "MediaKit/Writing/H264Encoder.h"
+#include "MediaKit/Writing/PictureConverter.h"
 
 namespace {
 

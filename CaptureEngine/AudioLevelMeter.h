@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-#include "MediaKit/AudioBuffer.h"
+#include "MediaKit/Sound/AudioBuffer.h"
 
 namespace quillant {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Core/MediaTime.h"
-#include "MediaKit/PixelBuffer.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

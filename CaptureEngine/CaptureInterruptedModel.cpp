@@ -8,7 +8,7 @@
 #include "CaptureEngine/RecoveryPromptBuilder.h"
 #include "Core/ByteSize.h"
 #include "Core/Error.h"
-#include "MediaKit/AssetProbe.h"
+#include "MediaKit/Reading/AssetProbe.h"
 
 namespace quillant {
 

@@ -13,9 +13,9 @@
 #include "Core/MediaTime.h"
 #include "Core/SerialQueue.h"
 #include "Core/Task.h"
-#include "MediaKit/AssetWriter.h"
-#include "MediaKit/AudioBuffer.h"
-#include "MediaKit/PixelBuffer.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
+#include "MediaKit/Sound/AudioBuffer.h"
+#include "MediaKit/Writing/AssetWriter.h"
 
 namespace quillant {
 

@@ -6,7 +6,7 @@
 #include "CaptureEngine/RecoverableRecording.h"
 #include "Core/Date.h"
 #include "Core/Geometry.h"
-#include "MediaKit/PixelBuffer.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "Core/Error.h"
-#include "MediaKit/AssetProbe.h"
-#include "MediaKit/FrameGrabber.h"
+#include "MediaKit/Reading/AssetProbe.h"
+#include "MediaKit/Reading/FrameGrabber.h"
 
 namespace quillant::RecoveryPromptBuilder {
 

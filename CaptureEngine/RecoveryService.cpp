@@ -8,7 +8,7 @@
 #include "CaptureEngine/RecordingFiles.h"
 #include "CaptureEngine/RecordingMarker.h"
 #include "Core/Error.h"
-#include "MediaKit/AssetProbe.h"
+#include "MediaKit/Reading/AssetProbe.h"
 
 namespace quillant {
 

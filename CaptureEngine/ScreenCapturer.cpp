@@ -14,7 +14,7 @@
 #include "CaptureEngine/Telemetry/CursorTelemetryCodec.h"
 #include "Core/AtomicFile.h"
 #include "Core/HostClock.h"
-#include "MediaKit/AssetProbe.h"
+#include "MediaKit/Reading/AssetProbe.h"
 
 namespace quillant {
 

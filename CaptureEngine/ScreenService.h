@@ -12,7 +12,7 @@
 #include "Core/MediaTime.h"
 #include "Core/SerialQueue.h"
 #include "Core/Task.h"
-#include "MediaKit/PixelBuffer.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

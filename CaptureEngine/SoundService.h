@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Core/Task.h"
-#include "MediaKit/AudioBuffer.h"
+#include "MediaKit/Sound/AudioBuffer.h"
 
 namespace quillant {
 

@@ -28,11 +28,15 @@ if(QUILLANT_FUZZ)
   target_compile_options(quillant_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# quillant_library(<name> [PUBLIC <targets>...] [PRIVATE <targets>...])
-# A library of every source in the current folder; sub-folders are libraries of their own.
+# quillant_library(<name> [FOLDERS <folders>...] [PUBLIC <targets>...] [PRIVATE <targets>...])
+# A library of every source in the current folder and in its inner FOLDERS; other sub-folders are libraries of their own.
 function(quillant_library name)
-  cmake_parse_arguments(ARG "" "" "PUBLIC;PRIVATE" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  cmake_parse_arguments(ARG "" "" "FOLDERS;PUBLIC;PRIVATE" ${ARGN})
+  set(patterns)
+  foreach(folder . ${ARG_FOLDERS})
+    list(APPEND patterns ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.h)
+  endforeach()
+  file(GLOB sources CONFIGURE_DEPENDS ${patterns})
   if(NOT sources) # a folder whose first source is still to come
     add_library(${name} INTERFACE)
     target_include_directories(${name} INTERFACE ${CMAKE_SOURCE_DIR})

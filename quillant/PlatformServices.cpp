@@ -9,10 +9,10 @@
 #include "Linux/Input/X11ClickEventSource.h"
 #include "Linux/Secrets/LinuxSecretStore.h"
 #include "QuillantCloud/QuillantConfig.h"
-#include "quillant/Console.h"
+#include "quillant/Commands/Console.h"
+#include "quillant/Commands/TerminalSignIn.h"
+#include "quillant/Commands/VideoFile.h"
 #include "quillant/DesktopSignIn.h"
-#include "quillant/TerminalSignIn.h"
-#include "quillant/VideoFile.h"
 
 namespace quillant {
 

@@ -4,7 +4,7 @@
 
 #include "CaptureEngine/ScreenService.h"
 #include "Linux/X11/X11Connection.h"
-#include "MediaKit/PixelBuffer.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

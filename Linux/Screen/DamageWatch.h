@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "Linux/X11/X11Connection.h"
-#include "MediaKit/PixelBuffer.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

@@ -8,7 +8,7 @@
 
 #include "Linux/Screen/SharedPixels.h"
 #include "Linux/Screen/WakeUp.h"
-#include "MediaKit/PixelBuffer.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "Linux/Screen/PixelRects.h"
-#include "MediaKit/BGRAScaler.h"
+#include "MediaKit/Pictures/BGRAScaler.h"
 
 namespace quillant {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "MediaKit/PixelBuffer.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

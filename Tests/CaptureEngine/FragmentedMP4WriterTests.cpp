@@ -4,7 +4,7 @@
 #include <sys/mount.h>
 
 #include "CaptureEngine/FragmentedMP4Writer.h"
-#include "MediaKit/AssetProbe.h"
+#include "MediaKit/Reading/AssetProbe.h"
 #include "Tests/Support/Eventually.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/StampedFrames.h"

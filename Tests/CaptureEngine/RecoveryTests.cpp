@@ -6,7 +6,7 @@
 #include "CaptureEngine/RecoveryPromptBuilder.h"
 #include "CaptureEngine/RecoveryResolution.h"
 #include "CaptureEngine/RecoveryService.h"
-#include "MediaKit/AssetWriter.h"
+#include "MediaKit/Writing/AssetWriter.h"
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/TemporaryFolder.h"
 

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "MediaKit/AssetWriter.h"
+#include "MediaKit/Writing/AssetWriter.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/TemporaryFolder.h"

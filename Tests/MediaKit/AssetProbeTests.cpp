@@ -6,9 +6,9 @@
 
 #include "Core/AtomicFile.h"
 #include "Core/Error.h"
-#include "MediaKit/AssetProbe.h"
-#include "MediaKit/FrameGrabber.h"
 #include "MediaKit/MediaError.h"
+#include "MediaKit/Reading/AssetProbe.h"
+#include "MediaKit/Reading/FrameGrabber.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/TemporaryFolder.h"

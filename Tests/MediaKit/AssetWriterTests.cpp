@@ -6,11 +6,11 @@
 #include <thread>
 
 #include "Core/AtomicFile.h"
-#include "MediaKit/AssetProbe.h"
-#include "MediaKit/AssetWriter.h"
 #include "MediaKit/MediaError.h"
-#include "MediaKit/PictureConverter.h"
-#include "MediaKit/WriterPipeline.h"
+#include "MediaKit/Reading/AssetProbe.h"
+#include "MediaKit/Writing/AssetWriter.h"
+#include "MediaKit/Writing/PictureConverter.h"
+#include "MediaKit/Writing/WriterPipeline.h"
 #include "Tests/Support/Eventually.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/StampedFrames.h"

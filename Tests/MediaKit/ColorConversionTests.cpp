@@ -4,7 +4,7 @@
 #include <hwy/highway.h>
 #include <random>
 
-#include "MediaKit/ColorConversion.h"
+#include "MediaKit/Pictures/ColorConversion.h"
 
 namespace quillant {
 namespace {

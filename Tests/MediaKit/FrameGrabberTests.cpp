@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "Core/AtomicFile.h"
-#include "MediaKit/AssetProbe.h"
-#include "MediaKit/FrameGrabber.h"
-#include "MediaKit/JPEGImage.h"
 #include "MediaKit/MediaError.h"
+#include "MediaKit/Pictures/JPEGImage.h"
+#include "MediaKit/Reading/AssetProbe.h"
+#include "MediaKit/Reading/FrameGrabber.h"
 #include "Tests/Support/Media/StampedFrames.h"
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/TemporaryFolder.h"

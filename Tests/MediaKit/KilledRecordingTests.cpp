@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "Core/Error.h"
-#include "MediaKit/AssetProbe.h"
 #include "MediaKit/MediaError.h"
+#include "MediaKit/Reading/AssetProbe.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/TestRecording.h"

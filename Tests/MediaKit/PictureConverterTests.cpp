@@ -5,7 +5,7 @@
 #include <random>
 #include <set>
 
-#include "MediaKit/PictureConverter.h"
+#include "MediaKit/Writing/PictureConverter.h"
 #include "Tests/Support/Media/StampedFrames.h"
 
 namespace quillant {

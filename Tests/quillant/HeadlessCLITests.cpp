@@ -2,7 +2,7 @@
 
 #include "Tests/Support/ScriptedSession.h"
 #include "Tests/quillant/QuillantRun.h"
-#include "quillant/HeadlessCLI.h"
+#include "quillant/Commands/HeadlessCLI.h"
 
 namespace quillant {
 

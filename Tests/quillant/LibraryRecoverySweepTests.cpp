@@ -3,7 +3,7 @@
 
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/TemporaryFolder.h"
-#include "quillant/LibraryRecoverySweep.h"
+#include "quillant/Models/LibraryRecoverySweep.h"
 
 namespace quillant {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "Tests/Support/TemporaryFolder.h"
 #include "Tests/quillant/QuillantRun.h"
-#include "quillant/HeadlessCLI.h"
+#include "quillant/Commands/HeadlessCLI.h"
 
 namespace quillant {
 

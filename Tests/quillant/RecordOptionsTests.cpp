@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "quillant/RecordOptions.h"
+#include "quillant/Commands/RecordOptions.h"
 
 namespace quillant {
 

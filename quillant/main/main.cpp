@@ -1,7 +1,7 @@
 #include <csignal>
 
 #include "Linux/Desktop/CallbackHandOver.h"
-#include "quillant/CommandChain.h"
+#include "quillant/Commands/CommandChain.h"
 #include "quillant/PlatformServices.h"
 
 int main(int argc, char** argv) {

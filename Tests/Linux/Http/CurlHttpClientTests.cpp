@@ -9,8 +9,8 @@
 #include "Linux/Http/CurlHttpClient.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/Eventually.h"
-#include "Tests/Support/FakeService/FakeService.h"
 #include "Tests/Support/TemporaryFolder.h"
+#include "tools/FakeService/FakeService.h"
 
 namespace quillant {
 namespace {

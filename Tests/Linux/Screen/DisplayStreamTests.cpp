@@ -2,7 +2,7 @@
 #include <random>
 
 #include "Linux/Screen/PixelRects.h"
-#include "MediaKit/BGRAScaler.h"
+#include "MediaKit/Pictures/BGRAScaler.h"
 #include "Tests/Linux/Screen/ScreenFixture.h"
 
 namespace quillant {

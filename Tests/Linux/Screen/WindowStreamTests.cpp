@@ -1,4 +1,4 @@
-#include "MediaKit/BGRAScaler.h"
+#include "MediaKit/Pictures/BGRAScaler.h"
 #include "Tests/Linux/Screen/ScreenFixture.h"
 
 namespace quillant {

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "MediaKit/PixelBuffer.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <vector>
 
-#include "MediaKit/AssetWriter.h"
+#include "MediaKit/Writing/AssetWriter.h"
 
 namespace quillant {
 

@@ -11,9 +11,9 @@
 #include "Core/Text.h"
 #include "Linux/Secrets/SecretFileStore.h"
 #include "QuillantCloud/PendingUploadStore.h"
-#include "Tests/Support/FakeService/FakeService.h"
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/quillant/QuillantRun.h"
+#include "tools/FakeService/FakeService.h"
 
 namespace quillant {
 namespace {

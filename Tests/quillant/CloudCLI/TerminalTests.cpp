@@ -2,8 +2,8 @@
 
 #include "QuillantCloud/AuthFlow.h"
 #include "Tests/QuillantCloud/CloudFakes.h"
+#include "quillant/Commands/UploadLines.h"
 #include "quillant/DesktopSignIn.h"
-#include "quillant/UploadLines.h"
 
 namespace quillant {
 namespace {

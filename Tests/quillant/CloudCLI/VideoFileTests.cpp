@@ -5,7 +5,7 @@
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/TemporaryFolder.h"
-#include "quillant/VideoFile.h"
+#include "quillant/Commands/VideoFile.h"
 
 namespace quillant {
 namespace {

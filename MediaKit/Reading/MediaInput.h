@@ -1,0 +1,45 @@
+#pragma once
+
+// Internal to this folder's sources.
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "Core/FileDescriptor.h"
+#include "MediaKit/FFmpegHandles.h"
+#include "MediaKit/Reading/MovieFragments.h"
+
+namespace quillant {
+
+/// A media file opened by FFmpeg that ends, for it, where what can be played ends: a torn fragment behind the
+/// last whole one is not seen. Throws `MediaError` of kind unreadable, and `FileError` for a file that cannot
+/// be opened.
+class MediaInput {
+ public:
+  enum class Extent {
+    playable,  ///< All that can be played.
+    head,      ///< For a fragmented file no fragment: the description of its tracks only.
+  };
+  explicit MediaInput(const std::filesystem::path& path, Extent extent = Extent::playable);
+  ~MediaInput();
+  MediaInput(const MediaInput&) = delete;
+  MediaInput& operator=(const MediaInput&) = delete;
+
+  AVFormatContext& context() { return *context_; }
+  /// Set if the media lies in fragments.
+  const std::optional<MovieFragments::FragmentedMovie>& fragmentedMovie() const { return movie_; }
+  MovieBoxes::File file() const;
+  /// Degrees clockwise by which a track's pictures are to be turned: 0, 90, 180 or 270.
+  static int rotation(const AVStream& stream);
+
+ private:
+  struct View;
+  std::unique_ptr<View> view_;
+  std::optional<MovieFragments::FragmentedMovie> movie_;
+  FFmpeg::IOContext io_;
+  FFmpeg::InputContext context_;
+};
+
+}  // namespace quillant

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Core/MediaTime.h"
+#include "Core/Task.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
+#include "MediaKit/Sound/AudioBuffer.h"
+
+namespace quillant {
+
+enum class MediaContainer { mp4, quickTime };
+
+/// How a picture's numbers are to be understood; written into the bitstream and the container alike.
+enum class ColorTagging { none, p3D65Rec709 };
+
+struct VideoInputSettings {
+  int width = 0;   ///< Pixels, even.
+  int height = 0;  ///< Pixels, even.
+  int expectedFrameRate = 30;
+  ColorTagging color = ColorTagging::none;
+};
+
+struct AudioInputSettings {
+  int channels = 1;
+  int bitRate = 96'000;  ///< Bits a second; AAC at 48,000 Hz.
+};
+
+/// What the writer has done so far. Counts only rise.
+struct AssetWriterCounters {
+  std::uint64_t framesAppended = 0;
+  std::uint64_t framesRefused = 0;  ///< Frames that were offered while the input was not ready.
+  std::uint64_t framesEncoded = 0;
+  std::uint64_t pixelsConverted = 0;  ///< Pixels brought from the source's format to the encoder's.
+  std::uint64_t fragmentsClosed = 0;
+};
+
+/// Writes live video and sound into a fragmented file that stays playable up to its last closed fragment,
+/// whatever happens to the process. A clean finish makes it an ordinary file with one whole index.
+///
+/// Made, fed and finished by one owner on one queue; encoding and writing happen on a thread of the writer's
+/// own behind a short bounded queue. Nothing here throws after construction: a failure shows in `status()`.
+class AssetWriter {
+ public:
+  enum class Status { unknown, writing, completed, failed };
+
+  /// An input that the writer was given; valid as long as the writer.
+  enum class Input : int {};
+
+  AssetWriter(std::filesystem::path path, MediaContainer container, MediaTime fragmentInterval);
+  /// Without `finishWriting` the file is left as a killed process would leave it.
+  ~AssetWriter();
+  AssetWriter(const AssetWriter&) = delete;
+  AssetWriter& operator=(const AssetWriter&) = delete;
+
+  /// Before `startWriting` only; tracks appear in the file in the order of these calls, video first.
+  Input addVideo(const VideoInputSettings& settings);
+  Input addAudio(const AudioInputSettings& settings);
+
+  /// Creates the file, which must not exist, and opens the encoders. False, with `status()` failed and
+  /// `error()` set, if either cannot be done.
+  bool startWriting();
+  /// The time on the samples' clock that becomes 0 in the file. Once, before the first append.
+  void startSession(MediaTime time);
+
+  /// False while the bounded queue of the input is full: an append would be refused.
+  bool isReady(Input input) const;
+  /// Times rise strictly. The buffer is kept until it is converted. False if it was not taken; when the input
+  /// was not ready, the picture counts as dropped.
+  bool append(Input input, PixelBufferRef buffer, MediaTime time);
+  bool append(Input input, AudioBuffer buffer);
+
+  void markAsFinished(Input input);
+  /// Writes what is queued, the last fragment and the closing index. Afterwards the status is completed or
+  /// failed. With no sample at all the file holds its head only, which cannot be played.
+  Task<void> finishWriting();
+
+  Status status() const;             ///< Any thread.
+  std::exception_ptr error() const;  ///< Any thread; why the status is failed.
+  AssetWriterCounters counters() const;
+  /// What the user should know of a recording that went well: an encoder that had to be made faster, frames
+  /// that were dropped because it still fell behind. Any thread.
+  std::vector<std::string> warnings() const;
+
+ private:
+  struct Implementation;
+  std::unique_ptr<Implementation> implementation_;
+};
+
+}  // namespace quillant

@@ -1,0 +1,135 @@
+#include "quillant/Commands/CloudCLI.h"
+
+#include <algorithm>
+#include <asio/bind_cancellation_slot.hpp>
+#include <asio/cancellation_signal.hpp>
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <csignal>
+#include <exception>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/prctl.h>
+
+#include "QuillantCloud/QuillantConfig.h"
+#include "quillant/Commands/AccountCommands.h"
+#include "quillant/Commands/Console.h"
+#include "quillant/Commands/QueueCommands.h"
+#include "quillant/Commands/UploadCommand.h"
+
+namespace quillant {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+struct UsageError {
+  std::string text;
+};
+
+/// Takes "--profile <name>" out, wherever it stands; the last one counts.
+std::optional<std::string> extractProfile(Words& words) {
+  std::optional<std::string> profile;
+  for (auto option = words.begin();
+       (option = std::find(words.begin(), words.end(), "--profile")) != words.end();) {
+    if (option + 1 == words.end()) throw UsageError{"--profile requires a value"};
+    profile = *(option + 1);
+    words.erase(option, option + 2);
+  }
+  return profile;
+}
+
+void allowOnly(std::initializer_list<std::string_view> flags, const std::string& command,
+               const Words& words) {
+  for (const auto& word : words)
+    if (std::find(flags.begin(), flags.end(), word) == flags.end())
+      throw UsageError{"unknown " + command + " option " + word};
+}
+
+bool contains(const Words& words, std::string_view flag) {
+  return std::find(words.begin(), words.end(), flag) != words.end();
+}
+
+UploadCommand::Options uploadOptions(const Words& words) {
+  UploadCommand::Options options;
+  for (auto word = words.begin(); word != words.end(); ++word) {
+    if (*word == "--title") {
+      if (++word == words.end()) throw UsageError{"--title requires a value"};
+      options.title = *word;
+    } else if (word->starts_with("-") || !options.file.empty()) {
+      throw UsageError{"unknown upload option " + *word};
+    } else {
+      options.file = *word;
+    }
+  }
+  if (options.file.empty()) throw UsageError{"upload requires a <file.mp4>"};
+  return options;
+}
+
+/// Runs `task` on this thread until it has ended. An interrupt cancels it.
+int runOnAppLoop(Task<int> task) {
+  asio::io_context loop(1);
+  asio::signal_set interrupts(loop, SIGINT, SIGTERM);
+  asio::cancellation_signal cancel;
+  interrupts.async_wait([&](std::error_code error, int) {
+    if (!error) cancel.emit(asio::cancellation_type::terminal);
+  });
+  int code = ExitCode::failure;
+  std::exception_ptr failure;
+  asio::co_spawn(loop, std::move(task),
+                 asio::bind_cancellation_slot(cancel.slot(), [&](std::exception_ptr error, int result) {
+                   failure = error;
+                   code = result;
+                   interrupts.cancel();
+                 }));
+  loop.run();
+  if (failure) std::rethrow_exception(failure);
+  return code;
+}
+
+int runAsync(Task<int> task) {
+  return runBlocking(std::move(task), makeStrand());
+}
+
+}  // namespace
+
+bool CloudCLI::shouldRun(const Arguments& arguments) const {
+  return claims(arguments, {"login", "logout", "whoami", "upload", "resume", "status"});
+}
+
+int CloudCLI::run(const Arguments& arguments) {
+  // The account's token will be in this process's memory: no core file keeps that.
+  ::prctl(PR_SET_DUMPABLE, 0);
+  try {
+    const auto command = arguments[1];
+    Words words(arguments.begin() + 2, arguments.end());
+    if (auto profile = extractProfile(words)) QuillantConfig::profileOverride = std::move(profile);
+    if (command == "upload") {
+      const auto options = uploadOptions(words);
+      return runAsync(UploadCommand::run(makeServices_(), options));
+    }
+    if (command == "resume") {
+      allowOnly({"--force"}, command, words);
+      return runAsync(QueueCommands::resume(makeServices_(), contains(words, "--force")));
+    }
+    if (command == "status") {
+      allowOnly({"--resume", "--force"}, command, words);
+      return runAsync(
+          QueueCommands::status(makeServices_(), contains(words, "--resume"), contains(words, "--force")));
+    }
+    allowOnly({}, command, words);
+    if (command == "login") return runOnAppLoop(AccountCommands::login(makeServices_()));
+    if (command == "logout") return runAsync(AccountCommands::logout(makeServices_()));
+    return runAsync(AccountCommands::whoami(makeServices_()));
+  } catch (const UsageError& error) {
+    Console::writeError("quillant: " + error.text + "\n");
+    return ExitCode::usage;
+  } catch (const std::exception& error) {
+    // A store of secrets that fails, a disk: whatever no command has words of its own for.
+    Console::writeError("quillant: " + std::string(error.what()) + "\n");
+    return ExitCode::failure;
+  }
+}
+
+}  // namespace quillant

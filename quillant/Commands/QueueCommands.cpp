@@ -1,0 +1,122 @@
+#include "quillant/Commands/QueueCommands.h"
+
+#include <cmath>
+#include <filesystem>
+#include <fmt/format.h>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "QuillantCloud/AuthFlow.h"
+#include "QuillantCloud/QuillantConfig.h"
+#include "QuillantCloud/TokenStore.h"
+#include "QuillantCloud/UploadQueueService.h"
+#include "quillant/Commands/AccountCommands.h"
+#include "quillant/Commands/Command.h"
+#include "quillant/Commands/Console.h"
+#include "quillant/Commands/UploadLines.h"
+
+namespace quillant::QueueCommands {
+
+namespace {
+
+constexpr const char* noUploads = "No pending uploads.";
+
+UploadQueueService makeQueue(const CloudServices& services, UploadLines& lines) {
+  return {.store = {QuillantConfig::pendingUploadsDirectory()},
+          .log = [&lines](const std::string& line) { lines.write(line); },
+          .clock = services.clock};
+}
+
+/// Runs the queue; nothing if nobody is signed in, which is told.
+Task<std::optional<UploadQueueService::RunResult>> runQueue(CloudServices services,
+                                                            std::optional<std::string> token, bool force) {
+  if (!token) {
+    Console::writeError("quillant: cannot resume — not signed in.\n");
+    co_return std::nullopt;
+  }
+  UploadLines lines;
+  const auto queue = makeQueue(services, lines);
+  QuillantAPI api(std::move(*token), services.http);
+  co_return co_await queue.resumePending(std::move(api), services.clock.now(), force);
+}
+
+int exitCode(const std::optional<UploadQueueService::RunResult>& result) {
+  if (!result || result->needAuth) return ExitCode::noPermission;
+  return result->stillPending.empty() ? ExitCode::success : ExitCode::failure;
+}
+
+void describe(const UploadQueueService::RunResult& result) {
+  if (result.needAuth) {
+    Console::writeError(
+        "quillant: uploads are waiting for sign-in — run `quillant login`, then `quillant resume`. "
+        "Recordings are safe on disk.\n");
+  } else if (!result.stillPending.empty()) {
+    Console::writeError(
+        fmt::format("quillant: {} upload(s) still pending (will retry with backoff). Recordings are safe on "
+                    "disk.\n",
+                    result.stillPending.size()));
+  } else if (result.completed.empty() && !result.skippedBackoff.empty()) {
+    Console::print(
+        fmt::format("Nothing eligible yet — {} upload(s) backing off. Force with `quillant resume --force`.",
+                    result.skippedBackoff.size()));
+  } else if (result.completed.empty()) {
+    Console::print(noUploads);
+  }
+}
+
+Task<std::string> accountLine(std::optional<std::string> token, std::shared_ptr<HttpClient> http) {
+  if (!token) co_return "Not signed in — run `quillant login`.";
+  try {
+    co_return AccountCommands::signedInLine(co_await AuthFlow::confirm(*token, std::move(http)));
+  } catch (const APIError& error) {
+    if (error.isTokenExpired()) co_return "Signed in: session EXPIRED — run `quillant login` again.";
+    co_return "Signed in (could not reach server: " + error.description() + ")";
+  }
+}
+
+struct DescribeState {
+  std::string operator()(const UploadQueueService::BackingOff& state) const {
+    return fmt::format("waiting (retry in ~{}s)", static_cast<std::int64_t>(std::ceil(state.retryIn)));
+  }
+  std::string operator()(const UploadQueueService::Eligible&) const { return "ready to resume"; }
+  std::string operator()(const UploadQueueService::BlockedOnAuth&) const { return "waiting for sign-in"; }
+};
+
+void describe(const UploadQueueService::EntrySummary& summary) {
+  const auto& entry = summary.entry;
+  const auto name = std::filesystem::path(entry.videoPath).filename().string();
+  Console::print(fmt::format("  {}  {}  {}{}", entry.shortId(), name,
+                             std::visit(DescribeState{}, summary.state),
+                             entry.shareURL ? "  " + *entry.shareURL : ""));
+  if (entry.lastError) Console::print("      last error: " + *entry.lastError);
+}
+
+}  // namespace
+
+Task<int> resume(CloudServices services, bool force) {
+  const auto token = co_await TokenStore::load(*services.secrets);
+  const auto result = co_await runQueue(services, token, force);
+  if (result) describe(*result);
+  co_return exitCode(result);
+}
+
+Task<int> status(CloudServices services, bool resume, bool force) {
+  const auto token = co_await TokenStore::load(*services.secrets);
+  int code = ExitCode::success;
+  if (resume) code = exitCode(co_await runQueue(services, token, force));
+  Console::print(co_await accountLine(token, services.http));
+
+  const UploadQueueService queue{.store = {QuillantConfig::pendingUploadsDirectory()}};
+  const auto entries = queue.sweep(services.clock.now(), token.has_value());
+  if (entries.empty()) {
+    Console::print(noUploads);
+    co_return code;
+  }
+  Console::print(fmt::format("{} upload(s) pending:", entries.size()));
+  for (const auto& entry : entries) describe(entry);
+  Console::print("\nThese resume automatically (launch sweep / `quillant resume`).");
+  co_return code;
+}
+
+}  // namespace quillant::QueueCommands

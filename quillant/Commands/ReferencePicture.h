@@ -1,0 +1,18 @@
+#pragma once
+
+#include "CaptureEngine/ScreenService.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
+
+/// What the picture of a recording is compared with. All pictures are BGRA.
+namespace quillant::ReferencePicture {
+
+/// What a stream shows first. Blocking; throws `ScreenError`.
+PixelBufferRef grab(ScreenService& screen, const StreamConfiguration& configuration);
+
+/// A part of `picture`, which shares its memory.
+PixelBufferRef crop(const PixelBufferRef& picture, const PixelRect& part);
+
+/// Over the red, green and blue of two pictures of one size: 0 for the same, 65025 at most.
+double meanSquaredError(const PixelBuffer& first, const PixelBuffer& second);
+
+}  // namespace quillant::ReferencePicture

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+
+#include "CaptureEngine/CaptureServices.h"
+#include "CaptureEngine/RecordingCoordinator.h"
+#include "MediaKit/Pictures/PixelBuffer.h"
+
+namespace quillant {
+
+/// A recording of about a second that a check makes and looks at. Its files lie in a folder of their own,
+/// which goes with the object.
+class TrialRecording {
+ public:
+  /// Records what `request` asks for; the path and the duration are filled in here. Blocking; throws
+  /// `SelfCheck::Failure`.
+  TrialRecording(const CaptureServices& services, RecordingCoordinator::Request request);
+  ~TrialRecording();
+  TrialRecording(const TrialRecording&) = delete;
+  TrialRecording& operator=(const TrialRecording&) = delete;
+
+  const RecordingArtifacts& artifacts() const { return artifacts_; }
+  /// The first picture of the screen's video, BGRA. Throws `SelfCheck::Failure`.
+  PixelBufferRef firstPicture() const;
+
+ private:
+  const std::filesystem::path folder_;
+  RecordingArtifacts artifacts_;
+};
+
+}  // namespace quillant

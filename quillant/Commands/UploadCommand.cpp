@@ -1,0 +1,160 @@
+#include "quillant/Commands/UploadCommand.h"
+
+#include <filesystem>
+#include <fmt/format.h>
+#include <memory>
+#include <utility>
+
+#include "Core/AtomicFile.h"
+#include "QuillantCloud/APIError.h"
+#include "QuillantCloud/HttpUploadTransport.h"
+#include "QuillantCloud/QuillantAPI.h"
+#include "QuillantCloud/QuillantConfig.h"
+#include "QuillantCloud/TokenStore.h"
+#include "QuillantCloud/Uploader.h"
+#include "quillant/Commands/AccountCommands.h"
+#include "quillant/Commands/Command.h"
+#include "quillant/Commands/Console.h"
+#include "quillant/Commands/UploadLines.h"
+
+namespace quillant::UploadCommand {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Ends the command.
+struct Failure {
+  int code;
+};
+
+void tell(const std::string& text) {
+  Console::writeError("quillant: " + text + "\n");
+}
+
+/// Where the video is, also when the entry is resumed from another folder.
+fs::path existingFile(const std::string& file) {
+  std::error_code missing;
+  const auto path = fs::absolute(file, missing);
+  if (!missing && fs::is_regular_file(path, missing)) return path.lexically_normal();
+  tell("no such file: " + file);
+  throw Failure{ExitCode::failure};
+}
+
+VideoFacts probe(const CloudServices& services, const fs::path& video) {
+  try {
+    return services.probe(video);
+  } catch (const Error& error) {
+    tell("could not read video: " + error.description());
+    throw Failure{ExitCode::failure};
+  }
+}
+
+/// An entry that is on disk. The upload goes without a poster where none can be made.
+PendingUpload makeEntry(const CloudServices& services, const PendingUploadStore& store, const fs::path& video,
+                        std::optional<std::string> title) {
+  const auto facts = probe(services, video);
+  auto entry = PendingUpload::make(video, std::nullopt, std::move(title), facts.sizeBytes, facts.durationMs,
+                                   facts.width, facts.height);
+  try {
+    const auto poster = store.makePosterPath(entry.id);
+    services.makePoster(video, poster);
+    entry.thumbPath = poster;
+  } catch (const Error& error) {
+    tell(fmt::format("warning: thumbnail generation failed ({})", error.description()));
+  }
+  try {
+    store.save(entry);
+  } catch (const FileError& error) {
+    tell("could not persist upload record: " + error.description());
+    store.remove(entry.id);
+    throw Failure{ExitCode::failure};
+  }
+  return entry;
+}
+
+/// Notes on disk what the upload waits for.
+Failure record(const Uploader& uploader, PendingUpload& entry, const Error& error) {
+  const auto now = uploader.clock.now();
+  if (APIError::isTokenExpired(error))
+    entry.recordExpiredSignIn(error.description(), now);
+  else
+    entry.recordFailure(error.description(), now);
+  uploader.store.saveIfPossible(entry);
+  return {AccountCommands::exitCode(error)};
+}
+
+/// The link, once the entry on disk knows it.
+Task<std::string> reserve(const Uploader& uploader, PendingUpload& entry) {
+  try {
+    co_return co_await uploader.reserve(entry, false);
+  } catch (const Error& error) {
+    if (APIError::isTokenExpired(error)) {
+      tell("session expired — run `quillant login` again. Recording is safe: " + entry.videoPath);
+    } else {
+      tell("could not start upload: " + error.description());
+      tell("recording is safe on disk and queued: " + entry.videoPath);
+    }
+    throw record(uploader, entry, error);
+  }
+}
+
+Task<> handOut(ClipboardWriting& clipboard, std::string link) {
+  const bool copied = co_await clipboard.write(link);
+  Console::print((copied ? "🔗 Link copied to clipboard (before upload finishes): "
+                         : "🔗 Link (no clipboard here to copy it to; before upload finishes): ") +
+                 link);
+}
+
+Task<> send(const Uploader& uploader, PendingUpload& entry) {
+  try {
+    co_await uploader.runRemaining(entry, false);
+  } catch (const Error& error) {
+    if (APIError::isTokenExpired(error)) {
+      tell("session expired mid-upload — run `quillant login`, then `quillant status --resume`.");
+      tell("recording is safe: " + entry.videoPath);
+    } else {
+      tell("upload failed: " + error.description());
+      tell("recording is SAFE on disk and the upload is queued.");
+      tell("  file: " + entry.videoPath);
+      tell("  resume with: quillant status --resume");
+    }
+    throw record(uploader, entry, error);
+  }
+}
+
+}  // namespace
+
+Task<int> run(CloudServices services, Options options) {
+  try {
+    const auto video = existingFile(options.file);
+    const auto token = co_await TokenStore::load(*services.secrets);
+    if (!token) {
+      tell("not signed in — run `quillant login`");
+      co_return ExitCode::noPermission;
+    }
+    const PendingUploadStore store{QuillantConfig::pendingUploadsDirectory()};
+    auto entry = makeEntry(services, store, video, std::move(options.title));
+
+    UploadLines lines;
+    const Uploader uploader{.api = std::make_shared<QuillantAPI>(*token, services.http),
+                            .store = store,
+                            .transport = std::make_shared<HttpUploadTransport>(services.http),
+                            .log = [&lines](const std::string& line) { lines.write(line); },
+                            .clock = services.clock};
+    const auto link = co_await reserve(uploader, entry);
+    co_await handOut(*services.clipboard, link);
+    co_await send(uploader, entry);
+    if (!entry.completed) {
+      tell("the service has not made the video ready yet; the upload stays queued.");
+      tell("  resume with: quillant status --resume");
+      co_return ExitCode::failure;
+    }
+    Console::print("✅ Upload complete: " + link);
+    co_return ExitCode::success;
+  } catch (const Failure& failure) {
+    co_return failure.code;
+  }
+}
+
+}  // namespace quillant::UploadCommand
