@@ -1,0 +1,11 @@
+#include "Editor/Composition/CaptionBlock.h"
+
+namespace quillant {
+
+std::string CaptionBlock::text() const {
+  std::string text;
+  for (const auto& word : words) text.append(text.empty() ? "" : " ").append(word.text);
+  return text;
+}
+
+}  // namespace quillant
