@@ -4,7 +4,7 @@ namespace quillant {
 
 std::string CaptionBlock::text() const {
   std::string text;
-  for (const auto& word : words) text.append(text.empty() ? "" : " ").append(word.text);
+  for (const auto& word : words) text.append(&word == &words.front() ? "" : " ").append(word.text);
   return text;
 }
 

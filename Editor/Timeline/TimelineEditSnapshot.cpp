@@ -153,6 +153,17 @@ void TimelineEditSnapshot::setClips(std::vector<TimelineClip> clips, double dura
   }
 }
 
+TimelineEditSnapshot TimelineEditSnapshot::withClipSounds(double duration) const {
+  auto result = *this;
+  if (recordingSound == TimelineRecordingSound{}) return result;
+  auto clips = effectiveClips(duration);
+  for (auto& clip : clips.mutate())
+    if (!clip.sound) clip.sound = recordingSound;
+  result.clipList = std::move(clips);
+  result.clipListDuration = duration;
+  return result;
+}
+
 void TimelineEditSnapshot::clearCameraLayouts(double duration) {
   if (!clipList || std::ranges::none_of(*clipList, overridesCameraLayout)) return;
   auto clips = **clipList;

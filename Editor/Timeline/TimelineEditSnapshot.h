@@ -74,6 +74,9 @@ struct TimelineEditSnapshot {
   CopyOnWriteVector<TimelineClip> effectiveClips(double duration) const;
   /// Stores the result of an edit of the clips; where the trio already says the same, no list is kept.
   void setClips(std::vector<TimelineClip> clips, double duration);
+  /// The edit with the sound that each clip plays written into it: the snapshot's where it has none of its
+  /// own.
+  TimelineEditSnapshot withClipSounds(double duration) const;
   /// Shows the camera as a bubble in every clip.
   void clearCameraLayouts(double duration);
 

@@ -3,11 +3,15 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Core/JSONForward.h"
 #include "Core/RawTexts.h"
 
 namespace quillant {
+
+/// The main recording, where a source is named by a text: in transcripts and in the names of files.
+inline constexpr std::string_view primarySourceKey = "primary";
 
 /// A video file of the project beside its main recording.
 struct TimelineSource {

@@ -1,0 +1,20 @@
+#include "Editor/Captions/CaptionCue.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quillant {
+
+std::int64_t CaptionCue::milliseconds(double seconds) {
+  return seconds > 0 ? std::llround(seconds * 1000) : 0;
+}
+
+std::optional<CaptionCue> CaptionCue::of(std::span<const CaptionBlock> blocks, std::size_t index) {
+  double end = blocks[index].end;
+  if (index + 1 < blocks.size()) end = std::min(end, blocks[index + 1].start);
+  const CaptionCue cue{milliseconds(blocks[index].start), milliseconds(end)};
+  if (!(cue.start < cue.end)) return std::nullopt;
+  return cue;
+}
+
+}  // namespace quillant

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "Editor/Composition/CaptionBlock.h"
+#include "Editor/Composition/TimelineExportEditPlan.h"
+#include "Editor/Timeline/TimelineEditSnapshot.h"
+
+namespace quillant {
+
+/// Groups the words that an edit still plays into what a viewer reads. Pure; any thread.
+namespace CaptionLayout {
+
+/// How words are divided into lines: into one where they have at most 42 characters, blanks included, and
+/// otherwise into two as equal as they can be. Characters are those that a reader counts.
+std::vector<CaptionIndexRange> lines(std::span<const std::string_view> words);
+
+/// Every block of the edit's captions, sorted by start. Blocks of different transcripts may overlap.
+std::vector<CaptionBlock> blocks(const TimelineEditSnapshot& edits, const TimelineExportEditPlan& plan);
+
+}  // namespace CaptionLayout
+}  // namespace quillant
