@@ -45,6 +45,9 @@ class VideoReader {
           "could not seek in the video", MediaError::Kind::noFrame);
   }
 
+  /// Where what was read so far ends.
+  std::int64_t end() const { return end_; }
+
   /// The next frame in the order they are shown; none at the end. What does not decode is passed over.
   FFmpeg::Frame next() {
     FFmpeg::Frame frame(check(av_frame_alloc()));
@@ -56,7 +59,10 @@ class VideoReader {
         avcodec_send_packet(decoder_.get(), nullptr);
         continue;
       }
-      if (packet_->stream_index == stream_->index) avcodec_send_packet(decoder_.get(), packet_.get());
+      if (packet_->stream_index == stream_->index) {
+        if (packet_->pts != AV_NOPTS_VALUE) end_ = std::max(end_, packet_->pts + packet_->duration);
+        avcodec_send_packet(decoder_.get(), packet_.get());
+      }
       av_packet_unref(packet_.get());
     }
   }
@@ -66,6 +72,7 @@ class VideoReader {
   AVStream* stream_ = nullptr;
   FFmpeg::CodecContext decoder_;
   FFmpeg::Packet packet_{check(av_packet_alloc())};
+  std::int64_t end_ = 0;
 };
 
 std::int64_t startOf(const AVFrame& frame) {
@@ -88,7 +95,7 @@ FFmpeg::Frame find(VideoReader& reader, MediaTime time, const FrameGrabOptions& 
     shown = std::move(frame);
   }
   // The last frame is shown for as long as the file says.
-  if (shown && wanted < startOf(*shown) + std::max<std::int64_t>(shown->pkt_duration, 1)) return shown;
+  if (shown && wanted < std::max(reader.end(), startOf(*shown) + 1)) return shown;
   throw MediaError(MediaError::Kind::noFrame, "the video shows nothing at this time");
 }
 

@@ -16,6 +16,23 @@ extern "C" {
 
 namespace quillant {
 
+namespace {
+
+/// How the stream's pictures are to be turned, nine numbers; none for as they are.
+const std::int32_t* displayMatrix(const AVStream& stream) {
+#if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 16, 100)  // FFmpeg 6.1
+  const auto& parameters = *stream.codecpar;
+  const auto* found = av_packet_side_data_get(parameters.coded_side_data, parameters.nb_coded_side_data,
+                                              AV_PKT_DATA_DISPLAYMATRIX);
+  const void* data = found ? found->data : nullptr;
+#else
+  const void* data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr);
+#endif
+  return static_cast<const std::int32_t*>(data);
+}
+
+}  // namespace
+
 struct MediaInput::View {
   FileDescriptor file;
   std::int64_t size = 0;
@@ -78,8 +95,7 @@ MediaInput::MediaInput(const std::filesystem::path& path, Extent extent) : view_
 MediaInput::~MediaInput() = default;
 
 int MediaInput::rotation(const AVStream& stream) {
-  const auto* matrix = reinterpret_cast<const std::int32_t*>(
-      av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr));
+  const auto* matrix = displayMatrix(stream);
   if (!matrix) return 0;
   const double counterclockwise = av_display_rotation_get(matrix);
   if (std::isnan(counterclockwise)) return 0;

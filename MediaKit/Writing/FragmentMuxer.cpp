@@ -13,7 +13,9 @@ namespace {
 
 constexpr int bufferSize = 64 * 1024;
 
-int collect(void* opaque, std::uint8_t* bytes, int count) {
+/// FFmpeg 7 hands over constant bytes, those before it did not.
+template <typename Byte>
+int collect(void* opaque, Byte* bytes, int count) {
   auto& collected = *static_cast<std::vector<std::uint8_t>*>(opaque);
   collected.insert(collected.end(), bytes, bytes + count);
   return count;

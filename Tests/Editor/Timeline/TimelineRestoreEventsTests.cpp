@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "Editor/Timeline/TimelineClipList.h"
 #include "Tests/Editor/Timeline/TimelineEventFixture.h"
 #include "Tests/Support/GeneratedEdits.h"

@@ -107,7 +107,6 @@ class Decoding {
     }
     auto& added = media_.frames.emplace_back();
     added.time = timeOf(frame.pts, stream.time_base);
-    added.isKeyFrame = frame.key_frame != 0;
     added.width = frame.width;
     added.height = frame.height;
     if (frame.width >= 128) added.stamp = StampedFrames::read(frame.data[0], frame.linesize[0]);

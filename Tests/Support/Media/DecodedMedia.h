@@ -14,7 +14,6 @@ struct DecodedMedia {
   struct Frame {
     MediaTime time;
     std::uint32_t stamp = 0;  ///< As `StampedFrames::read` tells.
-    bool isKeyFrame = false;
     int width = 0;
     int height = 0;
     std::vector<std::uint8_t> luma;  ///< Without padding; kept only if asked for.
