@@ -51,6 +51,7 @@ ShareableContent shareableContent(ScreenService& screen) {
   try {
     return screen.content();
   } catch (const ScreenError& error) {
+    if (error.kind() == ScreenError::Kind::unsupportedFormat) throw;
     throw CaptureError(CaptureError::PermissionDenied{error.description()});
   }
 }

@@ -24,7 +24,7 @@ namespace quillant {
 /// is silent once it is stopped or destroyed.
 class ScreenCapturer : public SessionCapturing {
  public:
-  /// Throws `CaptureError`, `MicError`, `FacecamError`, `SystemAudioError`,
+  /// Throws `CaptureError`, `ScreenError`, `MicError`, `FacecamError`, `SystemAudioError`,
   /// `FragmentedMP4Writer::WriterError` or `FileError`; what was created until then stays. `onFailure` runs
   /// on the capture queue.
   static Task<std::unique_ptr<ScreenCapturer>> make(CaptureServices services, CaptureOptions options,

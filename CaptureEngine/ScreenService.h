@@ -56,10 +56,11 @@ struct StreamConfiguration {
   friend bool operator==(const StreamConfiguration&, const StreamConfiguration&) = default;
 };
 
-/// Why no picture comes: the server cannot be reached or refuses, or a running stream has ended.
+/// Why no picture comes: the server cannot be reached or refuses, its pixels cannot be recorded, or a running
+/// stream has ended.
 class ScreenError : public Error {
  public:
-  enum class Kind { unavailable, displayChanged, windowClosed, serverLost };
+  enum class Kind { unavailable, unsupportedFormat, displayChanged, windowClosed, serverLost };
   ScreenError(Kind kind, std::string description) : Error(std::move(description)), kind_(kind) {}
   Kind kind() const { return kind_; }
 
@@ -89,7 +90,8 @@ struct StreamCallbacks {
 class ScreenService {
  public:
   virtual ~ScreenService() = default;
-  /// Blocking; off the main thread. Throws ScreenError of kind unavailable when there is no display server.
+  /// Blocking; off the main thread. Throws ScreenError of kind unavailable when there is no display server,
+  /// and of kind unsupportedFormat when no stream could deliver its pixels.
   virtual ShareableContent content() = 0;
   virtual std::unique_ptr<StreamControlling> makeStream(const StreamConfiguration& configuration,
                                                         SerialQueue& sampleQueue,

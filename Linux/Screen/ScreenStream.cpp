@@ -9,27 +9,12 @@
 
 #include "Core/HostClock.h"
 #include "Linux/Screen/DisplaySource.h"
+#include "Linux/Screen/RootPixels.h"
 #include "Linux/Screen/WindowSource.h"
 
 namespace quillant {
 
 namespace {
-
-/// The server draws in many formats; every server in use keeps its root in this one.
-void requireBGRA(const X11Connection& x) {
-  const auto* setup = xcb_get_setup(x.get());
-  bool fourBytes = false;
-  for (auto it = xcb_setup_pixmap_formats_iterator(setup); it.rem; xcb_format_next(&it))
-    fourBytes |= it.data->depth == x.screen().root_depth && it.data->bits_per_pixel == 32;
-  bool redMask = false;
-  for (auto depth = xcb_screen_allowed_depths_iterator(&x.screen()); depth.rem; xcb_depth_next(&depth))
-    for (auto it = xcb_depth_visuals_iterator(depth.data); it.rem; xcb_visualtype_next(&it))
-      redMask |= it.data->visual_id == x.screen().root_visual && it.data->red_mask == 0xff0000;
-  if (!fourBytes || !redMask || setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST)
-    throw ScreenError(
-        ScreenError::Kind::unavailable,
-        "the display server's pixels are not of 8 bits a colour (the screen's depth must be 24)");
-}
 
 /// Runs `work`; what it throws, as an error that a stream may tell of. This thread has let go of the error by
 /// then, so that it belongs to whoever it is handed to.
@@ -128,7 +113,7 @@ void ScreenStream::captureUntilStopped() {
 
 void ScreenStream::setUp() {
   x_.emplace(displayName_);
-  requireBGRA(*x_);
+  RootPixels::requireBGRA(*x_);
   if (configuration_.windowID)
     source_ = std::make_unique<WindowSource>(*x_, *configuration_.windowID);
   else

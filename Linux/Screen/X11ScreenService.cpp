@@ -1,5 +1,6 @@
 #include "Linux/Screen/X11ScreenService.h"
 
+#include "Linux/Screen/RootPixels.h"
 #include "Linux/Screen/ScreenStream.h"
 #include "Linux/X11/X11Connection.h"
 #include "Linux/X11/X11Layout.h"
@@ -22,6 +23,7 @@ DisplayInfo displayInfo(const X11Monitor& monitor, const X11Layout& layout) {
 
 ShareableContent X11ScreenService::content() try {
   X11Connection x(displayName_);
+  RootPixels::requireBGRA(x);
   const X11Layout layout = X11Layout::read(x);
   ShareableContent content;
   for (const auto& monitor : layout.monitors) content.displays.push_back(displayInfo(monitor, layout));

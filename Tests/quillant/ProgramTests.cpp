@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "Tests/Support/TemporaryFolder.h"
+#include "Tests/Support/VirtualDisplay.h"
 #include "Tests/quillant/QuillantRun.h"
 #include "quillant/Commands/HeadlessCLI.h"
 
@@ -90,6 +91,21 @@ TEST(ProgramTest, CannotRecordWithoutADisplayAndLeavesNothing) {
   EXPECT_EQ(result.exitCode, 77);
   EXPECT_EQ(result.errors, "quillant: could not start recording: output file already exists: " + video +
                                " — refusing to overwrite (never lose a recording)\n");
+}
+
+TEST(ProgramTest, RefusesPixelsThatItCannotRecordAndLeavesNothing) {
+  if (!VirtualDisplay::isAvailable()) GTEST_SKIP() << "no Xvfb";
+  const VirtualDisplay display(640, 480, {"-screen", "0", "640x480x16"});
+  const TemporaryFolder folder;
+  const auto result =
+      QuillantRun({"record", "--duration", "5", "--output", (folder / "x.mp4").string()}, display.name())
+          .wait();
+  EXPECT_EQ(result.exitCode, 77);
+  EXPECT_EQ(
+      result.errors,
+      "quillant: could not start recording: the display server's pixels are not of 8 bits a colour (the "
+      "screen's depth must be 24)\n");
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST(ProgramTest, ListsOrphansAndTouchesNothing) {
