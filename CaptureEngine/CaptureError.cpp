@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "Core/SystemWords.h"
+
 namespace quillant {
 
 namespace {
@@ -10,8 +12,8 @@ namespace {
 struct Describe {
   std::string operator()(const CaptureError::PermissionDenied& kind) const {
     return "cannot enumerate displays — Screen Recording permission is likely missing for this process's "
-           "responsible app (System Settings → Privacy & Security → Screen Recording): " +
-           kind.underlying;
+           "responsible app (" +
+           SystemWords::whereToAllow("Screen Recording") + "): " + kind.underlying;
   }
   std::string operator()(const CaptureError::DisplayNotFound& kind) const {
     return fmt::format("display {} not found; available: [{}]",

@@ -8,6 +8,7 @@
 #include "CaptureEngine/RecoveryPromptBuilder.h"
 #include "Core/ByteSize.h"
 #include "Core/Error.h"
+#include "Core/SystemWords.h"
 #include "MediaKit/Reading/AssetProbe.h"
 
 namespace quillant {
@@ -55,14 +56,18 @@ std::string CaptureInterruptedModel::eyebrow() const {
 }
 
 std::string CaptureInterruptedModel::headline() const {
-  return cause == FailureCause::diskSpace ? "Recording stopped — macOS reclaimed disk space"
-                                          : "Recording stopped unexpectedly";
+  return cause == FailureCause::diskSpace
+             ? fmt::format("Recording stopped — {} reclaimed disk space", SystemWords::system)
+             : "Recording stopped unexpectedly";
 }
 
 std::string CaptureInterruptedModel::body() const {
   return cause == FailureCause::diskSpace
-             ? "macOS freed up storage while you were recording and ended the screen-capture session. That’s "
-               "out of our hands — but we saw it happen and wrote everything to disk immediately."
+             ? fmt::format(
+                   "{} freed up storage while you were recording and ended the screen-capture "
+                   "session. That’s out of our hands — but we saw it happen and wrote everything to "
+                   "disk immediately.",
+                   SystemWords::sentenceSystem)
              : "The screen-capture session ended before you stopped it. We saved what we captured — every "
                "frame up to that point is safe on disk.";
 }
@@ -87,8 +92,9 @@ std::string CaptureInterruptedModel::metaLine() const {
 }
 
 std::string CaptureInterruptedModel::lowDiskLine() const {
-  return "You’re at " + lowDiskFreeDescription.value_or("") +
-         " free. Clearing a little space keeps macOS from interrupting future recordings.";
+  return fmt::format(
+      "You’re at {} free. Clearing a little space keeps {} from interrupting future recordings.",
+      lowDiskFreeDescription.value_or(""), SystemWords::system);
 }
 
 }  // namespace quillant

@@ -1,13 +1,15 @@
 #include "CaptureEngine/FacecamError.h"
 
+#include "Core/SystemWords.h"
+
 namespace quillant {
 
 namespace {
 
-const char* text(FacecamError::Kind kind) {
+std::string text(FacecamError::Kind kind) {
   switch (kind) {
     case FacecamError::Kind::permissionDenied:
-      return "camera access denied (System Settings → Privacy & Security → Camera)";
+      return "camera access denied (" + SystemWords::whereToAllow("Camera") + ")";
     case FacecamError::Kind::noCamera:
       return "no camera device available";
     case FacecamError::Kind::cannotConfigure:

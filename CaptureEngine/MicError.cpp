@@ -1,13 +1,15 @@
 #include "CaptureEngine/MicError.h"
 
+#include "Core/SystemWords.h"
+
 namespace quillant {
 
 namespace {
 
-const char* text(MicError::Kind kind) {
+std::string text(MicError::Kind kind) {
   switch (kind) {
     case MicError::Kind::permissionDenied:
-      return "microphone access denied (System Settings → Privacy & Security → Microphone)";
+      return "microphone access denied (" + SystemWords::whereToAllow("Microphone") + ")";
     case MicError::Kind::noMicrophone:
       return "no microphone device available";
     case MicError::Kind::cannotConfigure:

@@ -120,11 +120,11 @@ TEST_F(RecoveryTest, SaysWhatAnInterruptedRecordingSaved) {
   writeVideo(video);
   auto model = runBlocking(CaptureInterruptedModel::make(FailureCause::diskSpace, video, "1.2 GB"));
   EXPECT_EQ(model.sizeBytes, static_cast<std::int64_t>(fs::file_size(video)));
-  EXPECT_EQ(model.headline(), "Recording stopped — macOS reclaimed disk space");
+  EXPECT_EQ(model.headline(), "Recording stopped — the system reclaimed disk space");
   EXPECT_EQ(model.savedUpToLabel(), "Saved everything up to 0:02");
   EXPECT_EQ(
       model.lowDiskLine(),
-      "You’re at 1.2 GB free. Clearing a little space keeps macOS from interrupting future recordings.");
+      "You’re at 1.2 GB free. Clearing a little space keeps the system from interrupting future recordings.");
 
   model = runBlocking(CaptureInterruptedModel::make(FailureCause::unknown, folder / "y.mp4", std::nullopt));
   EXPECT_EQ(model, CaptureInterruptedModel{});

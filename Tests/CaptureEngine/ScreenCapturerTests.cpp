@@ -213,10 +213,8 @@ TEST_F(ScreenCapturerTest, SaysWhyItCannotStart) {
       whyNot({.windowID = 8}),
       "window 8 is no longer on screen — it was closed or hidden between picking it and pressing Record");
   machine.isAllowed = false;
-  EXPECT_EQ(whyNot({.mic = true}),
-            "microphone access denied (System Settings → Privacy & Security → Microphone)");
-  EXPECT_EQ(whyNot({.facecam = true}),
-            "camera access denied (System Settings → Privacy & Security → Camera)");
+  EXPECT_EQ(whyNot({.mic = true}), "microphone access denied (Settings → Privacy & Security → Microphone)");
+  EXPECT_EQ(whyNot({.facecam = true}), "camera access denied (Settings → Privacy & Security → Camera)");
   machine.displays.clear();
   EXPECT_THAT(whyNot({}), testing::EndsWith("Screen Recording): no server"));
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));  // nothing was created on the way

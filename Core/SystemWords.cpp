@@ -1,0 +1,11 @@
+#include "Core/SystemWords.h"
+
+#include <fmt/format.h>
+
+namespace quillant {
+
+std::string SystemWords::whereToAllow(std::string_view thing, std::string_view separator) {
+  return fmt::format("Settings{0}Privacy & Security{0}{1}", separator, thing);
+}
+
+}  // namespace quillant

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// What texts call the machine that they are read on, its system and its settings: the one place to change
+/// where a platform has words of its own.
+namespace quillant::SystemWords {
+
+inline constexpr std::string_view computer = "computer";  ///< "saved on your computer", "This computer".
+inline constexpr std::string_view system = "the system";
+inline constexpr std::string_view sentenceSystem = "The system";  ///< At the beginning of a sentence.
+
+/// Where the user allows `thing`, such as "Microphone": "Settings → Privacy & Security → Microphone".
+std::string whereToAllow(std::string_view thing, std::string_view separator = " → ");
+
+}  // namespace quillant::SystemWords
