@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <string_view>
 
 #include "MediaKit/Reading/MediaInput.h"
 
@@ -73,10 +72,8 @@ MediaAsset AssetProbe::probe(const std::filesystem::path& path) {
   std::map<std::uint32_t, FragmentSum> sums;
   if (input.fragmentedMovie())
     sums = sumFragments(input);
-  else if (std::string_view(context.iformat->name).find("mov") == std::string_view::npos)
-    // Only movie files describe themselves wholly in their index.
-    FFmpeg::check(avformat_find_stream_info(&context, nullptr), "the file could not be read",
-                  MediaError::Kind::unreadable);
+  else
+    input.describeStreams();
 
   MediaAsset asset{MediaTime::zero(), {}};
   for (unsigned i = 0; i < context.nb_streams; ++i) {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cmath>
 #include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -45,7 +46,7 @@ struct MediaInput::View {
     if (wanted <= 0) return AVERROR_EOF;
     const auto done = ::pread(view.file.get(), bytes, static_cast<std::size_t>(wanted), view.position);
     if (done < 0) return AVERROR(errno);
-    if (done == 0) return AVERROR_EOF;
+    if (done == 0) return AVERROR(EIO);  // the file has become shorter
     view.position += done;
     return static_cast<int>(done);
   }
@@ -63,6 +64,10 @@ struct MediaInput::View {
 namespace {
 
 constexpr int bufferSize = 64 * 1024;
+
+bool hasIndex(const AVFormatContext& context) {
+  return std::string_view(context.iformat->name).find("mov") != std::string_view::npos;
+}
 
 }  // namespace
 
@@ -101,6 +106,19 @@ int MediaInput::rotation(const AVStream& stream) {
   if (std::isnan(counterclockwise)) return 0;
   const int quarters = static_cast<int>(std::lround(-counterclockwise / 90));
   return ((quarters % 4) + 4) % 4 * 90;
+}
+
+void MediaInput::describeStreams() {
+  if (hasIndex(*context_)) return;
+  FFmpeg::check(avformat_find_stream_info(context_.get(), nullptr), "the file could not be read",
+                MediaError::Kind::unreadable);
+}
+
+std::int64_t MediaInput::zero(const AVStream& stream) const {
+  const bool keepsZero =
+      hasIndex(*context_) || std::string_view(context_->iformat->name).starts_with("matroska");
+  if (keepsZero || context_->start_time == AV_NOPTS_VALUE) return 0;
+  return std::max<std::int64_t>(0, av_rescale_q(context_->start_time, {1, AV_TIME_BASE}, stream.time_base));
 }
 
 MovieBoxes::File MediaInput::file() const {

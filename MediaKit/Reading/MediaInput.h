@@ -31,6 +31,11 @@ class MediaInput {
   /// Set if the media lies in fragments.
   const std::optional<MovieFragments::FragmentedMovie>& fragmentedMovie() const { return movie_; }
   MovieBoxes::File file() const;
+  /// Movie files describe their tracks in an index; of others the beginning has to be read.
+  void describeStreams();
+  /// What counts as the file's zero, in a stream's ticks: streams that are made to be cut anywhere, and sound
+  /// with an encoder's delay, begin later. Known once the streams are described.
+  std::int64_t zero(const AVStream& stream) const;
   /// Degrees clockwise by which a track's pictures are to be turned: 0, 90, 180 or 270.
   static int rotation(const AVStream& stream);
 
