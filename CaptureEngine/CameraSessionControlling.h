@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Core/MediaTime.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant {
 

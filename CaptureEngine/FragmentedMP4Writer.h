@@ -11,9 +11,9 @@
 #include "CaptureEngine/PauseClock.h"
 #include "Core/Error.h"
 #include "Core/MediaTime.h"
+#include "Core/PixelBuffer.h"
 #include "Core/SerialQueue.h"
 #include "Core/Task.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
 #include "MediaKit/Sound/AudioBuffer.h"
 #include "MediaKit/Writing/AssetWriter.h"
 

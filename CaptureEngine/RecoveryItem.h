@@ -6,7 +6,7 @@
 #include "CaptureEngine/RecoverableRecording.h"
 #include "Core/Date.h"
 #include "Core/Geometry.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant {
 

@@ -8,8 +8,8 @@
 
 #include "CaptureEngine/RecoveryItem.h"
 #include "Core/Geometry.h"
+#include "Core/PixelBuffer.h"
 #include "Core/Task.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
 
 /// From what a sweep found to what the user is shown. What cannot be read of a file is absent.
 namespace quillant::RecoveryPromptBuilder {

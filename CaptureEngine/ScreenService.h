@@ -10,9 +10,9 @@
 #include "Core/Error.h"
 #include "Core/Geometry.h"
 #include "Core/MediaTime.h"
+#include "Core/PixelBuffer.h"
 #include "Core/SerialQueue.h"
 #include "Core/Task.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

@@ -1,9 +1,12 @@
 #include "DrawKit/Canvas.h"
 
 #include <algorithm>
+#include <bit>
 #include <cairo/cairo.h>
 #include <cmath>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "DrawKit/DrawingError.h"
 #include "DrawKit/GaussianBlur.h"
@@ -18,13 +21,27 @@ struct Release {
 };
 using SurfaceHandle = std::unique_ptr<cairo_surface_t, Release>;
 
-/// Cairo's own view of a bitmap's memory: the layout is the same, so that nothing is copied.
-SurfaceHandle surfaceOver(std::uint32_t* pixels, int width, int height) {
-  return SurfaceHandle(cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(pixels),
-                                                           CAIRO_FORMAT_ARGB32, width, height, width * 4));
+/// Transparent.
+PixelBuffer blank(int width, int height) {
+  const auto memory = std::make_shared<std::vector<std::uint32_t>>(std::size_t(width) * std::size_t(height));
+  PixelBuffer picture{.format = PixelFormat::premultipliedBGRA, .width = width, .height = height};
+  picture.planes[0] = {reinterpret_cast<std::uint8_t*>(memory->data()), width * 4};
+  picture.memory = memory;
+  return picture;
 }
 
-void setColor(cairo_t* context, const RGBA& color) {
+std::span<std::uint32_t> pixelsOf(const PixelBuffer& blank) {
+  return *static_cast<std::vector<std::uint32_t>*>(blank.memory.get());
+}
+
+/// Cairo's own view of a picture's memory: the layout is the same, so that nothing is copied.
+SurfaceHandle surfaceOver(const PixelBuffer& picture) {
+  static_assert(std::endian::native == std::endian::little, "Cairo's words are B, G, R, A in memory");
+  return SurfaceHandle(cairo_image_surface_create_for_data(
+      picture.planes[0].data, CAIRO_FORMAT_ARGB32, picture.width, picture.height, picture.planes[0].stride));
+}
+
+void setColor(cairo_t* context, const SerializableColor& color) {
   cairo_set_source_rgba(context, color.red, color.green, color.blue, color.alpha);
 }
 
@@ -47,10 +64,8 @@ void trace(cairo_t* context, const Path& path) {
 }  // namespace
 
 struct Canvas::Surface {
-  explicit Surface(Bitmap blank)
-      : bitmap(std::move(blank)),
-        surface(surfaceOver(bitmap.pixels.data(), bitmap.width, bitmap.height)),
-        context(cairo_create(surface.get())) {
+  Surface(int width, int height)
+      : picture(blank(width, height)), surface(surfaceOver(picture)), context(cairo_create(surface.get())) {
     cairo_set_line_join(context.get(), CAIRO_LINE_JOIN_ROUND);
     cairo_set_line_cap(context.get(), CAIRO_LINE_CAP_ROUND);
     cairo_set_antialias(context.get(), CAIRO_ANTIALIAS_BEST);
@@ -58,7 +73,7 @@ struct Canvas::Surface {
     cairo_set_tolerance(context.get(), 0.02);
   }
 
-  Bitmap bitmap;
+  PixelBuffer picture;
   SurfaceHandle surface;
   std::unique_ptr<cairo_t, Release> context;
 };
@@ -66,7 +81,7 @@ struct Canvas::Surface {
 Canvas::Canvas(int width, int height) {
   const auto fits = [](int side) { return side >= 1 && side <= longestSide; };
   if (!fits(width) || !fits(height)) throw DrawingError(DrawingError::Kind::size);
-  surface_ = std::make_unique<Surface>(Bitmap(width, height));
+  surface_ = std::make_unique<Surface>(width, height);
 }
 
 Canvas::~Canvas() = default;
@@ -75,14 +90,14 @@ void Canvas::translate(double right, double down) {
   cairo_translate(surface_->context.get(), right, down);
 }
 
-void Canvas::fill(const Path& path, const RGBA& color) {
+void Canvas::fill(const Path& path, const SerializableColor& color) {
   cairo_t* context = surface_->context.get();
   trace(context, path);
   setColor(context, color);
   cairo_fill(context);
 }
 
-void Canvas::stroke(const Path& path, const RGBA& color, double lineWidth) {
+void Canvas::stroke(const Path& path, const SerializableColor& color, double lineWidth) {
   cairo_t* context = surface_->context.get();
   trace(context, path);
   setColor(context, color);
@@ -90,11 +105,9 @@ void Canvas::stroke(const Path& path, const RGBA& color, double lineWidth) {
   cairo_stroke(context);
 }
 
-void Canvas::draw(const Bitmap& bitmap, Point corner) {
+void Canvas::draw(const PixelBuffer& picture, Point corner) {
   cairo_t* context = surface_->context.get();
-  // Only read from.
-  const SurfaceHandle source =
-      surfaceOver(const_cast<std::uint32_t*>(bitmap.pixels.data()), bitmap.width, bitmap.height);
+  const SurfaceHandle source = surfaceOver(picture);
   cairo_save(context);
   cairo_identity_matrix(context);
   cairo_set_source_surface(context, source.get(), corner.x, corner.y);
@@ -105,17 +118,17 @@ void Canvas::draw(const Bitmap& bitmap, Point corner) {
 
 void Canvas::castShadow(const Shadow& shadow) {
   cairo_surface_flush(surface_->surface.get());
-  const Bitmap& body = surface_->bitmap;
-  std::vector<float> coverage(body.pixels.size());
-  std::ranges::transform(body.pixels, coverage.begin(),
+  const auto body = pixelsOf(surface_->picture);
+  std::vector<float> coverage(body.size());
+  std::ranges::transform(body, coverage.begin(),
                          [](std::uint32_t pixel) { return static_cast<float>(pixel >> 24); });
-  GaussianBlur::blur(coverage, body.width, shadow.blur / 2);
-  Bitmap mask(body.width, body.height);
-  std::ranges::transform(coverage, mask.pixels.begin(), [](float value) {
+  GaussianBlur::blur(coverage, surface_->picture.width, shadow.blur / 2);
+  const PixelBuffer mask = blank(surface_->picture.width, surface_->picture.height);
+  std::ranges::transform(coverage, pixelsOf(mask).begin(), [](float value) {
     return static_cast<std::uint32_t>(std::lround(std::clamp(value, 0.0f, 255.0f))) << 24;
   });
 
-  const SurfaceHandle soft = surfaceOver(mask.pixels.data(), mask.width, mask.height);
+  const SurfaceHandle soft = surfaceOver(mask);
   cairo_t* context = surface_->context.get();
   cairo_save(context);
   cairo_identity_matrix(context);
@@ -125,11 +138,11 @@ void Canvas::castShadow(const Shadow& shadow) {
   cairo_restore(context);
 }
 
-Bitmap Canvas::take() && {
+PixelBufferRef Canvas::take() && {
   cairo_surface_flush(surface_->surface.get());
   if (cairo_status(surface_->context.get()) != CAIRO_STATUS_SUCCESS)
     throw DrawingError(DrawingError::Kind::drawing);
-  return std::move(surface_->bitmap);
+  return std::make_shared<const PixelBuffer>(std::move(surface_->picture));
 }
 
 }  // namespace quillant

@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "Core/Geometry.h"
-#include "DrawKit/Bitmap.h"
+#include "Core/PixelBuffer.h"
+#include "Core/SerializableColor.h"
 #include "DrawKit/Path.h"
-#include "DrawKit/RGBA.h"
 
 namespace quillant {
 
@@ -13,10 +13,10 @@ namespace quillant {
 struct Shadow {
   Point offset;     ///< Pixels, right and down.
   double blur = 0;  ///< Pixels over which its edge fades: twice the standard deviation of a Gaussian.
-  RGBA color;
+  SerializableColor color;
 };
 
-/// Draws onto a bitmap of its own, each thing over what is there. Coordinates are pixels, origin top left, y
+/// Draws onto a picture of its own, each thing over what is there. Coordinates are pixels, origin top left, y
 /// down; edges are smoothed. One thread at a time.
 class Canvas {
  public:
@@ -29,16 +29,17 @@ class Canvas {
   /// Moves the origin of all paths to come.
   void translate(double right, double down);
   /// What a path winds around counts as inside, however often; open figures are closed by a straight line.
-  void fill(const Path& path, const RGBA& color);
+  void fill(const Path& path, const SerializableColor& color);
   /// A line along the path with round joins and round ends.
-  void stroke(const Path& path, const RGBA& color, double lineWidth);
-  /// Its top left corner comes to `corner`, wherever the origin was moved to.
-  void draw(const Bitmap& bitmap, Point corner);
+  void stroke(const Path& path, const SerializableColor& color, double lineWidth);
+  /// A premultiplied picture; its top left corner comes to `corner`, wherever the origin was moved to.
+  void draw(const PixelBuffer& picture, Point corner);
   /// Under everything drawn so far, the shadow of all of it as one body.
   void castShadow(const Shadow& shadow);
 
-  /// The finished picture. Throws `DrawingError` if any of the drawing failed.
-  Bitmap take() &&;
+  /// The finished picture, premultiplied BGRA in sRGB without gaps between its rows. Throws `DrawingError` if
+  /// any of the drawing failed.
+  PixelBufferRef take() &&;
 
  private:
   struct Surface;

@@ -16,10 +16,6 @@ constexpr double marginRatio = 0.22;  ///< On every side, for the outline and th
 constexpr double shadowDropRatio = 0.045;
 constexpr double shadowBlurRatio = 0.1;
 
-RGBA paint(const SerializableColor& color) {
-  return {color.red, color.green, color.blue, color.alpha};
-}
-
 /// A side in whole pixels. What is too long for a canvas stays too long, and a number.
 int wholeSide(double side) {
   return static_cast<int>(std::clamp(side, 1.0, Canvas::longestSide + 1.0));
@@ -37,11 +33,10 @@ std::optional<CursorRenderedGlyph> renderedGlyph(std::string_view styleID, doubl
   try {
     Canvas canvas(wholeSide(whole.width), wholeSide(whole.height));
     canvas.translate(margin, margin);
-    if (drawing.fillsShape) canvas.fill(drawing.path, paint(*style->fill));
-    canvas.stroke(drawing.path, paint(style->stroke), drawing.strokeWidth);
-    canvas.castShadow({.offset = {0, pixels * shadowDropRatio},
-                       .blur = pixels * shadowBlurRatio,
-                       .color = paint(style->shadow)});
+    if (drawing.fillsShape) canvas.fill(drawing.path, *style->fill);
+    canvas.stroke(drawing.path, style->stroke, drawing.strokeWidth);
+    canvas.castShadow(
+        {.offset = {0, pixels * shadowDropRatio}, .blur = pixels * shadowBlurRatio, .color = style->shadow});
     return CursorRenderedGlyph{.image = std::move(canvas).take(),
                                .canvasSize = whole,
                                .hotspot = {drawing.hotspot.x + margin, drawing.hotspot.y + margin}};

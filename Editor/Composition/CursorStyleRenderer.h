@@ -4,15 +4,15 @@
 #include <string_view>
 
 #include "Core/Geometry.h"
-#include "DrawKit/Bitmap.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant {
 
 /// A cursor, drawn. Pixels, origin top left.
 struct CursorRenderedGlyph {
-  Bitmap image;
-  Size canvasSize;  ///< The glyph's with its margin; the image is this, cut to whole pixels.
-  Point hotspot;    ///< What lies on the recorded position, between pixels as it comes.
+  PixelBufferRef image;  ///< Premultiplied.
+  Size canvasSize;       ///< The glyph's with its margin; the image is this, cut to whole pixels.
+  Point hotspot;         ///< What lies on the recorded position, between pixels as it comes.
 };
 
 /// Draws the cursors of the registry. Any thread.

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Core/JSONForward.h"
-#include "Editor/Project/SerializableColor.h"
+#include "Core/SerializableColor.h"
 
 // What a recording sits on, as plain data. A document carries the whole preset, not a reference to one: a
 // palette that changes leaves saved projects as they were.

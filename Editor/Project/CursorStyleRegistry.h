@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "Editor/Project/SerializableColor.h"
+#include "Core/SerializableColor.h"
 
 namespace quillant {
 

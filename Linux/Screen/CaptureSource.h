@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "CaptureEngine/ScreenService.h"
+#include "Core/PixelBuffer.h"
 #include "Linux/X11/X11Connection.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

@@ -2,8 +2,8 @@
 
 #include <vector>
 
+#include "Core/PixelBuffer.h"
 #include "Linux/X11/X11Connection.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

@@ -4,7 +4,7 @@
 #include <fmt/format.h>
 #include <xcb/randr.h>
 
-#include "Linux/Screen/PixelRects.h"
+#include "Core/PixelRects.h"
 
 namespace quillant {
 

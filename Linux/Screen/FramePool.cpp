@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Linux/Screen/PixelRects.h"
+#include "Core/PixelRects.h"
 
 namespace quillant {
 

@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
+#include "Core/PixelBuffer.h"
 #include "Linux/Screen/SharedPixels.h"
 #include "Linux/Screen/WakeUp.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
 
 namespace quillant {
 

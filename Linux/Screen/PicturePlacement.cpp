@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Linux/Screen/PixelRects.h"
+#include "Core/PixelRects.h"
 
 namespace quillant {
 

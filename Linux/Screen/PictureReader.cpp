@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Linux/Screen/PixelRects.h"
+#include "Core/PixelRects.h"
 #include "MediaKit/Pictures/BGRAScaler.h"
 
 namespace quillant {

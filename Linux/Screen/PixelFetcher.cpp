@@ -6,7 +6,7 @@
 #include <vector>
 #include <xcb/shm.h>
 
-#include "Linux/Screen/PixelRects.h"
+#include "Core/PixelRects.h"
 
 namespace quillant {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant {
 

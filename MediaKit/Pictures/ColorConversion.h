@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 /// Full-range RGB to planar YUV as the files are tagged: BT.709, limited range, 4:2:0 with chroma sited at
 /// the left pixel of its pair and between the two rows.

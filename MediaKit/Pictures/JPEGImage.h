@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant::JPEGImage {
 

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "Core/MediaTime.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant {
 

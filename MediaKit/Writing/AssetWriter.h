@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "Core/MediaTime.h"
+#include "Core/PixelBuffer.h"
 #include "Core/Task.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
 #include "MediaKit/Sound/AudioBuffer.h"
 
 namespace quillant {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant {
 

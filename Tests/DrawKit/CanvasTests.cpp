@@ -6,6 +6,7 @@
 #include "DrawKit/Canvas.h"
 #include "DrawKit/DrawingError.h"
 #include "DrawKit/GaussianBlur.h"
+#include "Tests/Support/Pixels.h"
 
 namespace quillant {
 namespace {
@@ -41,13 +42,13 @@ TEST(Canvas, KeepsColoursMultipliedByTheirAlpha) {
   canvas.translate(1, 0);
   canvas.fill(rectangle({0, 0, 1, 2}), {1, 0.2, 0, 1});
   canvas.fill(rectangle({1, 0, 1, 1}), {1, 0, 0, 0.5});
-  const Bitmap bitmap = std::move(canvas).take();
-  EXPECT_THAT(bitmap.pixels, testing::ElementsAre(0, 0xFFFF3300, 0x80800000, 0, 0xFFFF3300, 0));
+  const PixelBufferRef picture = std::move(canvas).take();
+  EXPECT_THAT(pixelsOf(*picture), testing::ElementsAre(0, 0xFFFF3300, 0x80800000, 0, 0xFFFF3300, 0));
   Canvas over(3, 2);
   over.fill(rectangle({0, 0, 3, 2}), {1, 1, 1, 1});
-  over.draw(bitmap, {0, 1});
+  over.draw(*picture, {0, 1});
   constexpr std::uint32_t white = 0xFFFFFFFF;
-  EXPECT_THAT(std::move(over).take().pixels,
+  EXPECT_THAT(pixelsOf(*std::move(over).take()),
               testing::ElementsAre(white, white, white, white, 0xFFFF3300, 0xFFFF7F7F));
 }
 
@@ -56,10 +57,10 @@ TEST(Canvas, CastsOneShadowUnderAll) {
   canvas.fill(rectangle({20, 20, 20, 20}), {1, 1, 1, 1});
   canvas.stroke(rectangle({20, 20, 20, 20}), {0, 0, 0, 1}, 2);
   canvas.castShadow({.offset = {0, 6}, .blur = 4, .color = {0, 0, 0, 0.5}});
-  const Bitmap bitmap = std::move(canvas).take();
-  EXPECT_EQ(bitmap.at(30, 30), 0xFFFFFFFFu) << "the stroke's shadow lies on the filling";
-  EXPECT_NEAR(bitmap.at(30, 42) >> 24, 0x80, 1) << "full shadow below";
-  EXPECT_NEAR(bitmap.at(30, 46) >> 24, 0x40, 0x12) << "half of it at the shadow's edge";
+  const PixelBufferRef picture = std::move(canvas).take();
+  EXPECT_EQ(pixelAt(*picture, 30, 30), 0xFFFFFFFFu) << "the stroke's shadow lies on the filling";
+  EXPECT_NEAR(pixelAt(*picture, 30, 42) >> 24, 0x80, 1) << "full shadow below";
+  EXPECT_NEAR(pixelAt(*picture, 30, 46) >> 24, 0x40, 0x12) << "half of it at the shadow's edge";
 }
 
 TEST(Canvas, RefusesWhatItCannotDraw) {

@@ -19,7 +19,7 @@ using namespace quillant;
 constexpr double gap = 12;
 
 struct Cell {
-  Bitmap glyph;
+  PixelBufferRef glyph;
   Point corner;
 };
 
@@ -41,14 +41,14 @@ Sheet layOut() {
       // As wide as the largest below, so that columns line up.
       const auto largest = CursorStyleRenderer::renderedGlyph(style.id, sizes.back() * pixelsAtSizeOne);
       auto glyph = CursorStyleRenderer::renderedGlyph(style.id, size * pixelsAtSizeOne);
-      const double column = largest->image.width;
-      rowHeight = std::max(rowHeight, static_cast<double>(glyph->image.height));
+      const double column = largest->image->width;
+      rowHeight = std::max(rowHeight, static_cast<double>(glyph->image->height));
       row.push_back({std::move(glyph->image), {x, sheet.height}});
-      row.back().corner.x += std::floor((column - row.back().glyph.width) / 2);
+      row.back().corner.x += std::floor((column - row.back().glyph->width) / 2);
       x += column + gap;
     }
     for (Cell& cell : row) {
-      cell.corner.y += std::floor((rowHeight - cell.glyph.height) / 2);
+      cell.corner.y += std::floor((rowHeight - cell.glyph->height) / 2);
       sheet.cells.push_back(std::move(cell));
     }
     sheet.width = std::max(sheet.width, x);
@@ -57,28 +57,24 @@ Sheet layOut() {
   return sheet;
 }
 
-Bitmap draw(const Sheet& sheet) {
+PixelBufferRef draw(const Sheet& sheet) {
   Canvas canvas(static_cast<int>(sheet.width), static_cast<int>(2 * sheet.height));
-  const std::array grounds{RGBA{0.96, 0.96, 0.97}, RGBA{0.13, 0.14, 0.17}};
+  const std::array grounds{SerializableColor{0.96, 0.96, 0.97}, SerializableColor{0.13, 0.14, 0.17}};
   for (std::size_t half = 0; half < grounds.size(); ++half) {
     const double top = static_cast<double>(half) * sheet.height;
     canvas.fill(Path().rectangle({0, top, sheet.width, sheet.height}), grounds[half]);
-    for (const Cell& cell : sheet.cells) canvas.draw(cell.glyph, {cell.corner.x, cell.corner.y + top});
+    for (const Cell& cell : sheet.cells) canvas.draw(*cell.glyph, {cell.corner.x, cell.corner.y + top});
   }
   return std::move(canvas).take();
 }
 
-bool write(const Bitmap& picture, const char* file) {
+bool write(const PixelBuffer& picture, const char* file) {
   png_image image{.version = PNG_IMAGE_VERSION};
   image.width = static_cast<png_uint_32>(picture.width);
   image.height = static_cast<png_uint_32>(picture.height);
-  image.format = PNG_FORMAT_RGB;
   // The sheet is opaque: its colours are as they are without alpha.
-  std::vector<png_byte> bytes;
-  bytes.reserve(picture.pixels.size() * 3);
-  for (const std::uint32_t pixel : picture.pixels)
-    for (const int shift : {16, 8, 0}) bytes.push_back(static_cast<png_byte>(pixel >> shift));
-  return png_image_write_to_file(&image, file, 0, bytes.data(), 0, nullptr);
+  image.format = PNG_FORMAT_BGRA;
+  return png_image_write_to_file(&image, file, 0, picture.planes[0].data, picture.planes[0].stride, nullptr);
 }
 
 }  // namespace
@@ -88,7 +84,7 @@ int main(int argc, char** argv) {
     std::fputs("usage: cursor-sheet <file.png>\n", stderr);
     return 2;
   }
-  if (write(draw(layOut()), argv[1])) return 0;
+  if (write(*draw(layOut()), argv[1])) return 0;
   std::fprintf(stderr, "cursor-sheet: %s couldn’t be written\n", argv[1]);
   return 1;
 }

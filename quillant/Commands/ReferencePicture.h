@@ -1,7 +1,7 @@
 #pragma once
 
 #include "CaptureEngine/ScreenService.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 /// What the picture of a recording is compared with. All pictures are BGRA.
 namespace quillant::ReferencePicture {

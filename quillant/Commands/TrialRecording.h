@@ -4,7 +4,7 @@
 
 #include "CaptureEngine/CaptureServices.h"
 #include "CaptureEngine/RecordingCoordinator.h"
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant {
 

@@ -6,6 +6,7 @@
 #include "Editor/Composition/CursorOverlayGeometry.h"
 #include "Editor/Composition/CursorStyleRenderer.h"
 #include "Editor/Project/CursorStyleRegistry.h"
+#include "Tests/Support/Pixels.h"
 
 namespace quillant {
 namespace {
@@ -52,11 +53,11 @@ TEST(CursorStyleRenderer, DrawsEveryStyleWhereItsHotspotIs) {
   for (const auto& [id, expected] : cases) {
     const double size = 200 * CursorStyleRegistry::definition(id)->defaultScale;
     const auto glyph = CursorStyleRenderer::renderedGlyph(id, 200);
-    const Bitmap& image = glyph.value().image;
+    const PixelBuffer& image = *glyph.value().image;
     int left = image.width, top = image.height, right = 0, bottom = 0;  // of what is more than shadow
     for (int y = 0; y < image.height; ++y)
       for (int x = 0; x < image.width; ++x) {
-        const std::uint32_t pixel = image.at(x, y), alpha = pixel >> 24;
+        const std::uint32_t pixel = pixelAt(image, x, y), alpha = pixel >> 24;
         // A channel above its alpha would glow where the picture is blended.
         for (const int shift : {16, 8, 0}) ASSERT_LE(pixel >> shift & 0xFF, alpha) << id;
         if (alpha < 0x80) continue;
@@ -76,7 +77,7 @@ TEST(CursorStyleRenderer, DropsASoftShadow) {
   // the ring, 1.000 - 0.971 at 0.05 above it.
   const auto glyph = CursorStyleRenderer::renderedGlyph("highlight.ring", 400 / 1.55);
   const auto alpha = [&](double y) {
-    return glyph.value().image.at(268, static_cast<int>((y + 0.22) * 400)) >> 24;
+    return pixelAt(*glyph.value().image, 268, static_cast<int>((y + 0.22) * 400)) >> 24;
   };
   EXPECT_NEAR(alpha(0.91 + 0.05), 255 * 0.92 * 0.34 * 0.442, 3);
   EXPECT_NEAR(alpha(-0.01 - 0.05), 255 * 0.92 * 0.34 * 0.029, 2);
@@ -84,7 +85,7 @@ TEST(CursorStyleRenderer, DropsASoftShadow) {
 
 TEST(CursorStyleRenderer, DrawsAtAnySizeACanvasHolds) {
   for (const double size : {-5.0, 0.1, 1.0})
-    EXPECT_EQ(CursorStyleRenderer::renderedGlyph("system.white", size)->image.width, 1);
+    EXPECT_EQ(CursorStyleRenderer::renderedGlyph("system.white", size)->image->width, 1);
   EXPECT_FALSE(CursorStyleRenderer::renderedGlyph("system.white", 1e12));
   EXPECT_FALSE(CursorStyleRenderer::renderedGlyph("system.pink", 20));
 }

@@ -1,7 +1,7 @@
 #include <csignal>
 #include <random>
 
-#include "Linux/Screen/PixelRects.h"
+#include "Core/PixelRects.h"
 #include "MediaKit/Pictures/BGRAScaler.h"
 #include "Tests/Linux/Screen/ScreenFixture.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Linux/Screen/PixelRects.h"
+#include "Core/PixelRects.h"
 #include "Tests/Support/Eventually.h"
 
 namespace quillant {

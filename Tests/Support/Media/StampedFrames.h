@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 namespace quillant {
 

@@ -1,4 +1,4 @@
-#include "Linux/Screen/PixelRects.h"
+#include "Core/PixelRects.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "Editor/Project/SerializableColor.h"
+#include "Core/SerializableColor.h"
 
 #include <charconv>
 #include <cstdint>

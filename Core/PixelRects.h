@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "MediaKit/Pictures/PixelBuffer.h"
+#include "Core/PixelBuffer.h"
 
 /// What to do with lists of rectangles that cover what changed. A result may cover more than what it was made
 /// from, never less, and its rectangles may overlap.
