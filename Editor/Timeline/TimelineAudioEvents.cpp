@@ -39,7 +39,7 @@ void AddAudioClip::apply(TimelineEditState& state) const {
 }
 
 void DeleteAudioClip::apply(TimelineEditState& state) const {
-  state.editAudioClip({}, id, [this](const Row& row) { return TimelineAudioTrack::delete_(row, id); });
+  state.editAudioClip({}, id, [this](const Row& row) { return TimelineAudioTrack::delete_(row, {id}); });
 }
 
 void DeleteAudioRange::apply(TimelineEditState& state) const {

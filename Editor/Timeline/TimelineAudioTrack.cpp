@@ -71,31 +71,49 @@ std::optional<std::pair<std::size_t, std::size_t>> dividedClip(const Row& row, d
 }  // namespace
 
 std::optional<Row> removeTime(const Row& row, double from, double to) {
-  const double length = to - from;
-  if (!(length > timeTolerance) || !std::isfinite(length)) return std::nullopt;
+  return removeTimes(row, {{from, to}});
+}
+
+std::optional<Row> removeTimes(const Row& row, std::vector<TimelineSpan> spans) {
+  std::erase_if(spans, [](const TimelineSpan& span) {
+    return !(span.length() > timeTolerance) || !std::isfinite(span.length());
+  });
+  if (spans.empty()) return std::nullopt;
+  sortByStart(spans, &TimelineSpan::start);
+  std::vector<double> removedBefore = {0};  // by the number of spans
+  removedBefore.reserve(spans.size() + 1);
+  for (const auto& span : spans) removedBefore.push_back(removedBefore.back() + span.length());
+
   Row result;
-  result.reserve(row.size() + 1);
+  result.reserve(row.size() + spans.size());
   for (const auto& clip : row) {
-    const double clipEnd = clip.end();
-    if (clipEnd <= from + placingTolerance) {
-      result.push_back(clip);
-    } else if (to - placingTolerance <= clip.start) {
-      result.push_back(clip);
-      result.back().start -= length;
-    } else {
-      bool divided = false;
-      if (clip.start < from - placingTolerance) {
-        auto left = head(clip, from);
-        divided = isLongEnoughForClip(left.outputLength());
-        if (divided) result.push_back(std::move(left));
+    const auto passed =
+        std::ranges::upper_bound(spans, clip.start + placingTolerance, {}, &TimelineSpan::end);
+    const auto begun = std::ranges::lower_bound(passed, spans.end(), clip.end() - placingTolerance, {},
+                                                &TimelineSpan::start);
+    // From the last span on: what it leaves on its left is what the one before it cuts.
+    std::optional<TimelineAudioClip> left = clip;
+    const auto firstPiece = static_cast<std::ptrdiff_t>(result.size());
+    for (auto span = begun; left && span != passed;) {
+      --span;
+      const auto whole = std::move(*left);
+      left.reset();
+      if (whole.start < span->start - placingTolerance) {
+        left = head(whole, span->start);
+        if (!isLongEnoughForClip(left->outputLength())) left.reset();
       }
-      if (to + placingTolerance < clipEnd) {
-        auto right = tail(clip, to);
-        right.start = from;
-        if (divided) right.id = UUID::random();
+      if (span->end + placingTolerance < whole.end()) {
+        auto right = tail(whole, span->end);
+        right.start = span->start - removedBefore[static_cast<std::size_t>(span - spans.begin())];
+        if (left) right.id = UUID::random();
         if (isLongEnoughForClip(right.outputLength())) result.push_back(std::move(right));
       }
     }
+    if (left) {
+      left->start -= removedBefore[static_cast<std::size_t>(passed - spans.begin())];
+      result.push_back(std::move(*left));
+    }
+    std::reverse(result.begin() + firstPiece, result.end());
   }
   if (result == row) return std::nullopt;
   return result;
@@ -172,7 +190,7 @@ std::optional<Row> trim(const Row& row, const UUID& id, TimelineClipEdge edge, d
 
 std::optional<Row> move(const Row& row, const UUID& id, double toStart) {
   const auto found = find(row, id);
-  if (found == row.end()) return std::nullopt;
+  if (found == row.end() || !std::isfinite(toStart)) return std::nullopt;
   auto clip = *found;
   clip.start = std::max(0.0, toStart);
   auto others = row;
@@ -197,11 +215,12 @@ std::optional<Row> setMuted(const Row& row, const UUID& id, bool muted) {
   return changing(row, id, [&](TimelineAudioClip& clip) { clip.muted = muted; });
 }
 
-std::optional<Row> delete_(const Row& row, const UUID& id) {
-  if (find(row, id) == row.end()) return std::nullopt;
+std::optional<Row> delete_(const Row& row, const std::unordered_set<UUID>& ids) {
   Row result;
   result.reserve(row.size());
-  std::ranges::copy_if(row, std::back_inserter(result), [&](const auto& clip) { return clip.id != id; });
+  std::ranges::copy_if(row, std::back_inserter(result),
+                       [&](const auto& clip) { return !ids.contains(clip.id); });
+  if (result.size() == row.size()) return std::nullopt;
   return result;
 }
 
@@ -233,9 +252,8 @@ std::optional<std::size_t> index(const Row& row, double time) {
 }
 
 double end(const Row& row) {
-  double latest = 0;
-  for (const auto& clip : row) latest = std::max(latest, clip.end());
-  return latest;
+  if (row.empty()) return 0;
+  return std::ranges::max_element(row, {}, &TimelineAudioClip::end)->end();
 }
 
 }  // namespace quillant::TimelineAudioTrack

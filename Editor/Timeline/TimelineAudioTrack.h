@@ -2,11 +2,13 @@
 
 #include <cstddef>
 #include <optional>
+#include <unordered_set>
 #include <vector>
 
 #include "Core/UUID.h"
 #include "Editor/Timeline/TimelineAudioClip.h"
 #include "Editor/Timeline/TimelineClip.h"
+#include "Editor/Timeline/TimelineSpan.h"
 
 namespace quillant {
 
@@ -21,6 +23,8 @@ using Row = std::vector<TimelineAudioClip>;
 
 /// Takes a stretch of output out: what lies in it goes, what lies behind it moves up.
 std::optional<Row> removeTime(const Row& row, double from, double to);
+/// The same for several stretches, none overlapping another, all told on the row as it is given.
+std::optional<Row> removeTimes(const Row& row, std::vector<TimelineSpan> spans);
 /// Puts time back: what starts there or later moves on, and a clip that `removeTime` divided there is one
 /// again. Unlike elsewhere, nothing to do gives the row as it is; none means that a clip is in the way.
 std::optional<Row> insertTime(const Row& row, double at, double length);
@@ -30,13 +34,13 @@ std::optional<Row> deleteRange(const Row& row, double from, double to);
 std::optional<Row> split(const Row& row, double at);
 /// Moves one edge inward; a clip never grows.
 std::optional<Row> trim(const Row& row, const UUID& id, TimelineClipEdge edge, double to);
-/// Where the place is taken, the clip goes to the next free one.
+/// Where the place is taken, the clip goes to the next free one. A time that is not finite is no place.
 std::optional<Row> move(const Row& row, const UUID& id, double toStart);
 /// A clip that grows pushes those behind it on.
 std::optional<Row> setSpeed(const Row& row, const UUID& id, double speed);
 std::optional<Row> setVolume(const Row& row, const UUID& id, double volume);
 std::optional<Row> setMuted(const Row& row, const UUID& id, bool muted);
-std::optional<Row> delete_(const Row& row, const UUID& id);
+std::optional<Row> delete_(const Row& row, const std::unordered_set<UUID>& ids);
 
 /// The row with the clip in it, moved right until it overlaps nothing.
 Row placing(TimelineAudioClip clip, Row row);

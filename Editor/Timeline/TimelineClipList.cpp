@@ -274,14 +274,15 @@ std::optional<Legacy> legacy(const Clips& clips, double duration) {
     return std::nullopt;
 
   Legacy result = {.trimRegions = gaps(clips, duration), .splitTimes = boundaries(clips, duration)};
-  auto clip = clips.begin();
-  for (const auto& segment : TimelineClipSegment::segments(duration, result.splitTimes, {})) {
-    const double middle = (segment.start + segment.end) / 2;
-    while (clip != clips.end() && clip->end <= middle) ++clip;
-    if (clip == clips.end()) break;
-    const double speed = TimelineClipSpeed::normalized(clip->speed);
-    if (clip->start < middle && speed != 1) result.clipSpeeds[segment.index] = speed;
+  const auto segments = TimelineClipSegment::segments(duration, result.splitTimes, {});
+  const auto middle = [](const TimelineClipSegment& segment) { return (segment.start + segment.end) / 2; };
+  // The first clip over a segment's middle has its speed; clips may overlap within the tolerance.
+  for (const auto& clip : clips) {
+    auto segment = std::ranges::upper_bound(segments, clip.start, {}, middle);
+    for (; segment != segments.end() && middle(*segment) < clip.end; ++segment)
+      result.clipSpeeds.try_emplace(segment->index, TimelineClipSpeed::normalized(clip.speed));
   }
+  std::erase_if(result.clipSpeeds, [](const auto& entry) { return entry.second == 1; });
   return result;
 }
 

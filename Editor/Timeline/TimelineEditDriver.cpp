@@ -1,5 +1,6 @@
 #include "Editor/Timeline/TimelineEditDriver.h"
 
+#include <cassert>
 #include <utility>
 
 #include "CaptureEngine/Telemetry/CursorTelemetryCodec.h"
@@ -25,25 +26,50 @@ TimelineEditState dryRun(TimelineEditState state, const TimelineEditEvent& event
 TimelineEditDriver::TimelineEditDriver(ReadTelemetry readTelemetry)
     : readTelemetry_(std::move(readTelemetry)) {}
 
-void TimelineEditDriver::send(const TimelineEditEvent& event, RecordsUndo recordsUndo) {
-  auto old = state_;
-  const auto effects = state_.applying(event);
-  if (recordsUndo == RecordsUndo::yes && snapshotsDiffer(old, state_)) {
-    history_.recordChange(std::move(old));
-    ++historyRevision_;
+void TimelineEditDriver::tell(TimelineEditMoment before) {
+  if (before == now_) return;
+  if (untold_) {
+    untold_->emplace_back(std::move(before), now_);
+    return;
   }
-  changed.emit();
+  const auto untold = untold_ = std::make_shared<Changes>();
+  untold->emplace_back(std::move(before), now_);
+  while (!untold->empty()) {
+    const auto [was, is] = std::move(untold->front());
+    untold->pop_front();
+    changed.emit(was, is);
+    if (untold.use_count() == 1) return;  // a handler has destroyed this driver
+  }
+  untold_ = nullptr;
+}
+
+void TimelineEditDriver::send(const TimelineEditEvent& event, RecordsUndo recordsUndo) {
+  auto before = now_;
+  carryOut(event, recordsUndo);
+  tell(std::move(before));
+}
+
+void TimelineEditDriver::carryOut(const TimelineEditEvent& event, RecordsUndo recordsUndo) {
+  assert(sequence_.isCurrent());
+  auto old = now_.state;
+  const auto effects = now_.state.applying(event);
+  if (recordsUndo == RecordsUndo::yes && snapshotsDiffer(old, now_.state)) {
+    history_.recordChange(std::move(old));
+    ++now_.historyRevision;
+  }
   for (const auto& effect : effects) std::visit([this](const auto& asked) { perform(asked); }, effect);
 }
 
 void TimelineEditDriver::step(std::optional<TimelineEditState> (History::*take)(TimelineEditState),
                               const char* status) {
-  auto next = (history_.*take)(state_);
+  assert(sequence_.isCurrent());
+  auto next = (history_.*take)(now_.state);
   if (!next) return;
-  state_ = std::move(*next);
-  state_.statusMessage = status;
-  ++historyRevision_;
-  changed.emit();
+  auto before = now_;
+  now_.state = std::move(*next);
+  now_.state.statusMessage = status;
+  ++now_.historyRevision;
+  tell(std::move(before));
 }
 
 void TimelineEditDriver::undo() {
@@ -55,14 +81,19 @@ void TimelineEditDriver::redo() {
 }
 
 void TimelineEditDriver::applySnapshot(const TimelineEditSnapshot& snapshot) {
-  state_.applying(TimelineEvents::ApplySnapshot{snapshot});
-  clearHistory();
+  auto before = now_;
+  carryOut(TimelineEvents::ApplySnapshot{snapshot}, RecordsUndo::no);
+  history_ = {};
+  ++now_.historyRevision;
+  tell(std::move(before));
 }
 
 void TimelineEditDriver::clearHistory() {
+  assert(sequence_.isCurrent());
+  auto before = now_;
   history_ = {};
-  ++historyRevision_;
-  changed.emit();
+  ++now_.historyRevision;
+  tell(std::move(before));
 }
 
 void TimelineEditDriver::setTranscript(const TimelineTranscript& transcript) {
@@ -90,17 +121,17 @@ void TimelineEditDriver::clearSelection() {
 }
 
 std::optional<std::string> TimelineEditDriver::restoreRefusal(const TimelineEditEvent& event) const {
-  auto after = dryRun(state_, event);
-  if (snapshotsDiffer(state_, after)) return std::nullopt;
+  auto after = dryRun(state(), event);
+  if (snapshotsDiffer(state(), after)) return std::nullopt;
   return std::move(after.statusMessage);
 }
 
 bool TimelineEditDriver::canDeleteClip(const UUID& id, double duration) const {
-  return snapshotsDiffer(state_, dryRun(state_, TimelineEvents::DeleteClip{id, duration}));
+  return snapshotsDiffer(state(), dryRun(state(), TimelineEvents::DeleteClip{id, duration}));
 }
 
 bool TimelineEditDriver::canSplitSelected(double outputTime, double duration) const {
-  return snapshotsDiffer(state_, dryRun(state_, TimelineEvents::SplitSelected{outputTime, duration}));
+  return snapshotsDiffer(state(), dryRun(state(), TimelineEvents::SplitSelected{outputTime, duration}));
 }
 
 void TimelineEditDriver::perform(const GenerateAutoZooms& effect) {
@@ -114,18 +145,17 @@ void TimelineEditDriver::perform(const GenerateAutoZooms& effect) {
   } catch (const Error&) {
     return refuseAutoZooms(AutoZoomTelemetryProblem::unreadable);
   }
-  problem_.reset();
-  send(TimelineEvents::ReplaceAutoZooms{std::move(zooms)}, RecordsUndo::yes);
+  now_.autoZoomTelemetryProblem.reset();
+  carryOut(TimelineEvents::ReplaceAutoZooms{std::move(zooms)}, RecordsUndo::yes);
 }
 
 void TimelineEditDriver::refuseAutoZooms(AutoZoomTelemetryProblem problem) {
-  problem_ = problem;
-  state_.statusMessage =
+  now_.autoZoomTelemetryProblem = problem;
+  now_.state.statusMessage =
       problem == AutoZoomTelemetryProblem::missing
           ? "This recording has no pointer track, so auto-zoom can't find moments. Add zooms by hand."
           : "This recording's pointer track couldn't be read, so auto-zoom can't find moments. Add zooms by "
             "hand.";
-  changed.emit();
 }
 
 }  // namespace quillant

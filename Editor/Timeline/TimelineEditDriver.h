@@ -1,11 +1,15 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "Core/OwningSequence.h"
 #include "Core/Signal.h"
 #include "Editor/Timeline/AutoZoomTelemetryProblem.h"
 #include "Editor/Timeline/EditorHistory.h"
@@ -16,8 +20,19 @@ namespace quillant {
 
 enum class RecordsUndo { no, yes };
 
+/// What a driver shows at one moment. A copy shares what it has in common with others.
+struct TimelineEditMoment {
+  TimelineEditState state;
+  /// Why the last generation of zooms found no telemetry to work on; none if it did.
+  std::optional<AutoZoomTelemetryProblem> autoZoomTelemetryProblem;
+  /// Rises whenever an undoable edit, an undo, a redo or a load changes what the snapshot says.
+  std::int64_t historyRevision = 0;
+
+  friend bool operator==(const TimelineEditMoment&, const TimelineEditMoment&) = default;
+};
+
 /// Owns the live edit of an open project: carries events out, remembers what can be undone, and does what
-/// events ask of the world. One thread, the main one.
+/// events ask of the world. It belongs to the thread that makes it, the main one.
 class TimelineEditDriver {
  public:
   using History = EditorHistory<TimelineEditState>;
@@ -26,15 +41,16 @@ class TimelineEditDriver {
 
   explicit TimelineEditDriver(ReadTelemetry readTelemetry);
 
-  const TimelineEditState& state() const { return state_; }
-  /// Why the last generation of zooms found no telemetry to work on; none if it did.
-  std::optional<AutoZoomTelemetryProblem> autoZoomTelemetryProblem() const { return problem_; }
+  const TimelineEditState& state() const { return now_.state; }
+  std::optional<AutoZoomTelemetryProblem> autoZoomTelemetryProblem() const {
+    return now_.autoZoomTelemetryProblem;
+  }
+  std::int64_t historyRevision() const { return now_.historyRevision; }
   const History& history() const { return history_; }
-  /// Rises whenever an undoable edit, an undo, a redo or a load changes what the snapshot says.
-  std::int64_t historyRevision() const { return historyRevision_; }
 
-  /// Emitted after each change of any of the above.
-  Signal<> changed;
+  /// What was and what is, once for each call below that made a difference. A handler may call the driver:
+  /// what comes of it is told when all have heard of the first change. It may destroy the driver, too.
+  Signal<TimelineEditMoment, TimelineEditMoment> changed;
 
   /// A step of undo is what changes the snapshot; selecting something, or a refusal, is none. Zooms are
   /// generated before it returns.
@@ -60,15 +76,20 @@ class TimelineEditDriver {
   bool canSplitSelected(double outputTime, double duration) const;
 
  private:
+  using Changes = std::deque<std::pair<TimelineEditMoment, TimelineEditMoment>>;
+
+  void carryOut(const TimelineEditEvent& event, RecordsUndo recordsUndo);
   void step(std::optional<TimelineEditState> (History::*take)(TimelineEditState), const char* status);
   void perform(const GenerateAutoZooms& effect);
   void refuseAutoZooms(AutoZoomTelemetryProblem problem);
+  /// Emits the change since `before`. The driver may be gone when it returns.
+  void tell(TimelineEditMoment before);
 
+  const OwningSequence sequence_;
   const ReadTelemetry readTelemetry_;
-  TimelineEditState state_;
+  TimelineEditMoment now_;
   History history_;
-  std::optional<AutoZoomTelemetryProblem> problem_;
-  std::int64_t historyRevision_ = 0;
+  std::shared_ptr<Changes> untold_;  // null while none is being told
 };
 
 }  // namespace quillant

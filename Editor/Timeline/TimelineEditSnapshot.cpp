@@ -55,7 +55,8 @@ void from_json(const Json& json, ClipSpeeds& speeds) {
   for (const auto& [key, value] : json.items()) {
     std::int64_t index = 0;
     const auto* end = key.data() + key.size();
-    if (std::from_chars(key.data(), end, index).ptr != end || key.empty())
+    const auto [stop, error] = std::from_chars(key.data(), end, index);
+    if (error != std::errc() || stop != end)
       throw JSONError(JSONError::Kind::invalidValue, "the key is not the index of a clip", key.substr(0, 40));
     speeds.byIndex[index] = JSON::required<double>(json, key);
   }

@@ -1,37 +1,33 @@
 #include "Editor/Timeline/TimelineEditState.h"
 
 #include <algorithm>
-#include <functional>
-#include <type_traits>
+#include <map>
 #include <utility>
 
 #include "Editor/Timeline/TimelineAudioTrack.h"
 #include "Editor/Timeline/TimelineClipList.h"
-#include "Editor/Timeline/TimelineEditEvent.h"
 
 namespace quillant {
 
 namespace {
 
-template <class Records>
-bool holds(const Records& records, const UUID& id) {
-  return std::ranges::any_of(records, [&id](const auto& record) { return record.id == id; });
+using Item = TimelineSelectedItem;
+using IDs = TimelineEditState::IDs;
+
+/// Leaves the ids that a record has. One pass over the records, however many ids there are.
+template <class... Records>
+void keepPresent(IDs& ids, const Records&... records) {
+  if (ids.empty()) return;
+  IDs present;
+  const auto look = [&](const auto& list) {
+    for (const auto& record : list)
+      if (ids.contains(record.id)) present.insert(record.id);
+  };
+  (look(records), ...);
+  ids = std::move(present);
 }
 
 }  // namespace
-
-TimelineEditEffects TimelineEditState::applying(const TimelineEditEvent& event) {
-  return std::visit(
-      [this](const auto& rule) -> TimelineEditEffects {
-        if constexpr (std::is_void_v<decltype(rule.apply(*this))>) {
-          rule.apply(*this);
-          return {};
-        } else {
-          return rule.apply(*this);
-        }
-      },
-      event.rule);
-}
 
 void TimelineEditState::clearSelection() {
   additionalSelection.clear();
@@ -42,27 +38,19 @@ void TimelineEditState::clearSelection() {
   selectedAudioClipID.reset();
 }
 
-bool TimelineEditState::exists(const TimelineSelectedItem& item) const {
-  switch (item.kind) {
-    case TimelineSelectedItem::Kind::clip:
-      return true;  // Which clips there are depends on a duration; the rules keep clips' ids valid.
-    case TimelineSelectedItem::Kind::zoom:
-      return holds(snapshot.zoomRegions, item.id);
-    case TimelineSelectedItem::Kind::audio:
-      return snapshot.audioRow(item.id).has_value();
-  }
-  return false;
-}
-
 std::vector<TimelineSelectedItem> TimelineEditState::selectedItems() const {
-  std::vector<TimelineSelectedItem> items;
-  const auto add = [&](const TimelineSelectedItem& item) {
-    if (std::ranges::find(items, item) == items.end() && exists(item)) items.push_back(item);
-  };
-  if (selectedClipID) add(TimelineSelectedItem::clip(*selectedClipID));
-  if (selectedID && selectedKind == TimelineRegionKind::zoom) add(TimelineSelectedItem::zoom(*selectedID));
-  if (selectedAudioClipID) add(TimelineSelectedItem::audio(*selectedAudioClipID));
-  for (const auto& item : additionalSelection) add(item);
+  std::vector<Item> items;
+  if (selectedClipID) items.push_back(Item::clip(*selectedClipID));
+  if (selectedID && selectedKind == TimelineRegionKind::zoom) items.push_back(Item::zoom(*selectedID));
+  if (selectedAudioClipID) items.push_back(Item::audio(*selectedAudioClipID));
+  items.insert(items.end(), additionalSelection.begin(), additionalSelection.end());
+
+  std::map<Item::Kind, IDs> left;
+  for (const auto& item : items) left[item.kind].insert(item.id);
+  // Which clips there are depends on a duration; the rules keep clips' ids valid.
+  keepPresent(left[Item::Kind::zoom], snapshot.zoomRegions);
+  keepPresent(left[Item::Kind::audio], snapshot.audioClips, snapshot.musicClips);
+  std::erase_if(items, [&](const Item& item) { return left[item.kind].erase(item.id) == 0; });
   return items;
 }
 
@@ -92,10 +80,14 @@ void TimelineEditState::toggleSelected(const TimelineSelectedItem& item) {
 }
 
 void TimelineEditState::storeClips(Clips clips, double duration) {
-  const auto isGone = [&](const UUID& id) { return !holds(clips, id); };
-  if (selectedClipID && isGone(*selectedClipID)) selectedClipID.reset();
-  std::erase_if(additionalSelection, [&](const auto& item) {
-    return item.kind == TimelineSelectedItem::Kind::clip && isGone(item.id);
+  IDs selected;
+  if (selectedClipID) selected.insert(*selectedClipID);
+  for (const auto& item : additionalSelection)
+    if (item.kind == Item::Kind::clip) selected.insert(item.id);
+  keepPresent(selected, clips);
+  if (selectedClipID && !selected.contains(*selectedClipID)) selectedClipID.reset();
+  std::erase_if(additionalSelection, [&](const Item& item) {
+    return item.kind == Item::Kind::clip && !selected.contains(item.id);
   });
   snapshot.setClips(std::move(clips), duration);
 }
@@ -115,7 +107,7 @@ bool TimelineEditState::editClips(std::string_view refused, double duration,
   return true;
 }
 
-std::optional<std::size_t> TimelineEditState::deleteClips(const std::vector<UUID>& ids, double duration) {
+std::optional<std::size_t> TimelineEditState::deleteClips(const IDs& ids, double duration) {
   if (!isValidDuration(duration)) return 0;
   const auto clips = snapshot.effectiveClips(duration);
   const auto placed = TimelineClipList::placed(clips);
@@ -123,7 +115,7 @@ std::optional<std::size_t> TimelineEditState::deleteClips(const std::vector<UUID
   kept.reserve(clips.size());
   std::vector<TimelineSpan> removed;
   for (std::size_t i = 0; i < clips.size(); ++i) {
-    if (std::ranges::find(ids, clips[i].id) == ids.end())
+    if (!ids.contains(clips[i].id))
       kept.push_back(clips[i]);
     else
       removed.push_back(placed[i]);
@@ -135,7 +127,7 @@ std::optional<std::size_t> TimelineEditState::deleteClips(const std::vector<UUID
   }
   storeClips(std::move(kept), duration);
   const auto count = removed.size();
-  rippleVoiceRow(std::move(removed));
+  rippleVoiceRow(removed);
   return count;
 }
 
@@ -162,13 +154,9 @@ bool TimelineEditState::editAudioClip(
   return row && editAudio(refused, *row, body);
 }
 
-void TimelineEditState::rippleVoiceRow(std::vector<TimelineSpan> removing) {
-  // From the last one on, so that no removal moves a stretch that is still to come.
-  std::ranges::sort(removing, std::greater<>(), &TimelineSpan::start);
-  for (const auto& span : removing)
-    editAudio({}, TimelineAudioRow::voice, [&span](const AudioClips& row) {
-      return TimelineAudioTrack::removeTime(row, span.start, span.end);
-    });
+void TimelineEditState::rippleVoiceRow(const std::vector<TimelineSpan>& removing) {
+  editAudio({}, TimelineAudioRow::voice,
+            [&](const AudioClips& row) { return TimelineAudioTrack::removeTimes(row, removing); });
 }
 
 }  // namespace quillant

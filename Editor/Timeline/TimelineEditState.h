@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "Core/UUID.h"
@@ -37,7 +38,8 @@ struct TimelineEditState {
   std::string statusMessage{initialStatus};
 
   /// Carries the event out, or refuses it: then the snapshot stays as it is, and where the user should know
-  /// why, `statusMessage` says so. Pure: what is to be done beyond the state is returned.
+  /// why, `statusMessage` says so. Pure: what is to be done beyond the state is returned. Defined with the
+  /// event, which knows all rules.
   TimelineEditEffects applying(const TimelineEditEvent& event);
 
   void clearSelection();
@@ -48,6 +50,7 @@ struct TimelineEditState {
   void setSelection(const std::vector<TimelineSelectedItem>& items);
   void toggleSelected(const TimelineSelectedItem& item);
 
+  using IDs = std::unordered_set<UUID>;
   using Clips = std::vector<TimelineClip>;
   using AudioClips = std::vector<TimelineAudioClip>;
 
@@ -59,7 +62,7 @@ struct TimelineEditState {
                  const std::function<std::optional<Clips>(const Clips&)>& body);
   /// Deletes the clips, the voice row following. Returns how many there were, 0 without a video; none is a
   /// refusal, which the status says: they are all there is to play.
-  std::optional<std::size_t> deleteClips(const std::vector<UUID>& ids, double duration);
+  std::optional<std::size_t> deleteClips(const IDs& ids, double duration);
 
   CopyOnWriteVector<TimelineAudioClip>& audioClips(TimelineAudioRow row);
   /// The same frame for a row of sound.
@@ -70,12 +73,9 @@ struct TimelineEditState {
                      const std::function<std::optional<AudioClips>(const AudioClips&)>& body);
   /// Pulls the voice row along when the video loses stretches of output, none overlapping another. Music
   /// keeps its place.
-  void rippleVoiceRow(std::vector<TimelineSpan> removing);
+  void rippleVoiceRow(const std::vector<TimelineSpan>& removing);
 
   friend bool operator==(const TimelineEditState&, const TimelineEditState&) = default;
-
- private:
-  bool exists(const TimelineSelectedItem& item) const;
 };
 
 }  // namespace quillant

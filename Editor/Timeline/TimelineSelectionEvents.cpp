@@ -1,11 +1,9 @@
 #include "Editor/Timeline/TimelineSelectionEvents.h"
 
-#include <algorithm>
 #include <fmt/format.h>
 #include <vector>
 
 #include "Editor/Timeline/PlaybackTime.h"
-#include "Editor/Timeline/TimelineAudioEvents.h"
 #include "Editor/Timeline/TimelineAudioTrack.h"
 #include "Editor/Timeline/TimelineCameraEvents.h"
 #include "Editor/Timeline/TimelineClipList.h"
@@ -45,13 +43,35 @@ void ClearSelection::apply(TimelineEditState& state) const {
 
 namespace {
 
-/// Splits a clip that is under the playhead. Returns the second half.
-std::optional<TimelineSelectedItem> splitClip(TimelineEditState& state, const UUID& id, double outputTime,
+using IDs = TimelineEditState::IDs;
+
+struct SelectedIDs {
+  IDs clips, zooms, audio;
+};
+
+SelectedIDs selectedIDs(const TimelineEditState& state) {
+  SelectedIDs ids;
+  for (const auto& item : state.selectedItems()) switch (item.kind) {
+      case TimelineSelectedItem::Kind::clip:
+        ids.clips.insert(item.id);
+        break;
+      case TimelineSelectedItem::Kind::zoom:
+        ids.zooms.insert(item.id);
+        break;
+      case TimelineSelectedItem::Kind::audio:
+        ids.audio.insert(item.id);
+        break;
+    }
+  return ids;
+}
+
+/// Splits the clip under the playhead if it is one of `ids`. Returns the second half.
+std::optional<TimelineSelectedItem> splitClip(TimelineEditState& state, const IDs& ids, double outputTime,
                                               double duration) {
-  if (!isValidDuration(duration)) return std::nullopt;
+  if (ids.empty() || !isValidDuration(duration)) return std::nullopt;
   const auto clips = state.snapshot.effectiveClips(duration);
   const auto under = TimelineClipList::index(clips, outputTime);
-  if (!under || clips[*under].id != id) return std::nullopt;
+  if (!under || !ids.contains(clips[*under].id)) return std::nullopt;
   auto split = TimelineClipList::split(clips, outputTime);
   if (!split) return std::nullopt;
   const auto second = (*split)[*under + 1].id;
@@ -59,12 +79,13 @@ std::optional<TimelineSelectedItem> splitClip(TimelineEditState& state, const UU
   return TimelineSelectedItem::clip(second);
 }
 
-std::optional<TimelineSelectedItem> splitAudioClip(TimelineEditState& state, const UUID& id,
-                                                   double outputTime) {
+std::optional<TimelineSelectedItem> splitAudioClip(TimelineEditState& state, const IDs& ids,
+                                                   TimelineAudioRow which, double outputTime) {
   std::optional<TimelineSelectedItem> second;
-  state.editAudioClip({}, id, [&](const auto& row) {
+  state.editAudio({}, which, [&](const auto& row) {
     const auto under = TimelineAudioTrack::index(row, outputTime);
-    auto split = under && row[*under].id == id ? TimelineAudioTrack::split(row, outputTime) : std::nullopt;
+    auto split =
+        under && ids.contains(row[*under].id) ? TimelineAudioTrack::split(row, outputTime) : std::nullopt;
     if (split) second = TimelineSelectedItem::audio((*split)[*under + 1].id);
     return split;
   });
@@ -74,15 +95,12 @@ std::optional<TimelineSelectedItem> splitAudioClip(TimelineEditState& state, con
 }  // namespace
 
 void SplitSelected::apply(TimelineEditState& state) const {
+  const auto selected = selectedIDs(state);
   std::vector<TimelineSelectedItem> seconds;
-  for (const auto& item : state.selectedItems()) {
-    std::optional<TimelineSelectedItem> second;
-    if (item.kind == TimelineSelectedItem::Kind::clip)
-      second = splitClip(state, item.id, outputTime, duration);
-    else if (item.kind == TimelineSelectedItem::Kind::audio)
-      second = splitAudioClip(state, item.id, outputTime);
+  for (const auto& second : {splitClip(state, selected.clips, outputTime, duration),
+                             splitAudioClip(state, selected.audio, TimelineAudioRow::voice, outputTime),
+                             splitAudioClip(state, selected.audio, TimelineAudioRow::music, outputTime)})
     if (second) seconds.push_back(*second);
-  }
   if (seconds.empty()) {
     state.statusMessage = "Select a clip under the playhead to split it.";
     return;
@@ -90,23 +108,6 @@ void SplitSelected::apply(TimelineEditState& state) const {
   state.setSelection(seconds);
   state.statusMessage = fmt::format("Split at {}.", formatPlaybackTime(outputTime));
 }
-
-namespace {
-
-std::string deletedStatus(const std::vector<TimelineSelectedItem::Kind>& deleted) {
-  if (deleted.size() > 1) return fmt::format("Deleted {} items.", deleted.size());
-  switch (deleted.front()) {
-    case TimelineSelectedItem::Kind::clip:
-      return "Deleted clip.";
-    case TimelineSelectedItem::Kind::zoom:
-      return "Deleted zoom.";
-    case TimelineSelectedItem::Kind::audio:
-      return "Deleted audio clip.";
-  }
-  return {};
-}
-
-}  // namespace
 
 void DeleteSelection::apply(TimelineEditState& state) const {
   if (state.selectedCameraClipID)
@@ -119,28 +120,25 @@ void DeleteSelection::apply(TimelineEditState& state) const {
     return;
   }
 
-  std::vector<TimelineSelectedItem::Kind> deleted;
-  std::vector<UUID> clips, zooms;
-  for (const auto& item : state.selectedItems()) {
-    if (item.kind == TimelineSelectedItem::Kind::clip) {
-      clips.push_back(item.id);
-    } else if (item.kind == TimelineSelectedItem::Kind::zoom) {
-      zooms.push_back(item.id);
-      deleted.push_back(item.kind);
-    } else {
-      DeleteAudioClip{item.id}.apply(state);
-      deleted.push_back(item.kind);
-    }
-  }
+  const auto [clips, zooms, audio] = selectedIDs(state);
   if (!zooms.empty())
     std::erase_if(state.snapshot.zoomRegions.mutate(),
-                  [&](const auto& zoom) { return std::ranges::find(zooms, zoom.id) != zooms.end(); });
-
+                  [&ids = zooms](const auto& zoom) { return ids.contains(zoom.id); });
+  if (!audio.empty())
+    for (const auto row : {TimelineAudioRow::voice, TimelineAudioRow::music})
+      state.editAudio(
+          {}, row, [&ids = audio](const auto& sounds) { return TimelineAudioTrack::delete_(sounds, ids); });
   const std::optional<std::size_t> clipsDeleted = duration ? state.deleteClips(clips, *duration) : 0u;
-  deleted.insert(deleted.end(), clipsDeleted.value_or(0), TimelineSelectedItem::Kind::clip);
   state.clearSelection();
-  // A refusal is what the user should read.
-  if (clipsDeleted && !deleted.empty()) state.statusMessage = deletedStatus(deleted);
+
+  const auto count = clipsDeleted.value_or(0) + zooms.size() + audio.size();
+  if (!clipsDeleted || count == 0) return;  // A refusal is what the user should read.
+  if (count > 1)
+    state.statusMessage = fmt::format("Deleted {} items.", count);
+  else
+    state.statusMessage = *clipsDeleted   ? "Deleted clip."
+                          : zooms.empty() ? "Deleted audio clip."
+                                          : "Deleted zoom.";
 }
 
 }  // namespace quillant::TimelineEvents

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "Core/OwningSequence.h"
 #include "Core/QueueTask.h"
 #include "Core/SerialQueue.h"
 #include "Core/Signal.h"
@@ -113,21 +114,33 @@ TEST(Task, SleepsSaturateInsteadOfOverflowing) {
   EXPECT_TRUE(runBlocking(sleepSeconds(-1)));
 }
 
-TEST(Signal, CallsWhoIsConnectedAndSurvivesChangesWhileEmitting) {
+TEST(OwningSequence, KnowsItsThreadAndItsStrand) {
+  const auto strand = makeStrand();
+  const OwningSequence onThread, onStrand(strand);
+  const auto both = [&]() -> Task<std::pair<bool, bool>> {
+    co_return std::pair(onThread.isCurrent(), onStrand.isCurrent());
+  };
+  EXPECT_EQ(runBlocking(both(), strand), std::pair(false, true));
+  EXPECT_EQ(runBlocking(both()), std::pair(false, false));
+  EXPECT_TRUE(onThread.isCurrent());
+}
+
+TEST(Signal, CallsWhoIsConnectedWhateverHandlersDo) {
   auto signal = std::make_unique<Signal<int>>();
   std::vector<int> seen;
   Connection late;
   auto first = signal->connect([&](int value) {
     seen.push_back(value);
     if (value == 1) late = signal->connect([&](int other) { seen.push_back(other * 10); });
+    if (value == 3) late.disconnect();
+    if (value == 4) signal.reset();
   });
   signal->emit(1);
   signal->emit(2);
-  first.disconnect();
   signal->emit(3);
-  EXPECT_EQ(seen, (std::vector{1, 2, 20, 30}));
-  signal.reset();
-  late.disconnect();
+  const auto last = signal->connect([&](int) { ADD_FAILURE() << "the signal is gone"; });
+  signal->emit(4);
+  EXPECT_EQ(seen, (std::vector{1, 2, 20, 3, 4}));
 }
 
 }  // namespace

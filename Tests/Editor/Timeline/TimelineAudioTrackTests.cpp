@@ -54,6 +54,8 @@ TEST(TimelineAudioTrack, CutsTimeAndRangesByTheirRules) {
     EXPECT_NE(row->at(1).id, first);
   }
   EXPECT_EQ(removeTime(twoClips(), 0.03, 3)->at(0).id, first) << "no half is left";
+  EXPECT_EQ(text(removeTimes(twoClips(), {{6.5, 9}, {3, 3.5}, {1, 2}, {3.5, 3.98}, {5, 5.0005}})),
+            "0-1@0 2-3@1 5-6@4.02");
 }
 
 TEST(TimelineAudioTrack, PutsTimeBackOnlyAtSeams) {
@@ -86,7 +88,9 @@ TEST(TimelineAudioTrack, SplitsAndTrimsInsideAClip) {
 TEST(TimelineAudioTrack, MakesRoomByMovingRight) {
   EXPECT_EQ(text(move(twoClips(), second, 1)), "0-4@0 5-9@4");
   EXPECT_EQ(text(move(twoClips(), first, 5)), "5-9@6 0-4@8");
-  EXPECT_EQ(text(move(twoClips(), second, 6)), "none");
+  for (const double same : {6.0, std::numeric_limits<double>::infinity(), notANumber})
+    EXPECT_EQ(text(move(twoClips(), second, same)), "none");
+  EXPECT_EQ(end({{first, "a", -3, 0, 2}}), -1);
 }
 
 TEST(TimelineAudioTrack, PutsBackWhatACutInsideOneClipTookOut) {

@@ -120,6 +120,9 @@ TEST(TimelineClipList, SaysAListInTheOlderFormAndBack) {
     EXPECT_EQ(back, clips) << seed;
     EXPECT_EQ(legacy(back, 60), older) << seed;
   }
+  // A clip of no length stands before the one over the segment's middle, and starts behind that middle.
+  EXPECT_EQ(legacy({{first, 0, 5}, {second, 5.0009, 5.0009}, {second, 5.00045, 5.0013, 2}}, 10)->clipSpeeds,
+            (std::map<std::int64_t, double>{{1, 2}}));
 }
 
 /// What plays at an output time: which file, and where in it.

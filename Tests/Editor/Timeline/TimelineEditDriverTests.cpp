@@ -22,7 +22,11 @@ std::optional<std::string> noTelemetry(const std::filesystem::path&) {
 TEST(TimelineEditDriver, RecordsOnlyWhatChangesTheSnapshot) {
   TimelineEditDriver driver(noTelemetry);
   int changes = 0;
-  const auto connection = driver.changed.connect([&changes] { ++changes; });
+  const auto connection = driver.changed.connect([&](const auto& was, const auto& is) {
+    ++changes;
+    EXPECT_NE(was, is);
+    EXPECT_EQ(is.state, driver.state());
+  });
   driver.undo();
   driver.redo();
   EXPECT_EQ(changes, 0);
@@ -37,6 +41,8 @@ TEST(TimelineEditDriver, RecordsOnlyWhatChangesTheSnapshot) {
   EXPECT_FALSE(driver.history().canUndo());
   EXPECT_EQ(driver.historyRevision(), 0);
   EXPECT_EQ(changes, 5);
+  driver.clearSelection();
+  EXPECT_EQ(changes, 5) << "nothing was selected";
 
   const auto clip = driver.state().snapshot.clipList->front().id;
   driver.selectClip(clip);
@@ -57,6 +63,20 @@ TEST(TimelineEditDriver, RecordsOnlyWhatChangesTheSnapshot) {
   EXPECT_FALSE(driver.history().canUndo()) << "no undo across a load";
   EXPECT_EQ(driver.historyRevision(), 6);
   EXPECT_EQ(driver.state(), TimelineEditState{.snapshot = split});
+}
+
+TEST(TimelineEditDriver, TellsEveryHandlerInOrderThoughOneEditsAndOneDestroysIt) {
+  auto driver = std::make_unique<TimelineEditDriver>(noTelemetry);
+  std::vector<std::pair<std::int64_t, std::int64_t>> told;
+  const auto editing = driver->changed.connect([&](const auto&, const auto& is) {
+    if (is.historyRevision == 1) driver->undo();
+  });
+  const auto destroying = driver->changed.connect([&](const auto& was, const auto& is) {
+    told.emplace_back(was.historyRevision, is.historyRevision);
+    if (is.historyRevision == 2) driver.reset();
+  });
+  driver->send(SplitClip{5, duration}, recorded);
+  EXPECT_EQ(told, (std::vector<std::pair<std::int64_t, std::int64_t>>{{0, 1}, {1, 2}}));
 }
 
 TEST(EditorHistory, RecordsNothingWithinATransaction) {

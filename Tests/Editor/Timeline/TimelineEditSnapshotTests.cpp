@@ -74,6 +74,7 @@ TEST(TimelineEditSnapshot, NamesTheKeyThatCannotBeRead) {
       {"{'zoomRegions': [{SPAN, 'id': '7'}]}", "zoomRegions[0].id"},
       {"{'zoomRegions': [{SPAN, 'sourceClickTimestamp': 1e30}]}", "zoomRegions[0].sourceClickTimestamp"},
       {"{'clipSpeeds': {'one': 1}}", "clipSpeeds.one"},
+      {"{'clipSpeeds': {'9223372036854775808': 1}}", "clipSpeeds.9223372036854775808"},
       {"{'cameraClips': [{SPAN, 'settings': {'enabled': true}}]}", "cameraClips[0].settings.shape"},
       {"{'clips': [{ID, 'start': 0, 'end': true}]}", "clips[0].end"},
       {"{'captions': {'transcripts': [{'source': '', 'track': 'mic', 'language': '', 'words': [[0, 1]]}]}}",
