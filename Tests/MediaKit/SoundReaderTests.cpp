@@ -1,5 +1,4 @@
 #include <cmath>
-#include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
 
@@ -7,30 +6,18 @@
 #include "MediaKit/Reading/SoundReader.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/Media/TestRecording.h"
+#include "Tests/Support/Media/WaveFile.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace quillant {
 
 namespace {
 
-/// `seconds` of `TestRecording::sound`, at half its level, as 16-bit PCM.
+/// `seconds` of `TestRecording::sound`, at half its level.
 void writeWave(const std::filesystem::path& path, int sampleRate, int channels, int seconds) {
-  const auto sound = TestRecording::sound(0, sampleRate * seconds, channels, sampleRate);
-  std::string data;
-  for (const float sample : sound.samples) {
-    const auto value = static_cast<std::int16_t>(std::lround(sample * 16384));
-    data.append(reinterpret_cast<const char*>(&value), sizeof value);
-  }
-  const auto number = [](std::uint32_t value, std::size_t size) {
-    return std::string(reinterpret_cast<const char*>(&value), size);
-  };
-  const auto rate = static_cast<std::uint32_t>(sampleRate);
-  const auto frame = static_cast<std::uint32_t>(2 * channels);
-  const auto size = static_cast<std::uint32_t>(data.size());
-  std::ofstream(path, std::ios::binary)
-      << "RIFF" << number(size + 36, 4) << "WAVEfmt " << number(16, 4) << number(1, 2)
-      << number(static_cast<std::uint32_t>(channels), 2) << number(rate, 4) << number(rate * frame, 4)
-      << number(frame, 2) << number(16, 2) << "data" << number(size, 4) << data;
+  const auto sound = TestRecording::sound(0, sampleRate * seconds, 1, sampleRate).samples;
+  WaveFile::write(path, sampleRate, channels, sampleRate * seconds,
+                  [&](int frame) { return sound[static_cast<std::size_t>(frame)] / 2; });
 }
 
 std::vector<float> read(SoundReader& reader, std::int64_t first, int frames) {
