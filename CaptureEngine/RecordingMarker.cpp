@@ -4,17 +4,25 @@
 
 #include "CaptureEngine/RecordingFiles.h"
 #include "Core/AtomicFile.h"
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& marker, const auto& field) {
+  field("startedAt", marker.startedAt);
+  field("pid", marker.pid);
+};
+
+}  // namespace
+
 void to_json(Json& json, const RecordingMarker& marker) {
-  json = Json{{"startedAt", marker.startedAt}, {"pid", marker.pid}};
+  JSON::writeFields(json, marker, fields);
 }
 
 void from_json(const Json& json, RecordingMarker& marker) {
-  marker.startedAt = JSON::required<Date>(json, "startedAt");
-  marker.pid = JSON::required<std::int32_t>(json, "pid");
+  JSON::readFields(json, marker, fields);
 }
 
 void RecordingMarker::write(const std::filesystem::path& screenVideo) {

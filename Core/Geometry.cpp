@@ -1,18 +1,26 @@
 #include "Core/Geometry.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& rect, const auto& field) {
+  field("x", rect.x);
+  field("y", rect.y);
+  field("width", rect.width);
+  field("height", rect.height);
+};
+
+}  // namespace
+
 void to_json(Json& json, const Rect& rect) {
-  json = {{"x", rect.x}, {"y", rect.y}, {"width", rect.width}, {"height", rect.height}};
+  JSON::writeFields(json, rect, fields);
 }
 
 void from_json(const Json& json, Rect& rect) {
-  rect.x = JSON::required<double>(json, "x");
-  rect.y = JSON::required<double>(json, "y");
-  rect.width = JSON::required<double>(json, "width");
-  rect.height = JSON::required<double>(json, "height");
+  JSON::readFields(json, rect, fields);
 }
 
 }  // namespace quillant

@@ -47,6 +47,8 @@ namespace JSON {
 inline constexpr std::size_t maximumDepth = 128;
 
 Json parse(std::string_view text);
+/// As `parse`, without building what the outermost object holds under `key`.
+Json parseWithout(std::string_view text, std::string_view key);
 /// Two spaces a level, keys sorted, no new line at the end. Bytes that are not UTF-8 become U+FFFD. JSON has
 /// no text for a number that is not finite: writing one throws a `JSONError` rather than make a document that
 /// cannot be read back.
@@ -55,7 +57,7 @@ std::string pretty(const Json& json);
 std::string compact(const Json& json);
 
 // What a handler of the parser's events throws, for a document that is not to be held as a tree.
-JSONError syntaxError(std::size_t position, const nlohmann::detail::exception& error);
+JSONError syntaxError(std::size_t position, const Json::exception& error);
 JSONError tooDeep();
 
 [[noreturn]] void throwWrongType(const Json& json, std::string_view expected);

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <cstdint>
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 #include "Core/Text.h"
 
 namespace quillant {
@@ -17,15 +17,23 @@ SerializableColor SerializableColor::fromHex(std::string_view hex, double alpha)
   return {component(16), component(8), component(0), alpha};
 }
 
+namespace {
+
+constexpr auto fields = [](auto& color, const auto& field) {
+  field("red", color.red);
+  field("green", color.green);
+  field("blue", color.blue);
+  field("alpha", color.alpha);
+};
+
+}  // namespace
+
 void to_json(Json& json, const SerializableColor& color) {
-  json = {{"red", color.red}, {"green", color.green}, {"blue", color.blue}, {"alpha", color.alpha}};
+  JSON::writeFields(json, color, fields);
 }
 
 void from_json(const Json& json, SerializableColor& color) {
-  color.red = JSON::required<double>(json, "red");
-  color.green = JSON::required<double>(json, "green");
-  color.blue = JSON::required<double>(json, "blue");
-  color.alpha = JSON::required<double>(json, "alpha");
+  JSON::readFields(json, color, fields);
 }
 
 }  // namespace quillant

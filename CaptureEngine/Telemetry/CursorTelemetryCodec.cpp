@@ -165,7 +165,7 @@ class Reader {
 
   bool end_array() { return leave(); }
 
-  bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception& error) {
+  bool parse_error(std::size_t position, const std::string&, const Json::exception& error) {
     throw JSON::syntaxError(position, error);
   }
 

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
@@ -35,32 +35,57 @@ T payload(const Json& json, std::string_view name) {
   return JSON::required<Payload<T>>(json, name).value;
 }
 
+constexpr auto stopFields = [](auto& stop, const auto& field) {
+  field("color", stop.color);
+  field("position", stop.position);
+};
+
+constexpr auto linearFields = [](auto& gradient, const auto& field) {
+  field("angleDegrees", gradient.angleDegrees);
+};
+
+constexpr auto radialFields = [](auto& gradient, const auto& field) {
+  field("centerX", gradient.centerX);
+  field("centerY", gradient.centerY);
+};
+
+constexpr auto gradientFields = [](auto& preset, const auto& field) {
+  field("id", preset.id);
+  field("kind", preset.kind);
+  field("stops", preset.stops);
+};
+
+constexpr auto wallpaperFields = [](auto& preset, const auto& field) {
+  field("id", preset.id);
+  field("label", preset.label);
+  field("fullAssetName", preset.fullAssetName);
+  field("thumbAssetName", preset.thumbAssetName);
+};
+
 }  // namespace
 
 void to_json(Json& json, const GradientStop& stop) {
-  json = {{"color", stop.color}, {"position", stop.position}};
+  JSON::writeFields(json, stop, stopFields);
 }
 
 void from_json(const Json& json, GradientStop& stop) {
-  stop.color = JSON::required<SerializableColor>(json, "color");
-  stop.position = JSON::required<double>(json, "position");
+  JSON::readFields(json, stop, stopFields);
 }
 
 void to_json(Json& json, const LinearGradient& gradient) {
-  json = {{"angleDegrees", gradient.angleDegrees}};
+  JSON::writeFields(json, gradient, linearFields);
 }
 
 void from_json(const Json& json, LinearGradient& gradient) {
-  gradient.angleDegrees = JSON::required<double>(json, "angleDegrees");
+  JSON::readFields(json, gradient, linearFields);
 }
 
 void to_json(Json& json, const RadialGradient& gradient) {
-  json = {{"centerX", gradient.centerX}, {"centerY", gradient.centerY}};
+  JSON::writeFields(json, gradient, radialFields);
 }
 
 void from_json(const Json& json, RadialGradient& gradient) {
-  gradient.centerX = JSON::required<double>(json, "centerX");
-  gradient.centerY = JSON::required<double>(json, "centerY");
+  JSON::readFields(json, gradient, radialFields);
 }
 
 void to_json(Json& json, const GradientKind& kind) {
@@ -81,27 +106,19 @@ void from_json(const Json& json, GradientKind& kind) {
 }
 
 void to_json(Json& json, const GradientPreset& preset) {
-  json = {{"id", preset.id}, {"kind", preset.kind}, {"stops", preset.stops}};
+  JSON::writeFields(json, preset, gradientFields);
 }
 
 void from_json(const Json& json, GradientPreset& preset) {
-  preset.id = JSON::required<std::string>(json, "id");
-  preset.kind = JSON::required<GradientKind>(json, "kind");
-  preset.stops = JSON::required<std::vector<GradientStop>>(json, "stops");
+  JSON::readFields(json, preset, gradientFields);
 }
 
 void to_json(Json& json, const WallpaperPreset& preset) {
-  json = {{"id", preset.id},
-          {"label", preset.label},
-          {"fullAssetName", preset.fullAssetName},
-          {"thumbAssetName", preset.thumbAssetName}};
+  JSON::writeFields(json, preset, wallpaperFields);
 }
 
 void from_json(const Json& json, WallpaperPreset& preset) {
-  preset.id = JSON::required<std::string>(json, "id");
-  preset.label = JSON::required<std::string>(json, "label");
-  preset.fullAssetName = JSON::required<std::string>(json, "fullAssetName");
-  preset.thumbAssetName = JSON::required<std::string>(json, "thumbAssetName");
+  JSON::readFields(json, preset, wallpaperFields);
 }
 
 void to_json(Json& json, const TransparentBackground&) {

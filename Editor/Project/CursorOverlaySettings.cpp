@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 #include "Editor/Project/CursorStyleRegistry.h"
 
 namespace quillant {
@@ -15,28 +15,28 @@ CursorOverlaySettings CursorOverlaySettings::clamped() const {
   return result;
 }
 
+namespace {
+
+constexpr auto fields = [](auto& settings, const auto& field) {
+  field.orDefault("isVisible", settings.isVisible);
+  field.orDefault("loops", settings.loops);
+  field.orDefault("size", settings.size);
+  field.orDefault("smoothing", settings.smoothing);
+  field.orDefault("styleID", settings.styleID);
+  field.orDefault("clickEffect", settings.clickEffect);
+  field.orDefault("idleBehavior", settings.idleBehavior);
+  field.orDefault("motionEffect", settings.motionEffect);
+};
+
+}  // namespace
+
 void to_json(Json& json, const CursorOverlaySettings& settings) {
-  json["isVisible"] = settings.isVisible;
-  json["loops"] = settings.loops;
-  json["size"] = settings.size;
-  json["smoothing"] = settings.smoothing;
-  json["styleID"] = settings.styleID;
-  json["clickEffect"] = rawText(settings.clickEffect);
-  json["idleBehavior"] = rawText(settings.idleBehavior);
-  json["motionEffect"] = rawText(settings.motionEffect);
+  JSON::writeFields(json, settings, fields);
 }
 
 void from_json(const Json& json, CursorOverlaySettings& settings) {
-  CursorOverlaySettings read;
-  read.isVisible = JSON::orDefault(json, "isVisible", read.isVisible);
-  read.loops = JSON::orDefault(json, "loops", read.loops);
-  read.size = JSON::orDefault(json, "size", read.size);
-  read.smoothing = JSON::orDefault(json, "smoothing", read.smoothing);
-  read.styleID = JSON::orDefault(json, "styleID", read.styleID);
-  read.clickEffect = JSON::orDefault(json, "clickEffect", read.clickEffect);
-  read.idleBehavior = JSON::orDefault(json, "idleBehavior", read.idleBehavior);
-  read.motionEffect = JSON::orDefault(json, "motionEffect", read.motionEffect);
-  settings = read.clamped();
+  JSON::readFields(json, settings, fields);
+  settings = settings.clamped();
 }
 
 }  // namespace quillant

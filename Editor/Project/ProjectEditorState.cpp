@@ -1,48 +1,52 @@
 #include "Editor/Project/ProjectEditorState.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fieldsOfVideo = [](auto& state, const auto& field) {
+  field.orDefault("background", state.background);
+  field.orDefault("padding", state.padding);
+  field.orDefault("borderRadius", state.borderRadius);
+  field.orDefault("shadow", state.shadow);
+  field.orDefault("backgroundBlur", state.backgroundBlur);
+  field.orDefault("inset", state.inset);
+  field.orDefault("insetColor", state.insetColor);
+  field.orDefault("insetOpacity", state.insetOpacity);
+  field.orDefault("insetBalance", state.insetBalance);
+  field.orDefault("cropSelection", state.cropSelection);
+  field.orDefault("cursorOverlay", state.cursorOverlay);
+  field("facecamSettings", state.facecamSettings);
+};
+
+}  // namespace
+
 void to_json(Json& json, const ProjectVideoEditorState& state) {
-  json["background"] = state.background;
-  json["padding"] = state.padding;
-  json["borderRadius"] = state.borderRadius;
-  json["shadow"] = state.shadow;
-  json["backgroundBlur"] = state.backgroundBlur;
-  json["inset"] = state.inset;
-  json["insetColor"] = state.insetColor;
-  json["insetOpacity"] = state.insetOpacity;
-  json["insetBalance"] = state.insetBalance;
-  json["cropSelection"] = state.cropSelection;
-  json["cursorOverlay"] = state.cursorOverlay;
-  if (state.facecamSettings) json["facecamSettings"] = *state.facecamSettings;
+  JSON::writeFields(json, state, fieldsOfVideo);
 }
 
 void from_json(const Json& json, ProjectVideoEditorState& state) {
-  const ProjectVideoEditorState defaults;
-  state.background = JSON::orDefault(json, "background", defaults.background);
-  state.padding = JSON::orDefault(json, "padding", defaults.padding);
-  state.borderRadius = JSON::orDefault(json, "borderRadius", defaults.borderRadius);
-  state.shadow = JSON::orDefault(json, "shadow", defaults.shadow);
-  state.backgroundBlur = JSON::orDefault(json, "backgroundBlur", defaults.backgroundBlur);
-  state.inset = JSON::orDefault(json, "inset", defaults.inset);
-  state.insetColor = JSON::orDefault(json, "insetColor", defaults.insetColor);
-  state.insetOpacity = JSON::orDefault(json, "insetOpacity", defaults.insetOpacity);
-  state.insetBalance = JSON::orDefault(json, "insetBalance", defaults.insetBalance).clamped();
-  state.cropSelection = JSON::orDefault(json, "cropSelection", defaults.cropSelection);
-  state.cursorOverlay = JSON::orDefault(json, "cursorOverlay", defaults.cursorOverlay);
-  state.facecamSettings = JSON::optional<FacecamSettings>(json, "facecamSettings");
+  JSON::readFields(json, state, fieldsOfVideo);
+  state.insetBalance = state.insetBalance.clamped();
 }
 
+namespace {
+
+constexpr auto fields = [](auto& state, const auto& field) {
+  field.orDefault("timelineEdits", state.timelineEdits);
+  field("video", state.video);
+};
+
+}  // namespace
+
 void to_json(Json& json, const ProjectEditorState& state) {
-  json["timelineEdits"] = state.timelineEdits;
-  if (state.video) json["video"] = *state.video;
+  JSON::writeFields(json, state, fields);
 }
 
 void from_json(const Json& json, ProjectEditorState& state) {
-  state.timelineEdits = JSON::orDefault(json, "timelineEdits", TimelineEditSnapshot{});
-  state.video = JSON::optional<ProjectVideoEditorState>(json, "video");
+  JSON::readFields(json, state, fields);
 }
 
 }  // namespace quillant

@@ -1,28 +1,29 @@
 #include "Editor/Project/ProjectShareRecord.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& record, const auto& field) {
+  field("slug", record.slug);
+  field("shareURL", record.shareURL);
+  field("status", record.status);
+  field("lastUploadedEditFingerprint", record.lastUploadedEditFingerprint);
+  field("lastUploadError", record.lastUploadError);
+  field("videoId", record.videoId);
+  field("uploadedSizeBytes", record.uploadedSizeBytes);
+};
+
+}  // namespace
+
 void to_json(Json& json, const ProjectShareRecord& record) {
-  json["status"] = rawText(record.status);
-  if (record.slug) json["slug"] = *record.slug;
-  if (record.shareURL) json["shareURL"] = *record.shareURL;
-  if (record.lastUploadedEditFingerprint)
-    json["lastUploadedEditFingerprint"] = *record.lastUploadedEditFingerprint;
-  if (record.lastUploadError) json["lastUploadError"] = *record.lastUploadError;
-  if (record.videoId) json["videoId"] = *record.videoId;
-  if (record.uploadedSizeBytes) json["uploadedSizeBytes"] = *record.uploadedSizeBytes;
+  JSON::writeFields(json, record, fields);
 }
 
 void from_json(const Json& json, ProjectShareRecord& record) {
-  record.status = JSON::required<ProjectShareStatus>(json, "status");
-  record.slug = JSON::optional<std::string>(json, "slug");
-  record.shareURL = JSON::optional<std::string>(json, "shareURL");
-  record.lastUploadedEditFingerprint = JSON::optional<std::string>(json, "lastUploadedEditFingerprint");
-  record.lastUploadError = JSON::optional<std::string>(json, "lastUploadError");
-  record.videoId = JSON::optional<std::string>(json, "videoId");
-  record.uploadedSizeBytes = JSON::optional<std::int64_t>(json, "uploadedSizeBytes");
+  JSON::readFields(json, record, fields);
 }
 
 }  // namespace quillant

@@ -1,27 +1,29 @@
 #include "Editor/Project/RecordingSession.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& session, const auto& field) {
+  field("screenVideoPath", session.screenVideoPath);
+  field("facecamVideoPath", session.facecamVideoPath);
+  field("facecamOffsetMs", session.facecamOffsetMs);
+  field("facecamSettings", session.facecamSettings);
+  field("sourceName", session.sourceName);
+  field("showCursorOverlay", session.showCursorOverlay);
+  field("cursorTelemetryPath", session.cursorTelemetryPath);
+};
+
+}  // namespace
+
 void to_json(Json& json, const RecordingSession& session) {
-  json["screenVideoPath"] = session.screenVideoPath;
-  json["showCursorOverlay"] = session.showCursorOverlay;
-  if (session.facecamVideoPath) json["facecamVideoPath"] = *session.facecamVideoPath;
-  if (session.facecamOffsetMs) json["facecamOffsetMs"] = *session.facecamOffsetMs;
-  if (session.facecamSettings) json["facecamSettings"] = *session.facecamSettings;
-  if (session.sourceName) json["sourceName"] = *session.sourceName;
-  if (session.cursorTelemetryPath) json["cursorTelemetryPath"] = *session.cursorTelemetryPath;
+  JSON::writeFields(json, session, fields);
 }
 
 void from_json(const Json& json, RecordingSession& session) {
-  session.screenVideoPath = JSON::required<std::string>(json, "screenVideoPath");
-  session.showCursorOverlay = JSON::required<bool>(json, "showCursorOverlay");
-  session.facecamVideoPath = JSON::optional<std::string>(json, "facecamVideoPath");
-  session.facecamOffsetMs = JSON::optional<std::int64_t>(json, "facecamOffsetMs");
-  session.facecamSettings = JSON::optional<FacecamSettings>(json, "facecamSettings");
-  session.sourceName = JSON::optional<std::string>(json, "sourceName");
-  session.cursorTelemetryPath = JSON::optional<std::string>(json, "cursorTelemetryPath");
+  JSON::readFields(json, session, fields);
 }
 
 }  // namespace quillant

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
@@ -54,14 +54,21 @@ Rect VideoCropSelection::clampedPixelRect(const Rect& rect, const Size& size) {
   return fitted(standardized(rect), smallest, picture);
 }
 
+namespace {
+
+constexpr auto fields = [](auto& selection, const auto& field) {
+  field("normalizedRect", selection.normalizedRect);
+  field("sizing", selection.sizing);
+};
+
+}  // namespace
+
 void to_json(Json& json, const VideoCropSelection& selection) {
-  json["normalizedRect"] = selection.normalizedRect;
-  json["sizing"] = selection.sizing;
+  JSON::writeFields(json, selection, fields);
 }
 
 void from_json(const Json& json, VideoCropSelection& selection) {
-  selection.normalizedRect = JSON::required<Rect>(json, "normalizedRect");
-  selection.sizing = JSON::required<VideoCropSizing>(json, "sizing");
+  JSON::readFields(json, selection, fields);
 }
 
 }  // namespace quillant

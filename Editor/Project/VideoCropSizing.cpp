@@ -1,17 +1,29 @@
 #include "Editor/Project/VideoCropSizing.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& size, const auto& field) {
+  field("width", size.width);
+  field("height", size.height);
+};
+
+}  // namespace
+
+void to_json(Json& json, const VideoCropCustomSize& size) {
+  JSON::writeFields(json, size, fields);
+}
+
 void from_json(const Json& json, VideoCropCustomSize& size) {
-  size.width = JSON::required<std::int64_t>(json, "width");
-  size.height = JSON::required<std::int64_t>(json, "height");
+  JSON::readFields(json, size, fields);
 }
 
 void to_json(Json& json, const VideoCropSizing& sizing) {
   if (const auto* custom = std::get_if<VideoCropCustomSize>(&sizing))
-    json["custom"] = {{"width", custom->width}, {"height", custom->height}};
+    json["custom"] = *custom;
   else
     json["preset"] = rawText(std::get<VideoCropPresetSize>(sizing).resolution);
 }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
@@ -10,14 +10,21 @@ VideoInsetBalance VideoInsetBalance::clamped() const {
   return {.left = std::clamp(left, 0.0, 1.0), .top = std::clamp(top, 0.0, 1.0)};
 }
 
+namespace {
+
+constexpr auto fields = [](auto& balance, const auto& field) {
+  field("left", balance.left);
+  field("top", balance.top);
+};
+
+}  // namespace
+
 void to_json(Json& json, const VideoInsetBalance& balance) {
-  json["left"] = balance.left;
-  json["top"] = balance.top;
+  JSON::writeFields(json, balance, fields);
 }
 
 void from_json(const Json& json, VideoInsetBalance& balance) {
-  balance.left = JSON::required<double>(json, "left");
-  balance.top = JSON::required<double>(json, "top");
+  JSON::readFields(json, balance, fields);
 }
 
 }  // namespace quillant

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 #include "Core/Text.h"
 
 namespace quillant {
@@ -30,26 +30,27 @@ std::string FacecamSettings::normalizedBorderColor(std::string_view color) {
   return std::string(text.empty() ? "#FFFFFF" : text);
 }
 
+namespace {
+
+constexpr auto fields = [](auto& settings, const auto& field) {
+  field("enabled", settings.enabled);
+  field("shape", settings.shape);
+  field("size", settings.size);
+  field("cornerRadius", settings.cornerRadius);
+  field("borderWidth", settings.borderWidth);
+  field("borderColor", settings.borderColor);
+  field("margin", settings.margin);
+  field("anchor", settings.anchor);
+};
+
+}  // namespace
+
 void to_json(Json& json, const FacecamSettings& settings) {
-  json["enabled"] = settings.enabled;
-  json["shape"] = settings.shape;
-  json["size"] = settings.size;
-  json["cornerRadius"] = settings.cornerRadius;
-  json["borderWidth"] = settings.borderWidth;
-  json["borderColor"] = settings.borderColor;
-  json["margin"] = settings.margin;
-  json["anchor"] = settings.anchor;
+  JSON::writeFields(json, settings, fields);
 }
 
 void from_json(const Json& json, FacecamSettings& settings) {
-  settings.enabled = JSON::required<bool>(json, "enabled");
-  settings.shape = JSON::required<std::string>(json, "shape");
-  settings.size = JSON::required<double>(json, "size");
-  settings.cornerRadius = JSON::required<double>(json, "cornerRadius");
-  settings.borderWidth = JSON::required<double>(json, "borderWidth");
-  settings.borderColor = JSON::required<std::string>(json, "borderColor");
-  settings.margin = JSON::required<double>(json, "margin");
-  settings.anchor = JSON::required<std::string>(json, "anchor");
+  JSON::readFields(json, settings, fields);
 }
 
 }  // namespace quillant

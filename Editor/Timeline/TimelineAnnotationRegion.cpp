@@ -1,25 +1,28 @@
 #include "Editor/Timeline/TimelineAnnotationRegion.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& annotation, const auto& field) {
+  field("id", annotation.id);
+  field("span", annotation.span);
+  field("text", annotation.text);
+  field("x", annotation.x);
+  field("y", annotation.y);
+  field("fontSize", annotation.fontSize);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineAnnotationRegion& annotation) {
-  json["id"] = annotation.id;
-  json["span"] = annotation.span;
-  json["text"] = annotation.text;
-  json["x"] = annotation.x;
-  json["y"] = annotation.y;
-  json["fontSize"] = annotation.fontSize;
+  JSON::writeFields(json, annotation, fields);
 }
 
 void from_json(const Json& json, TimelineAnnotationRegion& annotation) {
-  annotation.id = JSON::required<UUID>(json, "id");
-  annotation.span = JSON::required<TimelineSpan>(json, "span");
-  annotation.text = JSON::required<std::string>(json, "text");
-  annotation.x = JSON::required<double>(json, "x");
-  annotation.y = JSON::required<double>(json, "y");
-  annotation.fontSize = JSON::required<double>(json, "fontSize");
+  JSON::readFields(json, annotation, fields);
 }
 
 }  // namespace quillant

@@ -1,33 +1,32 @@
 #include "Editor/Timeline/TimelineAudioClip.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& clip, const auto& field) {
+  field.orMade("id", clip.id, UUID::random);
+  field("source", clip.source);
+  field("start", clip.start);
+  field("sourceStart", clip.sourceStart);
+  field("sourceEnd", clip.sourceEnd);
+  field.orDefault("speed", clip.speed);
+  field.orDefault("volume", clip.volume);
+  field.orDefault("muted", clip.muted);
+  field("voiceCleanup", clip.voiceCleanup);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineAudioClip& clip) {
-  json["id"] = clip.id;
-  json["source"] = clip.source;
-  json["start"] = clip.start;
-  json["sourceStart"] = clip.sourceStart;
-  json["sourceEnd"] = clip.sourceEnd;
-  json["speed"] = clip.speed;
-  json["volume"] = clip.volume;
-  json["muted"] = clip.muted;
-  if (clip.voiceCleanup.value_or(false)) json["voiceCleanup"] = true;
+  JSON::writeFields(json, clip, fields);
+  if (clip.voiceCleanup == false) json.erase("voiceCleanup");
 }
 
 void from_json(const Json& json, TimelineAudioClip& clip) {
-  const TimelineAudioClip defaults;
-  const auto id = JSON::optional<UUID>(json, "id");
-  clip.id = id ? *id : UUID::random();
-  clip.source = JSON::required<std::string>(json, "source");
-  clip.start = JSON::required<double>(json, "start");
-  clip.sourceStart = JSON::required<double>(json, "sourceStart");
-  clip.sourceEnd = JSON::required<double>(json, "sourceEnd");
-  clip.speed = JSON::orDefault(json, "speed", defaults.speed);
-  clip.volume = JSON::orDefault(json, "volume", defaults.volume);
-  clip.muted = JSON::orDefault(json, "muted", defaults.muted);
-  clip.voiceCleanup = JSON::optional<bool>(json, "voiceCleanup");
+  JSON::readFields(json, clip, fields);
   if (clip.voiceCleanup == false) clip.voiceCleanup.reset();
 }
 

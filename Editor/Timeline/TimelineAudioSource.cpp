@@ -1,21 +1,26 @@
 #include "Editor/Timeline/TimelineAudioSource.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& source, const auto& field) {
+  field("id", source.id);
+  field("kind", source.kind);
+  field("fileExtension", source.fileExtension);
+  field("displayName", source.displayName);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineAudioSource& source) {
-  json["id"] = source.id;
-  json["kind"] = rawText(source.kind);
-  json["fileExtension"] = source.fileExtension;
-  json["displayName"] = source.displayName;
+  JSON::writeFields(json, source, fields);
 }
 
 void from_json(const Json& json, TimelineAudioSource& source) {
-  source.id = JSON::required<std::string>(json, "id");
-  source.kind = JSON::required<TimelineAudioSource::Kind>(json, "kind");
-  source.fileExtension = JSON::required<std::string>(json, "fileExtension");
-  source.displayName = JSON::required<std::string>(json, "displayName");
+  JSON::readFields(json, source, fields);
 }
 
 }  // namespace quillant

@@ -1,20 +1,26 @@
 #include "Editor/Timeline/TimelineCameraClip.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& clip, const auto& field) {
+  field.orMade("id", clip.id, UUID::random);
+  field("span", clip.span);
+  field.orDefault("settings", clip.settings);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineCameraClip& clip) {
-  json["id"] = clip.id;
-  json["span"] = clip.span;
-  json["settings"] = clip.settings;
+  JSON::writeFields(json, clip, fields);
 }
 
 void from_json(const Json& json, TimelineCameraClip& clip) {
-  const auto id = JSON::optional<UUID>(json, "id");
-  clip.id = id ? *id : UUID::random();
-  clip.span = JSON::required<TimelineSpan>(json, "span");
-  clip.settings = JSON::orDefault(json, "settings", FacecamSettings()).clamped();
+  JSON::readFields(json, clip, fields);
+  clip.settings = clip.settings.clamped();
 }
 
 }  // namespace quillant

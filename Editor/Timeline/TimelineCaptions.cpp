@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numeric>
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 #include "Core/Text.h"
 
 namespace quillant {
@@ -71,18 +71,23 @@ void from_json(const Json& json, TimelineCaptionWord& word) {
   word.text = JSON::decode<std::string>(json[2]);
 }
 
+namespace {
+
+constexpr auto fields = [](auto& transcript, const auto& field) {
+  field("source", transcript.source);
+  field("track", transcript.track);
+  field("language", transcript.language);
+  field("words", transcript.words);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineTranscript& transcript) {
-  json["source"] = transcript.source;
-  json["track"] = rawText(transcript.track);
-  json["language"] = transcript.language;
-  json["words"] = Json::array_t(transcript.words.begin(), transcript.words.end());
+  JSON::writeFields(json, transcript, fields);
 }
 
 void from_json(const Json& json, TimelineTranscript& transcript) {
-  transcript.source = JSON::required<std::string>(json, "source");
-  transcript.track = JSON::required<TimelineTranscriptTrack>(json, "track");
-  transcript.language = JSON::required<std::string>(json, "language");
-  transcript.words = JSON::required<std::vector<TimelineCaptionWord>>(json, "words");
+  JSON::readFields(json, transcript, fields);
 }
 
 void to_json(Json& json, const TimelineCaptions& captions) {

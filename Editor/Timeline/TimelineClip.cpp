@@ -1,6 +1,6 @@
 #include "Editor/Timeline/TimelineClip.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
@@ -10,26 +10,27 @@ TimelineCameraLayout TimelineClip::cameraLayout() const {
   return TimelineCameraLayout::bubble;
 }
 
+namespace {
+
+constexpr auto fields = [](auto& clip, const auto& field) {
+  field("id", clip.id);
+  field("start", clip.start);
+  field("end", clip.end);
+  field("speed", clip.speed);
+  field("source", clip.source);
+  field("sound", clip.sound);
+  field("cameraHidden", clip.cameraHidden);
+  field("cameraFullScreen", clip.cameraFullScreen);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineClip& clip) {
-  json["id"] = clip.id;
-  json["start"] = clip.start;
-  json["end"] = clip.end;
-  json["speed"] = clip.speed;
-  if (clip.source) json["source"] = *clip.source;
-  if (clip.sound) json["sound"] = *clip.sound;
-  if (clip.cameraHidden) json["cameraHidden"] = *clip.cameraHidden;
-  if (clip.cameraFullScreen) json["cameraFullScreen"] = *clip.cameraFullScreen;
+  JSON::writeFields(json, clip, fields);
 }
 
 void from_json(const Json& json, TimelineClip& clip) {
-  clip.id = JSON::required<UUID>(json, "id");
-  clip.start = JSON::required<double>(json, "start");
-  clip.end = JSON::required<double>(json, "end");
-  clip.speed = JSON::required<double>(json, "speed");
-  clip.source = JSON::optional<std::string>(json, "source");
-  clip.sound = JSON::optional<TimelineRecordingSound>(json, "sound");
-  clip.cameraHidden = JSON::optional<bool>(json, "cameraHidden");
-  clip.cameraFullScreen = JSON::optional<bool>(json, "cameraFullScreen");
+  JSON::readFields(json, clip, fields);
 }
 
 }  // namespace quillant

@@ -1,24 +1,27 @@
 #include "Editor/Timeline/TimelineRecordingSound.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& sound, const auto& field) {
+  field.orDefault("micVolume", sound.micVolume);
+  field.orDefault("micMuted", sound.micMuted);
+  field.orDefault("systemVolume", sound.systemVolume);
+  field.orDefault("systemMuted", sound.systemMuted);
+  field.orDefault("voiceCleanup", sound.voiceCleanup);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineRecordingSound& sound) {
-  json["micVolume"] = sound.micVolume;
-  json["micMuted"] = sound.micMuted;
-  json["systemVolume"] = sound.systemVolume;
-  json["systemMuted"] = sound.systemMuted;
-  json["voiceCleanup"] = sound.voiceCleanup;
+  JSON::writeFields(json, sound, fields);
 }
 
 void from_json(const Json& json, TimelineRecordingSound& sound) {
-  const TimelineRecordingSound defaults;
-  sound.micVolume = JSON::orDefault(json, "micVolume", defaults.micVolume);
-  sound.micMuted = JSON::orDefault(json, "micMuted", defaults.micMuted);
-  sound.systemVolume = JSON::orDefault(json, "systemVolume", defaults.systemVolume);
-  sound.systemMuted = JSON::orDefault(json, "systemMuted", defaults.systemMuted);
-  sound.voiceCleanup = JSON::orDefault(json, "voiceCleanup", defaults.voiceCleanup);
+  JSON::readFields(json, sound, fields);
 }
 
 }  // namespace quillant

@@ -1,23 +1,27 @@
 #include "Editor/Timeline/TimelineSource.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& source, const auto& field) {
+  field("id", source.id);
+  field("kind", source.kind);
+  field("fileExtension", source.fileExtension);
+  field("facecamOffsetMs", source.facecamOffsetMs);
+  field("displayName", source.displayName);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineSource& source) {
-  json["id"] = source.id;
-  json["kind"] = rawText(source.kind);
-  json["fileExtension"] = source.fileExtension;
-  if (source.facecamOffsetMs) json["facecamOffsetMs"] = *source.facecamOffsetMs;
-  json["displayName"] = source.displayName;
+  JSON::writeFields(json, source, fields);
 }
 
 void from_json(const Json& json, TimelineSource& source) {
-  source.id = JSON::required<std::string>(json, "id");
-  source.kind = JSON::required<TimelineSource::Kind>(json, "kind");
-  source.fileExtension = JSON::required<std::string>(json, "fileExtension");
-  source.facecamOffsetMs = JSON::optional<std::int64_t>(json, "facecamOffsetMs");
-  source.displayName = JSON::required<std::string>(json, "displayName");
+  JSON::readFields(json, source, fields);
 }
 
 }  // namespace quillant

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
@@ -14,14 +14,21 @@ TimelineSpan TimelineSpan::normalized(double duration, double minimumDuration) c
   return {newStart, std::min(duration, std::max(newStart + minimum, end))};
 }
 
+namespace {
+
+constexpr auto fields = [](auto& span, const auto& field) {
+  field("start", span.start);
+  field("end", span.end);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineSpan& span) {
-  json["start"] = span.start;
-  json["end"] = span.end;
+  JSON::writeFields(json, span, fields);
 }
 
 void from_json(const Json& json, TimelineSpan& span) {
-  span.start = JSON::required<double>(json, "start");
-  span.end = JSON::required<double>(json, "end");
+  JSON::readFields(json, span, fields);
 }
 
 }  // namespace quillant

@@ -1,17 +1,24 @@
 #include "Editor/Timeline/TimelineTrimRegion.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& trim, const auto& field) {
+  field("id", trim.id);
+  field("span", trim.span);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineTrimRegion& trim) {
-  json["id"] = trim.id;
-  json["span"] = trim.span;
+  JSON::writeFields(json, trim, fields);
 }
 
 void from_json(const Json& json, TimelineTrimRegion& trim) {
-  trim.id = JSON::required<UUID>(json, "id");
-  trim.span = JSON::required<TimelineSpan>(json, "span");
+  JSON::readFields(json, trim, fields);
 }
 
 }  // namespace quillant

@@ -1,39 +1,34 @@
 #include "Editor/Timeline/TimelineZoomRegion.h"
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 
 namespace quillant {
 
+namespace {
+
+constexpr auto fields = [](auto& zoom, const auto& field) {
+  field.orMade("id", zoom.id, UUID::random);
+  field("span", zoom.span);
+  field.orDefault("depth", zoom.depth);
+  field.orDefault("focusX", zoom.focusX);
+  field.orDefault("focusY", zoom.focusY);
+  field.orDefault("mode", zoom.mode);
+  field.orDefault("animationPreset", zoom.animationPreset);
+  field("sourceClickTimestamp", zoom.sourceClickTimestamp);
+  field("softness", zoom.softness);
+  field("easing", zoom.easing);
+  field("followsCursor", zoom.followsCursor);
+  field("source", zoom.source);
+};
+
+}  // namespace
+
 void to_json(Json& json, const TimelineZoomRegion& zoom) {
-  json["id"] = zoom.id;
-  json["span"] = zoom.span;
-  json["depth"] = zoom.depth;
-  json["focusX"] = zoom.focusX;
-  json["focusY"] = zoom.focusY;
-  json["mode"] = rawText(zoom.mode);
-  json["animationPreset"] = rawText(zoom.animationPreset);
-  if (zoom.sourceClickTimestamp) json["sourceClickTimestamp"] = *zoom.sourceClickTimestamp;
-  if (zoom.softness) json["softness"] = *zoom.softness;
-  if (zoom.easing) json["easing"] = rawText(*zoom.easing);
-  if (zoom.followsCursor) json["followsCursor"] = *zoom.followsCursor;
-  if (zoom.source) json["source"] = *zoom.source;
+  JSON::writeFields(json, zoom, fields);
 }
 
 void from_json(const Json& json, TimelineZoomRegion& zoom) {
-  const TimelineZoomRegion defaults;
-  const auto id = JSON::optional<UUID>(json, "id");
-  zoom.id = id ? *id : UUID::random();
-  zoom.span = JSON::required<TimelineSpan>(json, "span");
-  zoom.depth = JSON::orDefault(json, "depth", defaults.depth);
-  zoom.focusX = JSON::orDefault(json, "focusX", defaults.focusX);
-  zoom.focusY = JSON::orDefault(json, "focusY", defaults.focusY);
-  zoom.mode = JSON::orDefault(json, "mode", defaults.mode);
-  zoom.animationPreset = JSON::orDefault(json, "animationPreset", defaults.animationPreset);
-  zoom.sourceClickTimestamp = JSON::optional<std::int64_t>(json, "sourceClickTimestamp");
-  zoom.softness = JSON::optional<double>(json, "softness");
-  zoom.easing = JSON::optional<TimelineZoomEasing>(json, "easing");
-  zoom.followsCursor = JSON::optional<bool>(json, "followsCursor");
-  zoom.source = JSON::optional<std::string>(json, "source");
+  JSON::readFields(json, zoom, fields);
 }
 
 }  // namespace quillant

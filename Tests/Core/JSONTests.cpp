@@ -78,6 +78,7 @@ TEST(JSON, RefusesDepthWithoutRecursing) {
   const std::string allowed = std::string(JSON::maximumDepth, '[') + std::string(JSON::maximumDepth, ']');
   EXPECT_NO_THROW(JSON::parse(allowed));
   EXPECT_THROW(JSON::parse("[" + allowed + "]"), JSONError);
+  EXPECT_THROW(JSON::parseWithout(R"({"x": )" + allowed + "}", "x"), JSONError);
 }
 
 TEST(JSON, WritesSortedKeysAndReplacesBrokenText) {
@@ -118,6 +119,14 @@ TEST(Date, ReadsAndWritesISO8601) {
   for (const char* bad : {"2026-02-30T00:00:00Z", "2026-11-22", "2026-11-22T24:00:00Z", "2026-11-22T18:04:05",
                           "2026-11-22T18:04:05Zx", "2026-11-22T18:04:05.Z", ""})
     EXPECT_FALSE(Date::parseISO8601(bad)) << bad;
+}
+
+TEST(JSON, LeavesOutOneMemberOfTheOutermostObjectOnly) {
+  const auto json = JSON::parseWithout(
+      R"({"x": [{"y": [1]}, 2, {}], "": 0, "a": {"x": [3, {"x": 4}]}, "x": null, "b": ["x"]})", "x");
+  EXPECT_EQ(JSON::compact(json), R"({"":0,"a":{"x":[3,{"x":4}]},"b":["x"]})");
+  EXPECT_EQ(JSON::compact(JSON::parse(R"({"": [1, -2, 1.5, true, null, "t"]})")),
+            R"({"":[1,-2,1.5,true,null,"t"]})");
 }
 
 }  // namespace
