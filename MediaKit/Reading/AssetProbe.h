@@ -35,8 +35,8 @@ struct MediaAsset {
 namespace AssetProbe {
 
 /// Blocking; reads indexes only, so that hours take milliseconds. Throws `FileError` if the file cannot be
-/// opened, and `MediaError` of kind unreadable if nothing in it can be played: it is of no known kind, or it
-/// breaks off before its first fragment is whole.
+/// opened or read, and `MediaError` of kind unreadable if nothing in it can be played: it is of no known
+/// kind, or it breaks off before its first fragment is whole.
 MediaAsset probe(const std::filesystem::path& path);
 
 }  // namespace AssetProbe

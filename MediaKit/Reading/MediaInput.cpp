@@ -35,6 +35,7 @@ const std::int32_t* displayMatrix(const AVStream& stream) {
 }  // namespace
 
 struct MediaInput::View {
+  std::filesystem::path path;
   FileDescriptor file;
   std::int64_t size = 0;
   std::int64_t end = 0;  ///< Where the file seems to end.
@@ -72,6 +73,7 @@ bool hasIndex(const AVFormatContext& context) {
 }  // namespace
 
 MediaInput::MediaInput(const std::filesystem::path& path, Extent extent) : view_(std::make_unique<View>()) {
+  view_->path = path;
   view_->file = FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status {};
   if (!view_->file || ::fstat(view_->file.get(), &status) != 0)
@@ -122,7 +124,7 @@ std::int64_t MediaInput::zero(const AVStream& stream) const {
 }
 
 MovieBoxes::File MediaInput::file() const {
-  return {view_->file.get(), static_cast<std::uint64_t>(view_->size)};
+  return {view_->file.get(), static_cast<std::uint64_t>(view_->size), view_->path};
 }
 
 }  // namespace quillant

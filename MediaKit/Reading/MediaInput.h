@@ -15,7 +15,7 @@ namespace quillant {
 
 /// A media file opened by FFmpeg that ends, for it, where what can be played ends: a torn fragment behind the
 /// last whole one is not seen. Throws `MediaError` of kind unreadable, and `FileError` for a file that cannot
-/// be opened.
+/// be opened or read.
 class MediaInput {
  public:
   enum class Extent {

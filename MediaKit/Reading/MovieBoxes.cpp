@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <unistd.h>
 
+#include "Core/AtomicFile.h"
 #include "MediaKit/MediaError.h"
 
 namespace quillant::MovieBoxes {
@@ -91,7 +92,8 @@ std::vector<std::uint8_t> File::read(std::uint64_t begin, std::uint64_t end) con
     const auto count =
         ::pread(descriptor, bytes.data() + done, bytes.size() - done, static_cast<off_t>(begin + done));
     if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) fail("the file could not be read");
+    if (count < 0) throw FileError("read", path, {errno, std::generic_category()});
+    if (count == 0) fail("the file has become shorter");
     done += static_cast<std::size_t>(count);
   }
   return bytes;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <span>
 #include <vector>
@@ -52,10 +53,11 @@ struct FileBox {
   std::uint64_t end = 0;
 };
 
-/// An open file, by its descriptor, up to `size`.
+/// An open file, by its descriptor, up to `size`. Throws `FileError` too, when the disk refuses to read.
 struct File {
   int descriptor = -1;
   std::uint64_t size = 0;
+  std::filesystem::path path;  ///< For what errors tell.
 
   /// The box at `offset`; none at the file's end, and none where only part of a box is there.
   std::optional<FileBox> box(std::uint64_t offset) const;

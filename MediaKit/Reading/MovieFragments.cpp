@@ -55,16 +55,15 @@ SampleRun sampleRun(Bytes payload, const FragmentHead& head, std::uint64_t time,
   std::optional<bool> firstIsKey;
   if (flags & 0x004) firstIsKey = isKey(cursor.u32());
   run.uniform = head.defaults;
-  if ((flags & 0xF00) == 0 && !firstIsKey) {
+  run.firstIsKeyFrame = firstIsKey.value_or(run.uniform.isKeyFrame);
+  const auto fields =
+      std::size_t((flags >> 8) & 1) + ((flags >> 9) & 1) + ((flags >> 10) & 1) + ((flags >> 11) & 1);
+  if (fields == 0) {
     run.duration = sane(std::uint64_t{run.count} * run.uniform.duration);
     run.byteCount = sane(std::uint64_t{run.count} * run.uniform.size);
     return run;
   }
-  const auto fields =
-      std::size_t((flags >> 8) & 1) + ((flags >> 9) & 1) + ((flags >> 10) & 1) + ((flags >> 11) & 1);
-  if (fields == 0 ? run.count > cursor.remaining() + (1U << 20)
-                  : run.count > cursor.remaining() / (4 * fields))
-    fail("a fragment promises more samples than it lists");
+  if (run.count > cursor.remaining() / (4 * fields)) fail("a fragment promises more samples than it lists");
   run.samples.resize(run.count, head.defaults);
   for (auto& sample : run.samples) {
     if (flags & 0x100) sample.duration = cursor.u32();
@@ -95,6 +94,11 @@ std::vector<SampleRun> fragmentRuns(Bytes payload, const MovieHead& movie, std::
     }
   }
   return runs;
+}
+
+void expectWithin(const std::vector<SampleRun>& runs, std::uint64_t end) {
+  for (const auto& run : runs)
+    if (run.offset + run.byteCount > end) fail("a fragment's samples lie outside its data");
 }
 
 bool startsMovieFile(std::uint32_t boxType) {
@@ -165,8 +169,7 @@ std::uint64_t visit(const File& file, const FragmentedMovie& movie,
       if (box->type == type("moof")) {
         pending = fragmentRuns(file.read(box->payload, box->end), movie.head, box->offset);
       } else if (box->type == type("mdat")) {
-        for (const auto& run : pending)
-          if (run.offset + run.byteCount > box->end) fail("a fragment's samples lie outside its data");
+        expectWithin(pending, box->end);
         for (const auto& run : pending) visitor(run);
         if (!pending.empty()) wholeEnd = box->end;
         pending.clear();
@@ -177,6 +180,23 @@ std::uint64_t visit(const File& file, const FragmentedMovie& movie,
     // A torn fragment ends what can be played; what stands before it counts.
   }
   return wholeEnd;
+}
+
+void visit(Bytes boxes, std::uint64_t offset, const MovieHead& head,
+           const std::function<void(const SampleRun&)>& visitor) {
+  std::vector<SampleRun> pending;
+  for (const auto& box : children(boxes)) {
+    const auto end = offset + box.whole.size();
+    if (box.type == type("moof")) {
+      pending = fragmentRuns(box.payload, head, offset);
+    } else if (box.type == type("mdat")) {
+      expectWithin(pending, end);
+      for (const auto& run : pending) visitor(run);
+      pending.clear();
+    }
+    offset = end;
+  }
+  if (!pending.empty()) fail("a fragment has no data");
 }
 
 }  // namespace quillant::MovieFragments

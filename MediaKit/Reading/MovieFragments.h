@@ -24,8 +24,9 @@ struct SampleRun {
   std::uint64_t duration = 0;
   std::uint64_t byteCount = 0;
   std::uint32_t count = 0;
-  std::vector<Sample> samples;  ///< Empty if all are like `uniform`.
+  std::vector<Sample> samples;  ///< Empty if all are like `uniform`, the first perhaps a key frame or none.
   Sample uniform;
+  bool firstIsKeyFrame = false;  ///< Of a uniform run.
 };
 
 /// What a movie box says of a track that goes on in fragments.
@@ -51,8 +52,12 @@ struct FragmentedMovie {
 std::optional<FragmentedMovie> find(const MovieBoxes::File& file);
 
 /// Calls `visit` for every run of every whole fragment, in the order of the file, and returns where the last
-/// of them ends; the end of the movie box if there is none. Stops at the first fragment that is not whole.
+/// of them ends; the end of the movie box if there is none. Stops at the first fragment that is not whole;
+/// throws `FileError` if the file cannot be read, which tells nothing about what is in it.
 std::uint64_t visit(const MovieBoxes::File& file, const FragmentedMovie& movie,
                     const std::function<void(const SampleRun&)>& visitor);
+/// The same for whole boxes in memory that stand at `offset` of the file. Throws for a fragment that is torn.
+void visit(MovieBoxes::Bytes boxes, std::uint64_t offset, const MovieHead& head,
+           const std::function<void(const SampleRun&)>& visitor);
 
 }  // namespace quillant::MovieFragments

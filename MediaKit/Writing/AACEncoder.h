@@ -4,8 +4,9 @@
 #include <vector>
 
 #include "Core/MediaTime.h"
-#include "MediaKit/Writing/AssetWriter.h"
+#include "MediaKit/Sound/AudioBuffer.h"
 #include "MediaKit/Writing/EncodedPacket.h"
+#include "MediaKit/Writing/MediaSettings.h"
 
 namespace quillant {
 

@@ -1,10 +1,12 @@
 #include "MediaKit/Writing/AssetWriter.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <fmt/format.h>
 #include <mutex>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "Core/QueueTask.h"
@@ -25,14 +27,32 @@ std::int64_t longestVideoQueue(const VideoInputSettings& settings) {
 }
 
 constexpr std::int64_t longestAudioQueue = 2 * AACEncoder::timescale;  ///< Samples.
-/// What the disk may owe before the inputs are no longer ready.
-constexpr std::size_t largestBacklog = 64 << 20;
+
+/// What cannot keep up when an input is not ready.
+enum class Bottleneck { encoder, disk };
+
+/// What was turned away for one of them.
+struct Refusals {
+  std::atomic<std::uint64_t> frames = 0;
+  std::atomic<std::uint64_t> sound = 0;  ///< Samples at 48,000 Hz.
+};
+
+std::vector<std::string> describe(const Refusals& refusals, std::string_view what) {
+  std::vector<std::string> texts;
+  if (const auto frames = refusals.frames.load(); frames > 0)
+    texts.push_back(fmt::format("{} {} dropped because {} could not keep up", frames,
+                                frames == 1 ? "frame was" : "frames were", what));
+  if (const auto sound = refusals.sound.load(); sound > 0)
+    texts.push_back(fmt::format("{:.2f} s of sound are silent because {} could not keep up",
+                                static_cast<double>(sound) / AACEncoder::timescale, what));
+  return texts;
+}
 
 /// Decides from the state of the queue at each picture whether the encoder has fallen behind.
 class Pace {
  public:
   /// True if it is time to encode faster, which comes before pictures are dropped. `refused` counts those
-  /// that were turned away in total.
+  /// that were turned away for the encoder's sake in total.
   bool isBehind(bool queueWasLong, std::uint64_t refused) {
     constexpr int limit = 12;
     score_ += queueWasLong ? 1 : (score_ > 0 ? -1 : 0);
@@ -62,7 +82,9 @@ struct AssetWriter::Implementation {
   };
 
   InputState& state(Input input) { return *inputs[static_cast<std::size_t>(input)]; }
-  bool hasRoom(const InputState& input) const;
+  /// What keeps an input that is written to from taking more.
+  std::optional<Bottleneck> bottleneck(const InputState& input) const;
+  Refusals& refusals(Bottleneck cause) { return refused[static_cast<std::size_t>(cause)]; }
   Status status() const;
   void fail(std::exception_ptr reason);
   /// Runs `work` on `queue` while the writer is writing; what it throws ends that.
@@ -76,6 +98,7 @@ struct AssetWriter::Implementation {
   void finish();
 
   WriterPipeline::Settings settings;
+  std::size_t largestBacklog = 0;
   std::vector<std::unique_ptr<InputState>> inputs;
   std::optional<MediaTime> sessionStart;
 
@@ -84,7 +107,7 @@ struct AssetWriter::Implementation {
   std::exception_ptr error;
   std::vector<std::string> warnings;
 
-  std::atomic<std::uint64_t> framesRefused = 0;
+  std::array<Refusals, 2> refused;  ///< By `Bottleneck`.
   std::atomic<std::uint64_t> framesAppended = 0;
   std::atomic<std::uint64_t> framesEncoded = 0;
   std::atomic<std::uint64_t> pixelsConverted = 0;
@@ -95,9 +118,11 @@ struct AssetWriter::Implementation {
   SerialQueue conversion{"quillant.media.convert"};
 };
 
-bool AssetWriter::Implementation::hasRoom(const InputState& input) const {
-  return !input.isFinished && status() == Status::writing && input.queued < input.longestQueue &&
-         pipeline->file().backlog() < largestBacklog;
+std::optional<Bottleneck> AssetWriter::Implementation::bottleneck(const InputState& input) const {
+  // First, because an encoder that works faster makes more for the disk to write.
+  if (pipeline->file().backlog() >= largestBacklog) return Bottleneck::disk;
+  if (input.queued >= input.longestQueue) return Bottleneck::encoder;
+  return std::nullopt;
 }
 
 AssetWriter::Status AssetWriter::Implementation::status() const {
@@ -144,7 +169,7 @@ void AssetWriter::Implementation::encodePicture(InputState& input, const Encoder
   const bool queueWasLong = input.queued-- > input.longestQueue / 2;
   pipeline->encode(input.index, picture, time, arrived);
   ++framesEncoded;
-  if (input.pace.isBehind(queueWasLong, framesRefused)) giveWay(input);
+  if (input.pace.isBehind(queueWasLong, refusals(Bottleneck::encoder).frames)) giveWay(input);
 }
 
 void AssetWriter::Implementation::giveWay(InputState& input) {
@@ -169,8 +194,10 @@ void AssetWriter::Implementation::finish() {
   currentStatus = Status::completed;
 }
 
-AssetWriter::AssetWriter(std::filesystem::path path, MediaContainer container, MediaTime fragmentInterval)
+AssetWriter::AssetWriter(std::filesystem::path path, MediaContainer container, MediaTime fragmentInterval,
+                         std::size_t largestBacklog)
     : implementation_(std::make_unique<Implementation>()) {
+  implementation_->largestBacklog = largestBacklog;
   auto& settings = implementation_->settings;
   settings.path = std::move(path);
   settings.container = container;
@@ -224,7 +251,8 @@ void AssetWriter::startSession(MediaTime time) {
 }
 
 bool AssetWriter::isReady(Input input) const {
-  return implementation_->hasRoom(implementation_->state(input));
+  const auto& state = implementation_->state(input);
+  return !state.isFinished && status() == Status::writing && !implementation_->bottleneck(state);
 }
 
 bool AssetWriter::append(Input input, PixelBufferRef buffer, MediaTime time) {
@@ -233,8 +261,8 @@ bool AssetWriter::append(Input input, PixelBufferRef buffer, MediaTime time) {
   if (!self.sessionStart || self.status() != Status::writing || state.isFinished) return false;
   const auto& expected = self.settings.video[state.index];
   if (buffer->width != expected.width || buffer->height != expected.height) return false;
-  if (!self.hasRoom(state)) {
-    ++self.framesRefused;
+  if (const auto cause = self.bottleneck(state)) {
+    ++self.refusals(*cause).frames;
     return false;
   }
   ++state.queued;
@@ -247,9 +275,14 @@ bool AssetWriter::append(Input input, PixelBufferRef buffer, MediaTime time) {
 bool AssetWriter::append(Input input, AudioBuffer buffer) {
   auto& self = *implementation_;
   auto& state = self.state(input);
-  if (!self.sessionStart || !self.hasRoom(state)) return false;
-  buffer.time = buffer.time - *self.sessionStart;
+  if (!self.sessionStart || self.status() != Status::writing || state.isFinished) return false;
   const auto count = buffer.frameCount();
+  if (const auto cause = self.bottleneck(state)) {
+    self.refusals(*cause).sound +=
+        std::uint64_t(count) * AACEncoder::timescale / std::uint64_t(buffer.sampleRate);
+    return false;
+  }
+  buffer.time = buffer.time - *self.sessionStart;
   state.queued += count;
   self.run(self.encoding, [&self, &state, count, buffer = std::move(buffer)] {
     state.queued -= count;
@@ -285,21 +318,30 @@ std::exception_ptr AssetWriter::error() const {
 
 AssetWriterCounters AssetWriter::counters() const {
   const auto& self = *implementation_;
-  return {self.framesAppended, self.framesRefused, self.framesEncoded, self.pixelsConverted,
-          self.pipeline ? self.pipeline->fragmentsClosed() : 0};
+  AssetWriterCounters counters{.framesAppended = self.framesAppended,
+                               .framesEncoded = self.framesEncoded,
+                               .pixelsConverted = self.pixelsConverted,
+                               .fragmentsClosed = self.pipeline ? self.pipeline->fragmentsClosed() : 0};
+  for (const auto& refused : self.refused) {
+    counters.framesRefused += refused.frames;
+    counters.soundRefused += refused.sound;
+  }
+  return counters;
 }
 
 std::vector<std::string> AssetWriter::warnings() const {
   const auto& self = *implementation_;
   std::vector<std::string> texts;
+  const auto add = [&](const std::vector<std::string>& more) {
+    texts.insert(texts.end(), more.begin(), more.end());
+  };
   {
     const std::lock_guard lock(self.mutex);
-    texts = self.warnings;
+    add(self.warnings);
   }
-  if (const auto dropped = self.framesRefused.load(); dropped > 0)
-    texts.push_back(
-        dropped == 1 ? std::string("1 frame was dropped because this machine could not keep up")
-                     : fmt::format("{} frames were dropped because this machine could not keep up", dropped));
+  add(describe(self.refused[std::size_t(Bottleneck::encoder)], "this machine"));
+  add(describe(self.refused[std::size_t(Bottleneck::disk)], "the disk"));
+  if (self.pipeline) add(self.pipeline->file().warnings());
   return texts;
 }
 

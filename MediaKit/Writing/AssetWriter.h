@@ -11,30 +11,15 @@
 #include "Core/PixelBuffer.h"
 #include "Core/Task.h"
 #include "MediaKit/Sound/AudioBuffer.h"
+#include "MediaKit/Writing/MediaSettings.h"
 
 namespace quillant {
-
-enum class MediaContainer { mp4, quickTime };
-
-/// How a picture's numbers are to be understood; written into the bitstream and the container alike.
-enum class ColorTagging { none, p3D65Rec709 };
-
-struct VideoInputSettings {
-  int width = 0;   ///< Pixels, even.
-  int height = 0;  ///< Pixels, even.
-  int expectedFrameRate = 30;
-  ColorTagging color = ColorTagging::none;
-};
-
-struct AudioInputSettings {
-  int channels = 1;
-  int bitRate = 96'000;  ///< Bits a second; AAC at 48,000 Hz.
-};
 
 /// What the writer has done so far. Counts only rise.
 struct AssetWriterCounters {
   std::uint64_t framesAppended = 0;
   std::uint64_t framesRefused = 0;  ///< Frames that were offered while the input was not ready.
+  std::uint64_t soundRefused = 0;  ///< Samples of sound, at 48,000 Hz, that were; silence stands in for them.
   std::uint64_t framesEncoded = 0;
   std::uint64_t pixelsConverted = 0;  ///< Pixels brought from the source's format to the encoder's.
   std::uint64_t fragmentsClosed = 0;
@@ -52,7 +37,9 @@ class AssetWriter {
   /// An input that the writer was given; valid as long as the writer.
   enum class Input : int {};
 
-  AssetWriter(std::filesystem::path path, MediaContainer container, MediaTime fragmentInterval);
+  /// `largestBacklog` is how many bytes the disk may owe before the inputs are no longer ready.
+  AssetWriter(std::filesystem::path path, MediaContainer container, MediaTime fragmentInterval,
+              std::size_t largestBacklog = 64 << 20);
   /// Without `finishWriting` the file is left as a killed process would leave it.
   ~AssetWriter();
   AssetWriter(const AssetWriter&) = delete;
@@ -68,7 +55,8 @@ class AssetWriter {
   /// The time on the samples' clock that becomes 0 in the file. Once, before the first append.
   void startSession(MediaTime time);
 
-  /// False while the bounded queue of the input is full: an append would be refused.
+  /// False while the bounded queue of the input is full, or the disk too far behind: an append would be
+  /// refused.
   bool isReady(Input input) const;
   /// Times rise strictly. The buffer is kept until it is converted. False if it was not taken; when the input
   /// was not ready, the picture counts as dropped.
@@ -77,14 +65,16 @@ class AssetWriter {
 
   void markAsFinished(Input input);
   /// Writes what is queued, the last fragment and the closing index. Afterwards the status is completed or
-  /// failed. With no sample at all the file holds its head only, which cannot be played.
+  /// failed; a file that could not get its index, or that the disk did not confirm, is complete and has a
+  /// warning. With no sample at all the file holds its head only, which cannot be played.
   Task<void> finishWriting();
 
   Status status() const;             ///< Any thread.
   std::exception_ptr error() const;  ///< Any thread; why the status is failed.
   AssetWriterCounters counters() const;
   /// What the user should know of a recording that went well: an encoder that had to be made faster, frames
-  /// that were dropped because it still fell behind. Any thread.
+  /// and sound that were dropped because it, or the disk, still fell behind, and what closing the file found.
+  /// Any thread.
   std::vector<std::string> warnings() const;
 
  private:

@@ -1,136 +1,16 @@
 #include "MediaKit/Writing/ClosingIndex.h"
 
 #include <algorithm>
-#include <map>
 #include <utility>
 
 #include "Core/MediaTime.h"
-#include "MediaKit/Reading/MovieFragments.h"
+#include "MediaKit/Writing/BoxWriter.h"
 
-namespace quillant::ClosingIndex {
+namespace quillant {
 
 using namespace MovieBoxes;
-using MovieFragments::SampleRun;
 
 namespace {
-
-/// Builds boxes inside boxes; their sizes are filled in when they end.
-class BoxWriter {
- public:
-  template <class Content>
-  void box(std::uint32_t boxType, Content&& content) {
-    const auto start = bytes_.size();
-    u32(0);
-    u32(boxType);
-    content();
-    const auto size = static_cast<std::uint32_t>(bytes_.size() - start);
-    for (std::size_t i = 0; i < 4; ++i) bytes_[start + i] = static_cast<std::uint8_t>(size >> (24 - 8 * i));
-  }
-  void u32(std::uint32_t value) { number(value, 4); }
-  void u64(std::uint64_t value) { number(value, 8); }
-  void copy(Bytes bytes) { bytes_.insert(bytes_.end(), bytes.begin(), bytes.end()); }
-  std::vector<std::uint8_t> take() { return std::move(bytes_); }
-
- private:
-  void number(std::uint64_t value, int count) {
-    for (int i = count - 1; i >= 0; --i) bytes_.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
-  }
-  std::vector<std::uint8_t> bytes_;
-};
-
-/// Equal values that follow one another, counted.
-class RunLengths {
- public:
-  void add(std::uint32_t value) {
-    if (runs_.empty() || runs_.back().second != value) runs_.emplace_back(0, value);
-    ++runs_.back().first;
-  }
-  const std::vector<std::pair<std::uint32_t, std::uint32_t>>& runs() const { return runs_; }
-
- private:
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> runs_;
-};
-
-/// The samples of one track.
-class SampleTables {
- public:
-  void add(const SampleRun& run) {
-    if (sizes_.empty())
-      start_ = run.time;
-    else
-      // What a fragment could not know when it closed: how long its last sample would last.
-      closeSample(run.time - sampleStart_);
-    sampleStart_ = run.time;
-    chunks_.emplace_back(run.offset, run.count);
-    for (std::uint32_t i = 0; i < run.count; ++i) {
-      const auto& sample = run.samples.empty() ? run.uniform : run.samples[i];
-      if (i > 0) {
-        closeSample(sampleDuration_);
-        sampleStart_ += sampleDuration_;
-      }
-      sampleDuration_ = sample.duration;
-      sizes_.push_back(sample.size);
-      if (sample.isKeyFrame) keyFrames_.push_back(static_cast<std::uint32_t>(sizes_.size()));
-    }
-  }
-
-  void finish() { closeSample(sampleDuration_); }
-  std::uint64_t start() const { return start_; }
-  std::uint64_t end() const { return sampleStart_ + sampleDuration_; }
-
-  void write(BoxWriter& out) const;
-
- private:
-  void closeSample(std::uint64_t duration) { durations_.add(static_cast<std::uint32_t>(duration)); }
-
-  std::uint64_t start_ = 0;
-  std::uint64_t sampleStart_ = 0;  ///< Of the last sample, whose duration is still open.
-  std::uint64_t sampleDuration_ = 0;
-  RunLengths durations_;
-  std::vector<std::uint32_t> sizes_;
-  std::vector<std::uint32_t> keyFrames_;  ///< Numbers of samples, from 1.
-  std::vector<std::pair<std::uint64_t, std::uint32_t>> chunks_;
-};
-
-void SampleTables::write(BoxWriter& out) const {
-  const auto table = [&](std::uint32_t boxType, std::size_t count, auto&& entries) {
-    out.box(boxType, [&] {
-      out.u32(0);
-      out.u32(static_cast<std::uint32_t>(count));
-      entries();
-    });
-  };
-  table(type("stts"), durations_.runs().size(), [&] {
-    for (const auto& [count, duration] : durations_.runs()) {
-      out.u32(count);
-      out.u32(duration);
-    }
-  });
-  if (keyFrames_.size() < sizes_.size())
-    table(type("stss"), keyFrames_.size(), [&] {
-      for (const auto number : keyFrames_) out.u32(number);
-    });
-  RunLengths chunkLengths;
-  for (const auto& chunk : chunks_) chunkLengths.add(chunk.second);
-  table(type("stsc"), chunkLengths.runs().size(), [&] {
-    std::uint32_t firstChunk = 1;
-    for (const auto& [count, samples] : chunkLengths.runs()) {
-      out.u32(firstChunk);
-      out.u32(samples);
-      out.u32(1);  // the one sample description
-      firstChunk += count;
-    }
-  });
-  out.box(type("stsz"), [&] {
-    out.u32(0);
-    out.u32(0);
-    out.u32(static_cast<std::uint32_t>(sizes_.size()));
-    for (const auto size : sizes_) out.u32(size);
-  });
-  table(type("co64"), chunks_.size(), [&] {
-    for (const auto& chunk : chunks_) out.u64(chunk.first);
-  });
-}
 
 /// A header box with its times in 64 bits and its duration set. `between` bytes stand between the times and
 /// the duration.
@@ -161,10 +41,8 @@ void writeParent(BoxWriter& out, const Box& box, Replace&& replace) {
 
 class IndexWriter {
  public:
-  IndexWriter(const MovieFragments::MovieHead& head, std::map<std::uint32_t, SampleTables> tables)
-      : head_(head), tables_(std::move(tables)) {
-    for (auto& entry : tables_) entry.second.finish();
-  }
+  IndexWriter(const MovieFragments::MovieHead& head, const std::map<std::uint32_t, SampleTables>& tables)
+      : head_(head), tables_(tables) {}
 
   std::vector<std::uint8_t> write(const Box& movie) {
     Cursor header(child(movie.payload, type("mvhd")));
@@ -199,7 +77,7 @@ class IndexWriter {
   void writeLateStart(const SampleTables& tables, const MovieFragments::TrackHead& track);
 
   const MovieFragments::MovieHead& head_;
-  std::map<std::uint32_t, SampleTables> tables_;
+  const std::map<std::uint32_t, SampleTables>& tables_;
   std::uint32_t timescale_ = 0;
   BoxWriter out_;
 };
@@ -260,13 +138,16 @@ void IndexWriter::writeMedia(const Box& box, const SampleTables& tables) {
 
 }  // namespace
 
-std::vector<std::uint8_t> make(const File& file) {
-  const auto movie = MovieFragments::find(file);
-  if (!movie) fail("the file has no fragments");
-  std::map<std::uint32_t, SampleTables> tables;
-  MovieFragments::visit(file, *movie, [&](const SampleRun& run) { tables[run.track].add(run); });
-  const auto bytes = file.read(movie->movie.offset, movie->movie.end);
-  return IndexWriter(movie->head, std::move(tables)).write(children(bytes).front());
+ClosingIndex::ClosingIndex(std::vector<std::uint8_t> movie)
+    : movie_(std::move(movie)), head_(MovieFragments::movieHead(child(movie_, type("moov")))) {}
+
+void ClosingIndex::add(Bytes boxes, std::uint64_t offset) {
+  MovieFragments::visit(boxes, offset, head_, [this](const auto& run) { tables_[run.track].add(run); });
 }
 
-}  // namespace quillant::ClosingIndex
+std::vector<std::uint8_t> ClosingIndex::finish() {
+  for (auto& entry : tables_) entry.second.finish();
+  return IndexWriter(head_, tables_).write(children(movie_).front());
+}
+
+}  // namespace quillant

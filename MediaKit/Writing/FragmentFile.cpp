@@ -3,10 +3,15 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
 #include "Core/AtomicFile.h"
+#include "Core/Error.h"
+#include "MediaKit/MediaError.h"
 
 namespace quillant {
 
@@ -14,32 +19,67 @@ namespace {
 
 constexpr std::size_t nameSize = 8;  ///< A box begins with its size and its type.
 
-template <std::size_t count>
-void putBigEndian(std::uint8_t* at, std::uint64_t value) {
-  for (std::size_t i = 0; i < count; ++i) at[i] = static_cast<std::uint8_t>(value >> (8 * (count - 1 - i)));
-}
-
 /// A box of 16 bytes that readers skip: room for the head of one with a 64-bit size.
 constexpr std::array<std::uint8_t, 16> room{0, 0, 0, 16, 'f', 'r', 'e', 'e'};
+/// What the room begins with in an ordinary file: its second half is the size then.
+constexpr std::array<std::uint8_t, nameSize> mediaData{0, 0, 0, 1, 'm', 'd', 'a', 't'};
+
+std::array<std::uint8_t, 8> bigEndian(std::uint64_t value) {
+  std::array<std::uint8_t, 8> bytes{};
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(value >> (56 - 8 * i));
+  return bytes;
+}
+
+/// What happened, without the path that stands beside it anyway.
+std::string reason(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const FileError& refused) {
+    return refused.code().message();
+  } catch (...) {
+    return describe(error);
+  }
+}
 
 }  // namespace
 
-FragmentFile::FragmentFile(const std::filesystem::path& path, const std::vector<std::uint8_t>& fileType)
-    : path_(path), roomOffset_(fileType.size()) {
+FragmentFile::FragmentFile(const std::filesystem::path& path, FragmentMuxer::Head head)
+    : path_(path), movie_(std::move(head.movie)), index_(movie_), roomOffset_(head.fileType.size()) {
   file_ = FileDescriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-  if (!file_) throwLastError();
-  writeAt(0, fileType.data(), fileType.size());
+  if (!file_) throwError(errno);
+  writeAt(0, head.fileType.data(), head.fileType.size());
   writeAt(roomOffset_, room.data(), room.size());
   written_ = roomOffset_ + room.size();
 }
 
-void FragmentFile::append(std::vector<std::uint8_t> boxes) {
-  backlog_ += boxes.size();
-  queue_.async([this, boxes = std::move(boxes)] {
-    attempt([&] { writeWhole(boxes); });
+void FragmentFile::append(std::vector<std::uint8_t> fragment) {
+  fragment.insert(fragment.begin(), movie_.begin(), movie_.end());
+  movie_.clear();
+  backlog_ += fragment.size();
+  queue_.async([this, boxes = std::move(fragment)] {
+    if (!error()) writeFragment(boxes);
     backlog_ -= boxes.size();
     syncSoon();
   });
+}
+
+void FragmentFile::writeFragment(const std::vector<std::uint8_t>& boxes) {
+  const auto offset = written_;
+  try {
+    writeWhole(boxes);
+  } catch (...) {
+    // Whatever stands behind the last whole box would only puzzle a reader.
+    cutOffAt(offset);
+    const std::lock_guard lock(mutex_);
+    error_ = std::current_exception();
+    return;
+  }
+  if (indexFailure_) return;
+  try {
+    index_.add(boxes, offset);
+  } catch (...) {
+    indexFailure_ = std::current_exception();
+  }
 }
 
 /// Only a loss of power needs this. A busy disk may take seconds for it, which must not keep the next
@@ -48,26 +88,60 @@ void FragmentFile::syncSoon() {
   if (syncWaits_.exchange(true)) return;
   syncQueue_.async([this] {
     syncWaits_ = false;
-    ::fdatasync(file_.get());
+    sync();
   });
 }
 
-std::uint64_t FragmentFile::flush() {
-  return queue_.sync([this] { return written_; });
+void FragmentFile::sync() {
+  while (::fdatasync(file_.get()) != 0) {
+    if (errno == EINTR) continue;
+    int none = 0;
+    syncFailure_.compare_exchange_strong(none, errno);
+    return;
+  }
 }
 
-void FragmentFile::closeWith(const std::vector<std::uint8_t>& index) {
-  queue_.sync([&] {
-    attempt([&] {
-      const auto end = written_;
-      writeWhole(index);
-      ::fdatasync(file_.get());
-      std::array<std::uint8_t, 16> head{0, 0, 0, 1, 'm', 'd', 'a', 't'};
-      putBigEndian<8>(head.data() + 8, end - roomOffset_);
-      writeAt(roomOffset_, head.data(), head.size());
-      ::fdatasync(file_.get());
-    });
+void FragmentFile::close() {
+  queue_.sync([this] {
+    if (!error() && written_ > roomOffset_ + room.size()) {
+      try {
+        makeOrdinary();
+      } catch (...) {
+        const std::lock_guard lock(mutex_);
+        whyFragmented_ = std::current_exception();
+      }
+    }
+    syncQueue_.sync([this] { sync(); });
+    int none = 0;
+    if (!file_.close() && errno != EINTR) syncFailure_.compare_exchange_strong(none, errno);
   });
+}
+
+void FragmentFile::makeOrdinary() {
+  if (indexFailure_) std::rethrow_exception(indexFailure_);
+  requireUntouched();
+  const auto end = written_;
+  try {
+    writeWhole(index_.finish());
+    // Means nothing as long as the box around it is free.
+    const auto size = bigEndian(end - roomOffset_);
+    writeAt(roomOffset_ + nameSize, size.data(), size.size());
+    syncQueue_.sync([this] { sync(); });
+    if (syncFailure_ != 0) throwError(syncFailure_);
+  } catch (...) {
+    cutOffAt(end);
+    throw;
+  }
+  // Now both kinds of file stand there, and even half of this write leaves one of them.
+  writeAt(roomOffset_, mediaData.data(), mediaData.size());
+}
+
+/// The index tells of what was written here, and of nothing else.
+void FragmentFile::requireUntouched() const {
+  struct stat status {};
+  if (::fstat(file_.get(), &status) != 0) throwError(errno);
+  if (static_cast<std::uint64_t>(status.st_size) != written_)
+    throw MediaError(MediaError::Kind::unreadable, "another program has changed the file");
 }
 
 std::exception_ptr FragmentFile::error() const {
@@ -75,16 +149,19 @@ std::exception_ptr FragmentFile::error() const {
   return error_;
 }
 
-void FragmentFile::attempt(const std::function<void()>& work) {
-  if (error()) return;
-  try {
-    work();
-  } catch (...) {
-    // Whatever stands behind the last whole box would only puzzle a reader.
-    [[maybe_unused]] const int ignored = ::ftruncate(file_.get(), static_cast<off_t>(written_));
-    const std::lock_guard lock(mutex_);
-    error_ = std::current_exception();
-  }
+std::vector<std::string> FragmentFile::warnings() const {
+  const auto name = path_.filename().string();
+  std::vector<std::string> texts;
+  if (const int failure = syncFailure_; failure != 0)
+    texts.push_back(
+        fmt::format("the disk did not confirm that {} is stored ({}): check it, and keep a copy elsewhere",
+                    name, std::generic_category().message(failure)));
+  const std::lock_guard lock(mutex_);
+  if (whyFragmented_)
+    texts.push_back(fmt::format(
+        "{} was left without a closing index ({}): it plays, but some programs open it slowly or refuse it",
+        name, reason(whyFragmented_)));
+  return texts;
 }
 
 void FragmentFile::writeWhole(const std::vector<std::uint8_t>& boxes) {
@@ -97,15 +174,20 @@ void FragmentFile::writeAt(std::uint64_t offset, const std::uint8_t* bytes, std:
   while (count > 0) {
     const auto done = ::pwrite(file_.get(), bytes, count, static_cast<off_t>(offset));
     if (done < 0 && errno == EINTR) continue;
-    if (done < 0) throwLastError();
+    if (done <= 0) throwError(done < 0 ? errno : EIO);
     offset += static_cast<std::uint64_t>(done);
     bytes += done;
     count -= static_cast<std::size_t>(done);
   }
 }
 
-void FragmentFile::throwLastError() const {
-  throw FileError("write", path_, {errno, std::generic_category()});
+void FragmentFile::cutOffAt(std::uint64_t end) {
+  written_ = end;
+  [[maybe_unused]] const int ignored = ::ftruncate(file_.get(), static_cast<off_t>(end));
+}
+
+void FragmentFile::throwError(int code) const {
+  throw FileError("write", path_, {code, std::generic_category()});
 }
 
 }  // namespace quillant

@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "MediaKit/Writing/AssetWriter.h"
 #include "MediaKit/Writing/EncodedPacket.h"
+#include "MediaKit/Writing/MediaSettings.h"
 
 namespace quillant {
 

@@ -116,6 +116,9 @@ std::vector<std::uint8_t> H264Encoder::configuration() const {
   appendSet(NAL_SPS);
   result.push_back(0);
   appendSet(NAL_PPS);
+  // What a record of the High profile ends with: 4:2:0, 8 bits a sample, no extension.
+  constexpr std::uint8_t high = 100;
+  if (result[1] == high) result.insert(result.end(), {0xFD, 0xF8, 0xF8, 0});
   return result;
 }
 

@@ -4,9 +4,9 @@
 #include <memory>
 #include <vector>
 
-#include "MediaKit/Writing/AssetWriter.h"
 #include "MediaKit/Writing/EncodedPacket.h"
 #include "MediaKit/Writing/EncoderPicture.h"
+#include "MediaKit/Writing/MediaSettings.h"
 
 namespace quillant {
 

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "MediaKit/Writing/ClosingIndex.h"
-
 namespace quillant {
 
 namespace {
@@ -30,8 +28,7 @@ WriterPipeline::VideoTrack::VideoTrack(const VideoInputSettings& settings)
 WriterPipeline::WriterPipeline(const Settings& settings, SerialQueue& queue,
                                std::function<void(std::exception_ptr)> onFailure)
     : muxer_(settings.container),
-      head_(openMuxer(settings)),
-      file_(settings.path, head_.fileType),
+      file_(settings.path, openMuxer(settings)),
       timer_(queue.executor()),
       interval_(settings.fragmentInterval),
       onFailure_(std::move(onFailure)) {}
@@ -121,7 +118,6 @@ void WriterPipeline::closeFragment() {
   lastClose_ = Clock::now();
   mediaWaits_ = std::ranges::any_of(video_, [](const auto& track) { return track.held.has_value(); });
   if (boxes.empty()) return;
-  if (fragmentsClosed_ == 0) boxes.insert(boxes.begin(), head_.movie.begin(), head_.movie.end());
   file_.append(std::move(boxes));
   ++fragmentsClosed_;
 }
@@ -152,8 +148,7 @@ void WriterPipeline::finish() {
     writeSound(i);
   }
   closeFragment();
-  const auto size = file_.flush();
-  if (fragmentsClosed_ > 0 && !file_.error()) file_.closeWith(ClosingIndex::make({file_.descriptor(), size}));
+  file_.close();
 }
 
 }  // namespace quillant

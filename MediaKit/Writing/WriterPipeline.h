@@ -22,7 +22,7 @@ namespace quillant {
 /// The encoding side of `AssetWriter`: encodes, and decides when a fragment closes.
 ///
 /// Everything after construction runs on the queue given to it. Throws `MediaError`; what the disk refuses
-/// shows in `file().error()`.
+/// shows in `file()`.
 class WriterPipeline {
  public:
   using Clock = std::chrono::steady_clock;
@@ -46,11 +46,10 @@ class WriterPipeline {
   void encode(std::size_t video, const EncoderPicture& picture, std::int64_t time, Clock::time_point arrived);
   void encode(std::size_t audio, const AudioBuffer& buffer);
   bool makeFaster(std::size_t video) { return video_[video].encoder.makeFaster(); }
-  /// Writes all that is held back and the closing index; the disk has it when this returns.
+  /// Writes all that is held back and closes the file.
   void finish();
 
   std::uint64_t fragmentsClosed() const { return fragmentsClosed_; }
-  FragmentFile& file() { return file_; }
   const FragmentFile& file() const { return file_; }
 
  private:
@@ -78,7 +77,6 @@ class WriterPipeline {
   std::deque<VideoTrack> video_;  // neither kind of track can be moved
   std::deque<AACEncoder> audio_;
   FragmentMuxer muxer_;
-  FragmentMuxer::Head head_;
   FragmentFile file_;
   asio::steady_timer timer_;
   const std::shared_ptr<void> alive_ = std::make_shared<char>();

@@ -9,6 +9,7 @@
 #include "MediaKit/MediaError.h"
 #include "MediaKit/Reading/AssetProbe.h"
 #include "MediaKit/Reading/FrameGrabber.h"
+#include "Tests/MediaKit/FaultyDisk.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -39,6 +40,19 @@ TEST(AssetProbe, TellsTracksOfFinishedAndUnfinishedFiles) {
     EXPECT_NEAR(asset.tracks[1].duration.seconds(), double(media.sounds[0].samples.size()) / 48'000, 1e-6);
   }
   EXPECT_EQ(AssetProbe::probe(folder / "finished.mp4").tracks[0].duration, (MediaTime{45, 30}));
+
+  // A read that fails is told, and never taken for the end of the file.
+  const auto whole = AssetProbe::probe(folder / "left.mp4").duration;
+  int step = 0;
+  for (bool isMet = true; isMet; ++step) {
+    FaultyDisk::arm(FaultyDisk::Fault::fails, step);
+    try {
+      EXPECT_EQ(AssetProbe::probe(folder / "left.mp4").duration, whole);
+    } catch (const Error&) {
+    }
+    isMet = FaultyDisk::disarm();
+  }
+  EXPECT_GT(step, 10);
 }
 
 /// Without waiting for the disk, as an atomic write does.

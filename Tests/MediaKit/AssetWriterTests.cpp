@@ -11,6 +11,7 @@
 #include "MediaKit/Writing/AssetWriter.h"
 #include "MediaKit/Writing/PictureConverter.h"
 #include "MediaKit/Writing/WriterPipeline.h"
+#include "Tests/MediaKit/FaultyDisk.h"
 #include "Tests/Support/Eventually.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/StampedFrames.h"
@@ -169,7 +170,7 @@ TEST(AssetWriter, GivesWayVisiblyWhenTheEncoderFallsBehind) {
     ++offered;
     const auto counters = writer.counters();
     EXPECT_LE(counters.framesAppended - counters.framesEncoded, 16U);
-    return writer.warnings().size() == 2;
+    return writer.warnings().size() == 2 && counters.framesRefused > 1;
   }));
   const auto dropped = writer.counters().framesRefused;
   EXPECT_EQ(writer.counters().framesAppended + dropped, static_cast<std::uint64_t>(offered));
@@ -182,6 +183,37 @@ TEST(AssetWriter, GivesWayVisiblyWhenTheEncoderFallsBehind) {
   const auto media = DecodedMedia::decode(folder / "a.mp4");
   EXPECT_THAT(media.errors, IsEmpty());
   EXPECT_EQ(media.frames.size(), writer.counters().framesEncoded);
+}
+
+TEST(AssetWriter, LosesPicturesAndSoundToASlowDiskButMakesNoLargerFile) {
+  const TemporaryFolder folder;
+  AssetWriter writer(folder / "a.mp4", MediaContainer::mp4, {1, 100}, 10'000);
+  const auto video = writer.addVideo({192, 108, 30});
+  const auto sound = writer.addAudio({1, 96'000});
+  ASSERT_TRUE(writer.startWriting());
+  writer.startSession(MediaTime::zero());
+  std::uint32_t offered = 0;
+  const auto offer = [&] {
+    writer.append(video, StampedFrames::moving(192, 108, offered), {offered, 30});
+    ++offered;
+    EXPECT_TRUE(
+        eventually([&] { return writer.counters().framesEncoded == writer.counters().framesAppended; }));
+  };
+  {
+    const FaultyDisk::Stall stall;
+    EXPECT_TRUE(eventually([&] {
+      offer();
+      return writer.counters().framesRefused == 20;
+    }));
+    EXPECT_FALSE(writer.append(sound, TestRecording::sound(0, 24'000, 1)));
+  }
+  EXPECT_TRUE(eventually([&] { return writer.isReady(video); }));
+  offer();
+  runBlocking(writer.finishWriting());
+  EXPECT_EQ(writer.counters().framesEncoded, offered - 20);
+  EXPECT_THAT(writer.warnings(),
+              ElementsAre("20 frames were dropped because the disk could not keep up",
+                          "0.50 s of sound are silent because the disk could not keep up"));
 }
 
 TEST(AssetWriter, RefusesWhatItCannotWrite) {
@@ -209,6 +241,18 @@ TEST(AssetWriter, RefusesWhatItCannotWrite) {
   runBlocking(writer.finishWriting());
   EXPECT_EQ(writer.status(), AssetWriter::Status::completed);
   EXPECT_THROW(AssetProbe::probe(folder / "a.mp4"), MediaError);
+}
+
+TEST(H264Encoder, DescribesTheHighProfileWhole) {
+  const auto record = H264Encoder({192, 108, 30}).configuration();
+  EXPECT_EQ(record[1], 100);
+  std::size_t at = 6;
+  const auto skipSet = [&] { at += 2U + (std::size_t{record[at]} << 8 | record[at + 1]); };
+  skipSet();
+  ++at;
+  skipSet();
+  EXPECT_THAT(std::vector(record.begin() + std::ptrdiff_t(at), record.end()),
+              ElementsAre(0xFD, 0xF8, 0xF8, 0));
 }
 
 TEST(WriterPipeline, MayEndAsAFragmentFallsDue) {
