@@ -55,10 +55,11 @@ function(quillant_sanitizer_defaults program)
   endif()
 endfunction()
 
-# quillant_test(<folder> LIBS <targets>... [TIMEOUT <seconds>] [SERIAL])
-# The test program of one folder under Tests/. SERIAL keeps it from running beside another test.
+# quillant_test(<folder> LIBS <targets>... [TIMEOUT <seconds>] [SERIAL] [THREADS])
+# The test program of one folder under Tests/. SERIAL keeps it from running beside another test; THREADS says that what
+# it tests has threads, for the thread sanitizer.
 function(quillant_test folder)
-  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL;THREADS" "TIMEOUT" "LIBS" ${ARGN})
   string(REPLACE "/" "" name ${folder})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Tests/${folder}/*.cpp)
   add_executable(${name}Tests ${sources})
@@ -70,7 +71,13 @@ function(quillant_test folder)
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
   endif()
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+  # What scripts/setup unpacked is found where the system has no sound server of its own.
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT}
+    ENVIRONMENT_MODIFICATION PATH=path_list_append:${CMAKE_SOURCE_DIR}/build/sound-server)
+  if(ARG_THREADS)
+    set_tests_properties(${name} PROPERTIES LABELS threads)
+    add_dependencies(threaded-tests ${name}Tests)
+  endif()
   if(ARG_SERIAL)
     set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
   endif()

@@ -6,6 +6,9 @@ import pathlib
 import subprocess
 import time
 
+# Where scripts/setup unpacks a sound server if the system has none.
+os.environ["PATH"] += f":{pathlib.Path(__file__).resolve().parent.parent}/build/sound-server"
+
 
 @contextlib.contextmanager
 def virtual_display(size):
