@@ -26,37 +26,6 @@ std::map<std::uint32_t, FragmentSum> sumFragments(const MediaInput& input) {
   return sums;
 }
 
-MediaTime timeOf(std::int64_t count, AVRational timeBase) {
-  if (count == AV_NOPTS_VALUE || count <= 0) return MediaTime::zero();
-  // Time bases are a fraction of a second in every container but a few odd ones.
-  if (timeBase.num == 1) return {count, timeBase.den};
-  return MediaTime::fromSeconds(static_cast<double>(count) * av_q2d(timeBase));
-}
-
-MediaTrack describe(const AVStream& stream) {
-  const auto& parameters = *stream.codecpar;
-  MediaTrack track;
-  track.duration = timeOf(stream.duration, stream.time_base);
-  if (parameters.codec_type == AVMEDIA_TYPE_AUDIO) {
-    track.kind = MediaTrack::Kind::audio;
-    track.channels = parameters.ch_layout.nb_channels;
-    track.sampleRate = parameters.sample_rate;
-    return track;
-  }
-  track.naturalSize = {double(parameters.width), double(parameters.height)};
-  track.rotation = MediaInput::rotation(stream);
-  if (stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0)
-    track.nominalFrameRate = av_q2d(stream.avg_frame_rate);
-  return track;
-}
-
-/// A cover picture of a music file is no video.
-bool isMedia(const AVStream& stream) {
-  const auto type = stream.codecpar->codec_type;
-  return type == AVMEDIA_TYPE_AUDIO ||
-         (type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0);
-}
-
 }  // namespace
 
 std::vector<MediaTrack> MediaAsset::tracksOfKind(MediaTrack::Kind kind) const {
@@ -78,11 +47,11 @@ MediaAsset AssetProbe::probe(const std::filesystem::path& path) {
   MediaAsset asset{MediaTime::zero(), {}};
   for (unsigned i = 0; i < context.nb_streams; ++i) {
     const auto& stream = *context.streams[i];
-    if (!isMedia(stream)) continue;
-    auto track = describe(stream);
+    if (!MediaInput::isMedia(stream)) continue;
+    auto track = input.describe(stream);
     if (const auto sum = sums.find(static_cast<std::uint32_t>(stream.id)); sum != sums.end()) {
       track.duration =
-          std::max(track.duration, timeOf(static_cast<std::int64_t>(sum->second.end), stream.time_base));
+          std::max(track.duration, MediaInput::time(static_cast<std::int64_t>(sum->second.end), stream));
       if (track.kind == MediaTrack::Kind::video && track.duration > MediaTime::zero())
         track.nominalFrameRate = static_cast<double>(sum->second.samples) / track.duration.seconds();
     }

@@ -3,23 +3,10 @@
 #include <filesystem>
 #include <vector>
 
-#include "Core/Geometry.h"
 #include "Core/MediaTime.h"
+#include "MediaKit/Reading/MediaTrack.h"
 
 namespace quillant {
-
-struct MediaTrack {
-  enum class Kind { video, audio };
-
-  Kind kind = Kind::video;
-  MediaTime duration;           ///< From the file's zero to the end of the track's last sample.
-  Size naturalSize;             ///< Video: pixels as stored, before `rotation`.
-  int rotation = 0;             ///< Video: degrees clockwise to turn the picture by: 0, 90, 180 or 270.
-  double nominalFrameRate = 0;  ///< Video: frames a second on average; 0 if the file does not tell.
-  int channels = 0;             ///< Audio.
-  int sampleRate = 0;           ///< Audio: samples a second.
-  friend bool operator==(const MediaTrack&, const MediaTrack&) = default;
-};
 
 /// What a file of video or sound holds.
 struct MediaAsset {

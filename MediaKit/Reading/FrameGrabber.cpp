@@ -1,10 +1,12 @@
 #include "MediaKit/Reading/FrameGrabber.h"
 
 #include <algorithm>
+#include <array>
 #include <libyuv.h>
 #include <utility>
 
-#include "MediaKit/Reading/MediaInput.h"
+#include "MediaKit/Reading/DecodedPicture.h"
+#include "MediaKit/Reading/VideoReader.h"
 
 namespace quillant {
 
@@ -12,92 +14,8 @@ namespace {
 
 using FFmpeg::check;
 
-/// Decodes one video track forwards.
-class VideoReader {
- public:
-  explicit VideoReader(const std::filesystem::path& path) : input_(path) {
-    auto& context = input_.context();
-    const AVCodec* codec = nullptr;
-    const int index = av_find_best_stream(&context, AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
-    if (index < 0) throw MediaError(MediaError::Kind::noVideoTrack, "the file has no video track");
-    stream_ = context.streams[index];
-    for (unsigned i = 0; i < context.nb_streams; ++i)
-      if (int(i) != index) context.streams[i]->discard = AVDISCARD_ALL;
-    decoder_.reset(check(avcodec_alloc_context3(codec)));
-    check(avcodec_parameters_to_context(decoder_.get(), stream_->codecpar), "could not read the video track");
-    decoder_->pkt_timebase = stream_->time_base;
-    decoder_->thread_type = FF_THREAD_SLICE;  // threads by frame would hold frames back
-    check(avcodec_open2(decoder_.get(), codec, nullptr), "could not open the video decoder");
-  }
-
-  const AVStream& stream() const { return *stream_; }
-  std::int64_t ticks(MediaTime time) const {
-    const auto& base = stream_->time_base;
-    return time.converted(base.den).value / base.num;
-  }
-  MediaTime time(std::int64_t ticks) const {
-    return {ticks * stream_->time_base.num, stream_->time_base.den};
-  }
-
-  /// Continues at the key frame at `ticks` or before it.
-  void seek(std::int64_t ticks) {
-    check(av_seek_frame(&input_.context(), stream_->index, ticks, AVSEEK_FLAG_BACKWARD),
-          "could not seek in the video", MediaError::Kind::noFrame);
-  }
-
-  /// Where what was read so far ends.
-  std::int64_t end() const { return end_; }
-
-  /// The next frame in the order they are shown; none at the end. What does not decode is passed over.
-  FFmpeg::Frame next() {
-    FFmpeg::Frame frame(check(av_frame_alloc()));
-    for (;;) {
-      const int code = avcodec_receive_frame(decoder_.get(), frame.get());
-      if (code == 0) return frame;
-      if (code == AVERROR_EOF) return nullptr;
-      if (av_read_frame(&input_.context(), packet_.get()) < 0) {
-        avcodec_send_packet(decoder_.get(), nullptr);
-        continue;
-      }
-      if (packet_->stream_index == stream_->index) {
-        if (packet_->pts != AV_NOPTS_VALUE) end_ = std::max(end_, packet_->pts + packet_->duration);
-        avcodec_send_packet(decoder_.get(), packet_.get());
-      }
-      av_packet_unref(packet_.get());
-    }
-  }
-
- private:
-  MediaInput input_;
-  AVStream* stream_ = nullptr;
-  FFmpeg::CodecContext decoder_;
-  FFmpeg::Packet packet_{check(av_packet_alloc())};
-  std::int64_t end_ = 0;
-};
-
-std::int64_t startOf(const AVFrame& frame) {
-  return frame.best_effort_timestamp == AV_NOPTS_VALUE ? 0 : frame.best_effort_timestamp;
-}
-
-FFmpeg::Frame find(VideoReader& reader, MediaTime time, const FrameGrabOptions& options) {
-  const auto wanted = reader.ticks(time);
-  const auto earliest = reader.ticks(time - options.toleranceBefore);
-  if (wanted > 0) reader.seek(wanted);
-  FFmpeg::Frame shown;
-  while (auto frame = reader.next()) {
-    const auto start = startOf(*frame);
-    if (start > wanted) {
-      if (shown) return shown;
-      if (start <= reader.ticks(time + options.toleranceAfter)) return frame;
-      break;
-    }
-    if (start >= earliest) return frame;
-    shown = std::move(frame);
-  }
-  // The last frame is shown for as long as the file says.
-  if (shown && wanted < std::max(reader.end(), startOf(*shown) + 1)) return shown;
-  throw MediaError(MediaError::Kind::noFrame, "the video shows nothing at this time");
-}
+/// Sums of times miss each other by less than this, in seconds.
+constexpr double sameTime = 1e-6;
 
 std::shared_ptr<PixelBuffer> makeBGRA(int width, int height) {
   auto memory = std::make_shared<std::vector<std::uint8_t>>(static_cast<std::size_t>(width) * height * 4);
@@ -109,39 +27,50 @@ std::shared_ptr<PixelBuffer> makeBGRA(int width, int height) {
   return buffer;
 }
 
-std::pair<int, int> fitted(int width, int height, int maximumSide) {
-  const int longest = std::max(width, height);
-  if (maximumSide <= 0 || longest <= maximumSide) return {width, height};
-  const auto side = [&](int value) {
-    return std::max(1, static_cast<int>((std::int64_t{value} * maximumSide + longest / 2) / longest));
-  };
-  return {side(width), side(height)};
+std::pair<int, int> fitted(Size size, int maximumSide) {
+  const double longest = std::max(size.width, size.height);
+  const double scale = maximumSide <= 0 || longest <= maximumSide ? 1 : maximumSide / longest;
+  const auto side = [&](double value) { return std::max(1, static_cast<int>(value * scale + 0.5)); };
+  return {side(size.width), side(size.height)};
 }
 
-std::shared_ptr<PixelBuffer> toBGRA(const AVFrame& frame, int maximumSide) {
-  const auto [width, height] = fitted(frame.width, frame.height, maximumSide);
+std::shared_ptr<PixelBuffer> toBGRA(const PixelBuffer& source, int width, int height) {
   const FFmpeg::Scaler scaler(check(sws_getContext(
-      frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), width, height, AV_PIX_FMT_BGRA,
+      source.width, source.height, DecodedPicture::formatOf(source), width, height, AV_PIX_FMT_BGRA,
       SWS_AREA | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr)));
-  // What is not tagged was written by a camera: BT.709, as this system writes it.
-  const int matrix = frame.colorspace == AVCOL_SPC_UNSPECIFIED ? SWS_CS_ITU709 : frame.colorspace;
-  const auto* coefficients = sws_getCoefficients(matrix);
-  sws_setColorspaceDetails(scaler.get(), coefficients, frame.color_range == AVCOL_RANGE_JPEG, coefficients, 1,
-                           0, 1 << 16, 1 << 16);
+  const bool isOldMatrix = source.color.matrix == ColorEncoding::Matrix::bt601;
+  const auto* coefficients = sws_getCoefficients(isOldMatrix ? SWS_CS_ITU601 : SWS_CS_ITU709);
+  sws_setColorspaceDetails(scaler.get(), coefficients, source.color.range == ColorEncoding::Range::full,
+                           coefficients, 1, 0, 1 << 16, 1 << 16);
   auto picture = makeBGRA(width, height);
-  sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, &picture->planes[0].data,
+  std::array<const std::uint8_t*, 3> planes{};
+  std::array<int, 3> strides{};
+  for (std::size_t i = 0; i < planes.size(); ++i) {
+    planes[i] = source.planes[i].data;
+    strides[i] = source.planes[i].stride;
+  }
+  sws_scale(scaler.get(), planes.data(), strides.data(), 0, source.height, &picture->planes[0].data,
             &picture->planes[0].stride);
   return picture;
 }
 
-std::shared_ptr<PixelBuffer> turned(std::shared_ptr<PixelBuffer> picture, int rotation) {
-  if (rotation == 0) return picture;
-  const bool sideways = rotation != 180;
+/// Turns and mirrors as `upright` does; its scale is left out.
+std::shared_ptr<PixelBuffer> turned(std::shared_ptr<PixelBuffer> picture, const AffineTransform& upright) {
+  if (upright.determinant() < 0) {
+    auto mirrored = makeBGRA(picture->width, picture->height);
+    libyuv::ARGBMirror(picture->planes[0].data, picture->planes[0].stride, mirrored->planes[0].data,
+                       mirrored->planes[0].stride, picture->width, picture->height);
+    picture = std::move(mirrored);
+  }
+  // Where the picture's downward axis goes is not touched by the mirroring.
+  const bool isSideways = upright.d == 0;
+  const auto rotation = isSideways ? (upright.c < 0 ? libyuv::kRotate90 : libyuv::kRotate270)
+                                   : (upright.d < 0 ? libyuv::kRotate180 : libyuv::kRotate0);
+  if (rotation == libyuv::kRotate0) return picture;
   auto result =
-      makeBGRA(sideways ? picture->height : picture->width, sideways ? picture->width : picture->height);
+      isSideways ? makeBGRA(picture->height, picture->width) : makeBGRA(picture->width, picture->height);
   libyuv::ARGBRotate(picture->planes[0].data, picture->planes[0].stride, result->planes[0].data,
-                     result->planes[0].stride, picture->width, picture->height,
-                     static_cast<libyuv::RotationMode>(rotation));
+                     result->planes[0].stride, picture->width, picture->height, rotation);
   return result;
 }
 
@@ -149,10 +78,17 @@ std::shared_ptr<PixelBuffer> turned(std::shared_ptr<PixelBuffer> picture, int ro
 
 GrabbedFrame FrameGrabber::grab(const std::filesystem::path& path, MediaTime time,
                                 const FrameGrabOptions& options) {
-  VideoReader reader(path);
-  const auto frame = find(reader, time, options);
-  return {turned(toBGRA(*frame, options.maximumSide), MediaInput::rotation(reader.stream())),
-          reader.time(startOf(*frame))};
+  VideoReader reader(path, 0, {.toleranceBefore = options.toleranceBefore.seconds()});
+  const auto frame = reader.frame(time.seconds());
+  const double wanted = time.seconds();
+  if (!frame || wanted - options.toleranceBefore.seconds() >= frame->end - sameTime ||
+      frame->start > wanted + options.toleranceAfter.seconds() + sameTime)
+    throw MediaError(MediaError::Kind::noFrame, "the video shows nothing at this time");
+  const auto& upright = reader.track().upright;
+  auto [width, height] = fitted(reader.track().displaySize, options.maximumSide);
+  if (upright.d == 0) std::swap(width, height);
+  return {turned(toBGRA(*frame->picture, width, height), upright),
+          MediaTime::fromSeconds(frame->start, 90'000)};
 }
 
 }  // namespace quillant

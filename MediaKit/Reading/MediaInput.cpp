@@ -1,16 +1,13 @@
 #include "MediaKit/Reading/MediaInput.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <cmath>
+#include <cstdlib>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
-
-extern "C" {
-#include <libavutil/display.h>
-}
 
 #include "Core/AtomicFile.h"
 #include "MediaKit/Reading/MovieFragments.h"
@@ -30,6 +27,17 @@ const std::int32_t* displayMatrix(const AVStream& stream) {
   const void* data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr);
 #endif
   return static_cast<const std::int32_t*>(data);
+}
+
+/// The nearest of the eight ways in which a picture can be turned by quarters and mirrored.
+AffineTransform orientation(const AVStream& stream) {
+  const auto* matrix = displayMatrix(stream);
+  if (!matrix) return {};
+  const auto sign = [](std::int32_t value) { return value < 0 ? -1.0 : 1.0; };
+  const auto [a, b, c, d] = std::array{matrix[0], matrix[1], matrix[3], matrix[4]};
+  const auto size = [](std::int32_t value) { return std::abs(std::int64_t{value}); };
+  if (size(a) + size(d) >= size(b) + size(c)) return {.a = sign(a), .b = 0, .c = 0, .d = sign(d)};
+  return {.a = 0, .b = sign(b), .c = sign(c), .d = 0};
 }
 
 }  // namespace
@@ -101,13 +109,53 @@ MediaInput::MediaInput(const std::filesystem::path& path, Extent extent) : view_
 
 MediaInput::~MediaInput() = default;
 
-int MediaInput::rotation(const AVStream& stream) {
-  const auto* matrix = displayMatrix(stream);
-  if (!matrix) return 0;
-  const double counterclockwise = av_display_rotation_get(matrix);
-  if (std::isnan(counterclockwise)) return 0;
-  const int quarters = static_cast<int>(std::lround(-counterclockwise / 90));
-  return ((quarters % 4) + 4) % 4 * 90;
+bool MediaInput::isMedia(const AVStream& stream) {
+  const auto type = stream.codecpar->codec_type;
+  return type == AVMEDIA_TYPE_AUDIO ||
+         (type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0);
+}
+
+AVStream* MediaInput::choose(MediaTrack::Kind kind, int index) {
+  describeStreams();
+  const auto type = kind == MediaTrack::Kind::video ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
+  AVStream* chosen = nullptr;
+  for (unsigned i = 0; i < context_->nb_streams; ++i) {
+    auto& stream = *context_->streams[i];
+    if (stream.codecpar->codec_type == type && isMedia(stream) && index-- == 0)
+      chosen = &stream;
+    else
+      stream.discard = AVDISCARD_ALL;
+  }
+  return chosen;
+}
+
+MediaTime MediaInput::time(std::int64_t ticks, const AVStream& stream) {
+  if (ticks == AV_NOPTS_VALUE || ticks <= 0) return MediaTime::zero();
+  // Time bases are a fraction of a second in every container but a few odd ones.
+  if (stream.time_base.num == 1) return {ticks, stream.time_base.den};
+  return MediaTime::fromSeconds(static_cast<double>(ticks) * av_q2d(stream.time_base));
+}
+
+MediaTrack MediaInput::describe(const AVStream& stream) {
+  const auto& parameters = *stream.codecpar;
+  MediaTrack track;
+  track.duration = time(stream.duration, stream);
+  if (parameters.codec_type == AVMEDIA_TYPE_AUDIO) {
+    track.kind = MediaTrack::Kind::audio;
+    track.channels = parameters.ch_layout.nb_channels;
+    track.sampleRate = parameters.sample_rate;
+    return track;
+  }
+  track.naturalSize = {double(parameters.width), double(parameters.height)};
+  const auto aspect = av_guess_sample_aspect_ratio(context_.get(), const_cast<AVStream*>(&stream), nullptr);
+  const double wide = aspect.num > 0 && aspect.den > 0 ? av_q2d(aspect) : 1;
+  const auto turned = AffineTransform::scale(wide, 1).then(orientation(stream));
+  const auto bounds = turned.bounds({0, 0, track.naturalSize.width, track.naturalSize.height});
+  track.upright = turned.then(AffineTransform::translation(-bounds.x, -bounds.y));
+  track.displaySize = {bounds.width, bounds.height};
+  if (stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0)
+    track.nominalFrameRate = av_q2d(stream.avg_frame_rate);
+  return track;
 }
 
 void MediaInput::describeStreams() {

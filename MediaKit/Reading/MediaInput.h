@@ -9,6 +9,7 @@
 
 #include "Core/FileDescriptor.h"
 #include "MediaKit/FFmpegHandles.h"
+#include "MediaKit/Reading/MediaTrack.h"
 #include "MediaKit/Reading/MovieFragments.h"
 
 namespace quillant {
@@ -36,8 +37,15 @@ class MediaInput {
   /// What counts as the file's zero, in a stream's ticks: streams that are made to be cut anywhere, and sound
   /// with an encoder's delay, begin later. Known once the streams are described.
   std::int64_t zero(const AVStream& stream) const;
-  /// Degrees clockwise by which a track's pictures are to be turned: 0, 90, 180 or 270.
-  static int rotation(const AVStream& stream);
+  /// Whether a stream is video or sound; the cover picture of a music file is neither.
+  static bool isMedia(const AVStream& stream);
+  /// The first stream of this kind but `index` others; the demuxer drops what other streams hold. None if
+  /// there is no such stream.
+  AVStream* choose(MediaTrack::Kind kind, int index);
+  /// Of a stream that is media.
+  MediaTrack describe(const AVStream& stream);
+  /// A stream's ticks as a time; zero for what is before it.
+  static MediaTime time(std::int64_t ticks, const AVStream& stream);
 
  private:
   struct View;

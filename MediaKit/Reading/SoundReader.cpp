@@ -25,19 +25,9 @@ MediaError unreadable(const char* what) {
 }
 
 AVStream& audioStream(MediaInput& input, int track) {
-  input.describeStreams();
-  auto& context = input.context();
-  AVStream* found = nullptr;
-  for (unsigned i = 0; i < context.nb_streams; ++i) {
-    auto& stream = *context.streams[i];
-    const bool isAudio = stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
-    if (isAudio && track-- == 0)
-      found = &stream;
-    else
-      stream.discard = AVDISCARD_ALL;
-  }
-  if (!found) throw unreadable("the file has no such audio track");
-  return *found;
+  auto* stream = input.choose(MediaTrack::Kind::audio, track);
+  if (!stream) throw unreadable("the file has no such audio track");
+  return *stream;
 }
 
 FFmpeg::CodecContext openDecoder(const AVStream& stream) {

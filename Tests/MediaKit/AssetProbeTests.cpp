@@ -29,7 +29,7 @@ TEST(AssetProbe, TellsTracksOfFinishedAndUnfinishedFiles) {
     const auto video = asset.tracksOfKind(MediaTrack::Kind::video);
     ASSERT_EQ(video.size(), 1U);
     EXPECT_EQ(video[0].naturalSize, (Size{256, 144}));
-    EXPECT_EQ(video[0].rotation, 0);
+    EXPECT_EQ(video[0].upright, AffineTransform{});
     EXPECT_GT(video[0].nominalFrameRate, 10);
     EXPECT_LT(video[0].nominalFrameRate, 31);
     EXPECT_EQ(asset.tracks[1].channels, 1);

@@ -87,7 +87,7 @@ TEST(FrameGrabber, TurnsAndShrinksThePicture) {
   const auto matrix = bytes.find(identity, header);
   ASSERT_NE(matrix, std::string::npos);
   AtomicFile::write(turned, bytes.replace(matrix, 36, quarter));
-  EXPECT_EQ(AssetProbe::probe(turned).tracks[0].rotation, 90);
+  EXPECT_EQ(AssetProbe::probe(turned).tracks[0].displaySize, (Size{128, 256}));
   EXPECT_EQ(AssetProbe::probe(turned).tracks[0].naturalSize, (Size{256, 128}));
 
   const auto straight = FrameGrabber::grab(upright, MediaTime::zero()).picture;

@@ -17,8 +17,7 @@ VideoFacts probe(const std::filesystem::path& video) {
   const auto asset = AssetProbe::probe(video);
   const auto tracks = asset.tracksOfKind(MediaTrack::Kind::video);
   if (tracks.empty()) throw MediaError(MediaError::Kind::noVideoTrack, "there is no video in it");
-  auto size = tracks.front().naturalSize;
-  if (tracks.front().rotation % 180 != 0) std::swap(size.width, size.height);
+  const auto size = tracks.front().displaySize;
   std::error_code failed;
   const auto bytes = std::filesystem::file_size(video, failed);
   if (failed) throw FileError("read", video, failed);
