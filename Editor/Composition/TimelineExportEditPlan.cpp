@@ -14,8 +14,6 @@ namespace {
 
 using Segment = TimelineExportEditPlan::Segment;
 
-constexpr double cameraTransition = 0.4;
-
 /// Where segments are cut, by source; sorted, each point once.
 using CutPoints = std::map<std::optional<std::string>, std::vector<double>>;
 
@@ -134,31 +132,6 @@ std::vector<std::optional<std::string>> TimelineExportEditPlan::sourceIDs() cons
     if (std::ranges::find(ids, segment.source) == ids.end())
       ids.insert(segment.source ? ids.end() : ids.begin(), segment.source);
   return ids;
-}
-
-std::optional<double> TimelineExportEditPlan::cameraFullScreenAmount(double outputTime) const {
-  if (segments.empty()) return std::nullopt;
-  std::size_t index = indexPast(segments, outputTime);
-  if (index == segments.size() || segments[index].outputStart > outputTime)
-    index = outputTime < segments.front().outputStart ? 0 : segments.size() - 1;
-
-  const auto camera = segments[index].camera;
-  if (camera == TimelineCameraLayout::hidden) return std::nullopt;
-  const double steady = camera == TimelineCameraLayout::fullScreen ? 1 : 0;
-  const auto differs = [camera](const Segment& segment) { return segment.camera != camera; };
-  std::size_t first = index;
-  while (first > 0 && !differs(segments[first - 1])) --first;
-  // The video's start and the return from hidden do not move.
-  if (first == 0 || segments[first - 1].camera == TimelineCameraLayout::hidden) return steady;
-
-  const auto runEnd =
-      std::find_if(segments.begin() + static_cast<std::ptrdiff_t>(index), segments.end(), differs);
-  const double runStart = segments[first].outputStart;
-  const double transition = std::min(std::prev(runEnd)->outputEnd - runStart, cameraTransition);
-  if (!(transition > 0)) return steady;
-  const double p = std::clamp((outputTime - runStart) / transition, 0.0, 1.0);
-  const double from = 1 - steady;
-  return from + (steady - from) * p * p * (3 - 2 * p);
 }
 
 }  // namespace quillant

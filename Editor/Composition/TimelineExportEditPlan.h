@@ -59,8 +59,6 @@ struct TimelineExportEditPlan {
   TimelineExportEditPlan pieces(const std::optional<std::string>& source) const;
   /// Each source once: the main recording first, then in the order of playing.
   std::vector<std::optional<std::string>> sourceIDs() const;
-  /// How far the camera has grown from its bubble (0) to the whole picture (1); none while it is hidden.
-  std::optional<double> cameraFullScreenAmount(double outputTime) const;
 
   friend bool operator==(const TimelineExportEditPlan&, const TimelineExportEditPlan&) = default;
 };

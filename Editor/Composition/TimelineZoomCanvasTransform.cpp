@@ -4,7 +4,6 @@
 #include <cmath>
 #include <functional>
 #include <numeric>
-#include <queue>
 
 #include "Editor/Composition/TimelineZoomAnimator.h"
 #include "Editor/Composition/TimelineZoomFocusResolver.h"
@@ -40,7 +39,9 @@ TimelineZoomCanvasTransform::TimelineZoomCanvasTransform(const TimelineEditSnaps
   sortByStart(zooms_, [](const TimelineZoomRegion& zoom) { return zoom.span.start; });
   layOutPieces();
   findNeighbours();
-  findChanges();
+  std::vector<TimelineSpan> spans;
+  for (const Piece& piece : pieces_) spans.push_back(piece.span);
+  active_ = ActiveSpans(spans);
 }
 
 void TimelineZoomCanvasTransform::layOutPieces() {
@@ -83,33 +84,12 @@ void TimelineZoomCanvasTransform::findNeighbours() {
   }
 }
 
-void TimelineZoomCanvasTransform::findChanges() {
-  std::vector<double> times;
-  for (const Piece& piece : pieces_) times.insert(times.end(), {piece.span.start, piece.span.end});
-  std::ranges::sort(times);
-  times.erase(std::ranges::unique(times).begin(), times.end());
-  const auto byStart = orderedBy(pieces_.size(), [&](std::size_t i) { return pieces_[i].span.start; });
-
-  std::priority_queue<std::size_t> showing;
-  auto next = byStart.begin();
-  for (const double time : times) {
-    for (; next != byStart.end() && pieces_[*next].span.start <= time; ++next) showing.push(*next);
-    while (!showing.empty() && pieces_[showing.top()].span.end <= time) showing.pop();
-    changes_.push_back({time, showing.empty() ? std::nullopt : std::optional(showing.top())});
-  }
-}
-
-const TimelineZoomCanvasTransform::Piece* TimelineZoomCanvasTransform::activePiece(double outputTime) const {
-  const auto next = std::ranges::upper_bound(changes_, outputTime, std::less<>(), &Change::start);
-  if (next == changes_.begin() || !std::prev(next)->piece) return nullptr;
-  return &pieces_[*std::prev(next)->piece];
-}
-
 std::optional<TimelineZoomEffect> TimelineZoomCanvasTransform::activeEffect(
     double outputTime, const CursorTelemetryTrack* cursorTrack) const {
   if (!std::isfinite(outputTime)) return std::nullopt;
-  const Piece* piece = activePiece(outputTime);
-  if (piece == nullptr) return std::nullopt;
+  const auto active = active_.at(outputTime);
+  if (!active) return std::nullopt;
+  const Piece* piece = &pieces_[*active];
 
   using namespace TimelineZoomAnimator;
   const auto& zoom = zooms_[piece->zoom];

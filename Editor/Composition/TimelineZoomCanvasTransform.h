@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "Editor/Composition/ActiveSpans.h"
 #include "Editor/Composition/CursorTelemetryTrack.h"
 #include "Editor/Composition/TimelineExportEditPlan.h"
 #include "Editor/Composition/TimelineZoomEffect.h"
@@ -33,21 +34,14 @@ class TimelineZoomCanvasTransform {
     std::optional<std::size_t> predecessor;  ///< The zoom that ends where this piece starts.
     bool hasSuccessor = false;               ///< Another zoom starts where this piece ends.
   };
-  /// From `start` to the next change, `piece` is the one that counts.
-  struct Change {
-    double start;
-    std::optional<std::size_t> piece;
-  };
 
   void layOutPieces();
   void findNeighbours();
-  void findChanges();
-  const Piece* activePiece(double outputTime) const;
 
   TimelineExportEditPlan plan_;
   std::vector<TimelineZoomRegion> zooms_;  ///< By start.
   std::vector<Piece> pieces_;              ///< By zoom: of two that overlap, the later counts.
-  std::vector<Change> changes_;            ///< By start.
+  ActiveSpans active_{{}};                 ///< Of `pieces_`.
 };
 
 }  // namespace quillant

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 
+#include "Editor/Composition/CameraLayoutTimeline.h"
 #include "Editor/Composition/TimelineExportEditPlan.h"
 #include "Tests/Support/GeneratedEdits.h"
 
@@ -70,19 +71,19 @@ TEST(TimelineExportEditPlan, MapsTimesAtSeamsAndRepeats) {
   EXPECT_EQ(main.sourceTime(4), 6);
 }
 
-TEST(TimelineExportEditPlan, GrowsTheCameraAfterASeam) {
+TEST(CameraLayoutTimeline, GrowsTheCameraAfterASeam) {
   const TimelineClip bubble{.start = 0, .end = 2}, brief{.start = 4, .end = 4.1};
   const TimelineClip full{.start = 2, .end = 4, .cameraFullScreen = true};
   const TimelineClip hidden{.start = 5, .end = 6, .cameraHidden = true};
-  const auto plan = Plan::build(10, edit({bubble, full, brief, full, hidden, full}));
+  const CameraLayoutTimeline camera(Plan::build(10, edit({bubble, full, brief, full, hidden, full})));
   const std::pair<double, std::optional<double>> cases[] = {
       {-1, 0}, {0, 0},      {2, 0},   {2.1, 0.15625}, {2.2, 0.5},          {2.4, 1}, {3.9, 1},
       {4, 1},  {4.05, 0.5}, {4.1, 0}, {4.3, 0.5},     {6.2, std::nullopt}, {7.1, 1}, {99, 1}};
   for (const auto& [time, amount] : cases) {
-    EXPECT_EQ(plan.cameraFullScreenAmount(time).has_value(), amount.has_value()) << time;
-    EXPECT_NEAR(plan.cameraFullScreenAmount(time).value_or(0), amount.value_or(0), 1e-9) << time;
+    EXPECT_EQ(camera.cameraFullScreenAmount(time).has_value(), amount.has_value()) << time;
+    EXPECT_NEAR(camera.cameraFullScreenAmount(time).value_or(0), amount.value_or(0), 1e-9) << time;
   }
-  EXPECT_EQ(Plan{}.cameraFullScreenAmount(0), std::nullopt);
+  EXPECT_EQ(CameraLayoutTimeline({}).cameraFullScreenAmount(0), std::nullopt);
 }
 
 TEST(TimelineExportEditPlan, AgreesWithItselfAndWithTheClips) {
