@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <list>
+#include <mutex>
+#include <string>
+
+#include "Core/PixelBuffer.h"
+
+namespace quillant {
+
+/// The wallpapers' pictures, read once for all who draw them; the last few stay in memory. Any thread: who
+/// asks for one that is being read waits for it.
+class WallpaperImageCache {
+ public:
+  /// `folder` holds the pictures as <asset name>.png.
+  explicit WallpaperImageCache(std::filesystem::path folder);
+
+  /// The picture of an asset; null where there is none that can be read. Blocks on the disk the first time.
+  PixelBufferRef image(const std::string& assetName);
+
+ private:
+  struct Entry {
+    std::string assetName;
+    PixelBufferRef image;
+  };
+  /// One of 2560 by 1440 pixels takes 15 MB.
+  static constexpr std::size_t capacity = 3;
+
+  std::filesystem::path folder_;
+  std::mutex lock_;
+  std::list<Entry> entries_;  ///< The one asked for last comes first.
+};
+
+}  // namespace quillant

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/CompositionSheet/CompositionScene.h"
+
+namespace quillant {
+
+struct CompositionCase {
+  std::string name;
+  CompositionScene scene;
+};
+
+/// Every layer, in the ways in which it can differ: what the sheet shows to people, and what the tests
+/// measure.
+std::vector<CompositionCase> compositionCases();
+
+}  // namespace quillant
