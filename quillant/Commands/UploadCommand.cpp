@@ -133,11 +133,12 @@ Task<int> run(CloudServices services, Options options) {
       tell("not signed in — run `quillant login`");
       co_return ExitCode::noPermission;
     }
+    const auto api = std::make_shared<QuillantAPI>(*token, services.http);
     const PendingUploadStore store{QuillantConfig::pendingUploadsDirectory()};
     auto entry = makeEntry(services, store, video, std::move(options.title));
 
     UploadLines lines;
-    const Uploader uploader{.api = std::make_shared<QuillantAPI>(*token, services.http),
+    const Uploader uploader{.api = api,
                             .store = store,
                             .transport = std::make_shared<HttpUploadTransport>(services.http),
                             .log = [&lines](const std::string& line) { lines.write(line); },

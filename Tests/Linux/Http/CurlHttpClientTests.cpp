@@ -95,7 +95,7 @@ TEST_F(CurlHttpClientTest, SendsWhatItIsGivenAndNothingElseOfWeight) {
                                       .body = R"({"a": 1})"});
   EXPECT_EQ(outcome.ending, Ending(418)) << outcome.errorText;
   EXPECT_EQ(outcome.response.body, "short and stout");
-  EXPECT_EQ(seen.method + " " + seen.url.text(), "POST /a/b?c=d");
+  EXPECT_EQ(seen.method + " " + seen.url.text(), "POST " + server.origin() + "/a/b?c=d");
   EXPECT_EQ(received, 8);
   EXPECT_EQ(seen.header("content-type"), "application/json");
   EXPECT_FALSE(seen.headers.contains("cookie") || seen.headers.contains("authorization"));
