@@ -20,6 +20,13 @@ std::filesystem::path folderOf(const std::filesystem::path& path) {
   return path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
 }
 
+/// How the names of the temporary files begin that come before `path`; the rest is chosen by the system.
+std::string temporaryPrefix(const std::filesystem::path& path) {
+  return "." + path.filename().string() + ".";
+}
+
+constexpr std::string_view temporarySuffix = "XXXXXX";
+
 bool writeAll(int fd, std::string_view contents) {
   while (!contents.empty()) {
     const auto written = ::write(fd, contents.data(), contents.size());
@@ -41,7 +48,7 @@ namespace AtomicFile {
 
 void write(const std::filesystem::path& path, std::string_view contents, unsigned mode) {
   const auto folder = folderOf(path);
-  std::string temporary = (folder / ("." + path.filename().string() + ".XXXXXX")).string();
+  std::string temporary = (folder / temporaryPrefix(path)).string() + std::string(temporarySuffix);
   FileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
   if (!file) throw FileError("write", path, lastError());
   const bool written = ::fchmod(file.get(), mode) == 0 && writeAll(file.get(), contents) &&
@@ -57,11 +64,28 @@ void write(const std::filesystem::path& path, std::string_view contents, unsigne
     ::fsync(opened.get());
 }
 
+void removeTemporaries(const std::filesystem::path& path) noexcept {
+  try {
+    const auto prefix = temporaryPrefix(path);
+    std::error_code error;
+    for (auto file = std::filesystem::directory_iterator(folderOf(path), error);
+         !error && file != std::filesystem::directory_iterator(); file.increment(error)) {
+      const auto name = file->path().filename().string();
+      if (name.starts_with(prefix) && name.size() == prefix.size() + temporarySuffix.size())
+        ::unlink(file->path().c_str());
+    }
+  } catch (const std::exception&) {
+    // They stay for the next time.
+  }
+}
+
 std::string read(const std::filesystem::path& path, std::size_t limit) {
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0) throw FileError("read", path, lastError());
   if (S_ISDIR(status.st_mode)) throw FileError("read", path, std::make_error_code(std::errc::is_a_directory));
+  if (!S_ISREG(status.st_mode))
+    throw FileError("read", path, std::make_error_code(std::errc::operation_not_supported));
   std::string contents;
   contents.resize(std::min(limit, static_cast<std::size_t>(status.st_size)) + 1);
   std::size_t size = 0;
