@@ -23,22 +23,25 @@ const DisplayInfo& pickDisplay(std::optional<std::uint32_t> requested,
   throw CaptureError(problem);
 }
 
-const WindowInfo& findWindow(std::uint32_t id, const std::vector<WindowInfo>& windows) {
-  const auto found = std::ranges::find(windows, id, &WindowInfo::id);
+WindowInfo findWindow(std::uint32_t id, const std::vector<WindowInfo>& windows, WindowFrameProbe* probe) {
+  const auto found =
+      std::find_if(windows.begin(), windows.end(), [&](const WindowInfo& window) { return window.id == id; });
   if (found == windows.end()) throw CaptureError(CaptureError::WindowNotFound{id});
-  return *found;
+  const auto current = probe ? probe->frame(id) : std::nullopt;
+  return {found->id, found->title, current.value_or(found->frame)};
 }
 
 }  // namespace
 
-CaptureTarget CaptureTarget::resolve(const CaptureOptions& options, const ShareableContent& content) {
+CaptureTarget CaptureTarget::resolve(const CaptureOptions& options, const ShareableContent& content,
+                                     WindowFrameProbe* windowFrames) {
   const auto& display = pickDisplay(options.displayID, content.displays);
   if (options.windowID) {
-    const auto& window = findWindow(*options.windowID, content.windows);
+    auto window = findWindow(*options.windowID, content.windows, windowFrames);
     const auto geometry = WindowCaptureMapper::geometry(
         window.frame, AreaCaptureMapper::backingScale(window.frame, content.displays), options.resolution);
     return {.displayID = display.id,
-            .window = window,
+            .window = std::move(window),
             .telemetryRegion = geometry.telemetryRegion,
             .width = geometry.outputWidth,
             .height = geometry.outputHeight};

@@ -34,9 +34,12 @@ void CursorTrack::tick(MediaTime time) {
   const bool leftWasDown = previousLeft_;
   const bool rightWasDown = previousRight_;
   remember(snapshot);
-  if (!adjusted) return;
+  if (!adjusted) {
+    lastPausedTick_ = time;
+    return;
+  }
 
-  const Rect region = snapshot.liveRegion.value_or(configuration_.region);
+  const Rect region = configuration_.liveRegion ? configuration_.liveRegion() : configuration_.region;
   const Sample& sample = samples_.emplace_back(Sample{*adjusted, snapshot.location, region});
   bool left = pendingEvents.contains(MouseButton::left);
   bool right = pendingEvents.contains(MouseButton::right);
@@ -70,6 +73,8 @@ void CursorTrack::handleClickEvent(const ClickEvent& event) {
 }
 
 void CursorTrack::press(const ClickEvent& event) {
+  // A press out of a pause that has ended since would land on a sample from before the pause.
+  if (lastPausedTick_.isValid() && event.hostTime <= lastPausedTick_) return;
   const auto time = adjust(event.hostTime);
   if (!time) return;
   pressStarts_[event.button] = event.hostTime;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -26,17 +27,17 @@ class FileError : public Error {
 namespace AtomicFile {
 
 /// Replaces `path` so that a crash at any moment leaves the old or the new contents, whole: a temporary file
-/// in the same folder, fsync, rename, fsync of the folder. `mode` holds for the new file. On failure no
-/// temporary file stays behind.
-void write(const std::filesystem::path& path, std::string_view contents, unsigned mode = 0644);
+/// in the same folder, fsync, rename, fsync of the folder. The new file has `mode`; without one that of the
+/// file that it replaces, and where there is none, what the user's umask allows. On failure no temporary file
+/// stays behind.
+void write(const std::filesystem::path& path, std::string_view contents,
+           std::optional<unsigned> mode = std::nullopt);
 
-/// Removes what writes of `path` have left behind whose process was killed. Only for who knows that nobody
-/// writes it meanwhile. Throws nothing.
-void removeTemporaries(const std::filesystem::path& path) noexcept;
-
-/// The whole file; one larger than `limit` bytes is refused with `file_too_large`. What is no file, such as a
-/// pipe that would have to be waited for, is refused.
+/// The whole file; one larger than `limit` bytes is refused with `file_too_large`.
 std::string read(const std::filesystem::path& path, std::size_t limit = std::size_t{1} << 30);
+
+/// Whether a file of this name may be what `write` left behind when its process was killed.
+bool isTemporary(std::string_view name);
 
 }  // namespace AtomicFile
 }  // namespace quillant

@@ -4,24 +4,27 @@ namespace quillant {
 
 namespace {
 
-Task<> writeEditorState(ProjectStore store, ProjectAutosaveSnapshot snapshot) {
-  store.writeEditorState(snapshot.projectId, snapshot.editorState);
-  co_return;
+Task<> write(ProjectLibrary library, std::shared_ptr<ProjectRevision> revision,
+             ProjectAutosaveSnapshot snapshot) {
+  *revision = co_await library.writeEditorState(std::move(snapshot.projectId),
+                                                std::move(snapshot.editorState), *revision);
 }
 
 }  // namespace
 
-EditorAutosave::EditorAutosave(ProjectStore store, std::string projectId, const EditorStateHolding& holder,
-                               Executor mainThread, std::chrono::nanoseconds debounce)
+EditorAutosave::EditorAutosave(ProjectLibrary library, std::string projectId,
+                               const EditorStateHolding& holder, Executor mainThread,
+                               std::chrono::nanoseconds debounce)
     : projectId_(std::move(projectId)),
       holder_(holder),
+      revision_(std::make_shared<ProjectRevision>()),
       status_(std::make_shared<std::optional<ProjectAutosaveStatus>>()),
       statusChanged_(std::make_shared<Signal<ProjectAutosaveStatus>>()) {
   coordinator_ = ProjectAutosaveCoordinator::make(
       std::move(mainThread), debounce,
       {.save =
-           [store = std::move(store)](ProjectAutosaveSnapshot snapshot) {
-             return runOn(backgroundExecutor(), writeEditorState(store, std::move(snapshot)));
+           [library = std::move(library), revision = revision_](ProjectAutosaveSnapshot snapshot) {
+             return write(library, revision, std::move(snapshot));
            },
        .status =
            [status = status_, changed = statusChanged_](ProjectAutosaveStatus now) {
@@ -34,7 +37,8 @@ ProjectAutosaveSnapshot EditorAutosave::snapshot() const {
   return {.projectId = projectId_, .editorState = holder_.exportEditorState()};
 }
 
-void EditorAutosave::markOpened() {
+void EditorAutosave::markOpened(const ProjectRevision& revision) {
+  *revision_ = revision;
   coordinator_->seed(snapshot());
 }
 

@@ -1,9 +1,7 @@
 #include "Editor/Project/ProjectBundle.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
@@ -13,6 +11,8 @@
 #include "Core/AtomicFile.h"
 #include "Core/FileDescriptor.h"
 #include "Core/JSON.h"
+#include "Core/UUID.h"
+#include "Editor/Project/ExclusiveRename.h"
 #include "Editor/Project/FileNames.h"
 #include "Editor/Project/ProjectManifest.h"
 
@@ -47,10 +47,6 @@ class Opened {
   fs::path path_;
 };
 
-void syncFolder(const fs::path& folder) {
-  Opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), folder).sync();
-}
-
 void copyContents(const Opened& from, const Opened& to) {
   std::vector<char> buffer(std::size_t{1} << 20);
   for (;;) {
@@ -73,7 +69,7 @@ void copyContents(const Opened& from, const Opened& to) {
 }
 
 void copyFile(const Opened& from, const fs::path& to) {
-  const Opened target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644), to);
+  const Opened target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666), to);
   copyContents(from, target);
 }
 
@@ -85,68 +81,28 @@ void linkOrCopy(const fs::path& from, const fs::path& to) {
 /// The names in a folder that belong to added sources of the recording with this stem.
 std::vector<std::string> sourceNames(const fs::path& folder, const std::string& stem) {
   std::vector<std::string> result;
-  for (const auto& entry : fs::directory_iterator(folder))
-    if (auto name = entry.path().filename().string(); name.starts_with(stem + std::string(sourceInfix)))
+  std::error_code error;
+  fs::directory_iterator entry(folder, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error))
+    if (auto name = entry->path().filename().string(); name.starts_with(stem + std::string(sourceInfix)))
       result.push_back(std::move(name));
+  if (error) throw FileError("read", folder, error);
   std::ranges::sort(result);
   return result;
 }
 
-/// The folder that a bundle grows in, beside the place where it will appear; removed unless it got there.
-class Staging {
- public:
-  explicit Staging(const fs::path& target) : target_(target) {
-    std::string pattern = (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
-    if (!::mkdtemp(pattern.data())) throw FileError("write", target, lastError());
-    path_ = pattern;
-  }
-  ~Staging() {
-    std::error_code ignored;
-    if (!path_.empty()) fs::remove_all(path_, ignored);
-  }
-  Staging(const Staging&) = delete;
-  Staging& operator=(const Staging&) = delete;
+/// The absolute path, as it was named: what follows a link and ".." is not guessed.
+fs::path absolutePath(const fs::path& path) {
+  std::error_code error;
+  auto result = fs::absolute(path, error);
+  if (error) throw FileError("use", path, error);
+  return result.has_filename() ? result : result.parent_path();
+}
 
-  const fs::path& path() const { return path_; }
-
-  void publish() {
-    ::chmod(path_.c_str(), 0755);
-    syncFolder(path_);
-    if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target_.c_str(), RENAME_NOREPLACE) != 0)
-      throw FileError("write", target_, lastError());
-    path_.clear();
-    syncFolder(target_.parent_path());
-  }
-
- private:
-  fs::path target_;
-  fs::path path_;
-};
-
-/// The files that an import has made so far; removed again unless it succeeds.
-class Imported {
- public:
-  Imported(fs::path folder, std::string stem) : folder_(std::move(folder)), stem_(std::move(stem)) {}
-  ~Imported() {
-    std::error_code ignored;
-    for (const auto& path : paths_) fs::remove(path, ignored);
-  }
-  Imported(const Imported&) = delete;
-  Imported& operator=(const Imported&) = delete;
-
-  std::string add(const Opened& file, const std::string& suffix) {
-    const auto path = folder_ / (stem_ + suffix);
-    paths_.push_back(path);
-    copyFile(file, path);
-    return fs::absolute(path).string();
-  }
-  void keep() { paths_.clear(); }
-
- private:
-  fs::path folder_;
-  std::string stem_;
-  std::vector<fs::path> paths_;
-};
+bool isFile(const fs::path& path) {
+  std::error_code ignored;  // what cannot be looked at cannot be copied either
+  return fs::is_regular_file(path, ignored);
+}
 
 /// Opens an entry of the bundle: a plain file, or nothing where there is none. Links, pipes and folders are
 /// refused, and opening one does not wait.
@@ -182,62 +138,91 @@ void checkSources(const ProjectEditorState& state) {
   for (const auto& source : state.timelineEdits.audioSources) check(source.id, source.fileExtension);
 }
 
+StagingFolder makeStaging(const fs::path& mediaFolder) {
+  const auto folder = absolutePath(mediaFolder);
+  std::error_code ignored;  // what cannot be made cannot hold the staging folder either
+  fs::create_directories(folder, ignored);
+  return {folder, "import"};
+}
+
 }  // namespace
 
 void write(const ProjectStore::ExportedProject& project, const fs::path& path) {
-  const auto target = fs::absolute(path).lexically_normal();
-  if (fs::exists(fs::symlink_status(target)))
+  const auto target = absolutePath(path);
+  std::error_code ignored;
+  if (fs::exists(fs::symlink_status(target, ignored)))
     throw BundleError(BundleError::Kind::exists, fmt::format("{} is already there", target.string()));
   const fs::path screen = project.screenVideoPath.value_or("");
-  if (!fs::is_regular_file(screen))
+  if (!isFile(screen))
     throw BundleError(BundleError::Kind::missingMedia,
                       fmt::format("the recording {} is not there any more", screen.string()));
-  Staging staging(target);
+  StagingFolder staging(target.parent_path(), target.filename().string());
   AtomicFile::write(staging.path() / "project.json", project.projectJSON);
   if (project.editorStateJSON)
     AtomicFile::write(staging.path() / "editorState.json", *project.editorStateJSON);
   linkOrCopy(screen, staging.path() / "screen.mp4");
   const auto addSidecar = [&](const std::optional<std::string>& sidecar, const char* name) {
-    if (sidecar && fs::is_regular_file(*sidecar)) linkOrCopy(*sidecar, staging.path() / name);
+    if (sidecar && isFile(*sidecar)) linkOrCopy(*sidecar, staging.path() / name);
   };
   addSidecar(project.cursorTelemetryPath, "screen.cursor.json");
   addSidecar(project.facecamVideoPath, "screen.facecam.mov");
   const auto stem = screen.stem().string();
   for (const auto& name : sourceNames(screen.parent_path(), stem))
     linkOrCopy(screen.parent_path() / name, staging.path() / ("screen" + name.substr(stem.size())));
-  staging.publish();
+  staging.moveTo(target);
 }
 
-ProjectDocument import(const fs::path& path, const ProjectStore& store, const fs::path& mediaFolder) {
+CopiedBundle::CopiedBundle(const fs::path& path, const fs::path& mediaFolder)
+    : staging_(makeStaging(mediaFolder)) {
   const int descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (descriptor < 0)
     throw BundleError(BundleError::Kind::notABundle, fmt::format("{} is no project bundle", path.string()));
   const Opened bundle(descriptor, path);
-  const auto projectJSON = readEntry(bundle, "project.json");
+  auto projectJSON = readEntry(bundle, "project.json");
   if (!projectJSON)
     throw BundleError(BundleError::Kind::notABundle, fmt::format("{} has no project.json", path.string()));
-  const auto manifest = JSON::decode<ProjectManifest>(JSON::parse(*projectJSON));
-  const auto editorStateJSON = readEntry(bundle, "editorState.json");
-  if (editorStateJSON) checkSources(JSON::decode<ProjectEditorState>(JSON::parse(*editorStateJSON)));
+  projectJSON_ = std::move(*projectJSON);
+  const auto manifest = JSON::decode<ProjectManifest>(JSON::parse(projectJSON_));
+  editorStateJSON_ = readEntry(bundle, "editorState.json");
+  if (editorStateJSON_) checkSources(JSON::decode<ProjectEditorState>(JSON::parse(*editorStateJSON_)));
 
   const auto screen = openEntry(bundle, "screen.mp4");
   if (!screen)
     throw BundleError(BundleError::Kind::missingMedia, fmt::format("{} has no screen.mp4", path.string()));
-  fs::create_directories(mediaFolder);
   const auto stem =
       fmt::format("{}-{}", FileNames::fromTitle(manifest.title), UUID::random().text().substr(0, 8));
-  Imported files(mediaFolder, stem);
-  RecordingHandoffFields media{.screenVideoPath = files.add(*screen, ".mp4")};
+  const auto add = [&](const Opened& file, const std::string& suffix) {
+    names_.push_back(stem + suffix);
+    copyFile(file, staging_.path() / names_.back());
+    return (staging_.parent() / names_.back()).string();
+  };
+  media_.screenVideoPath = add(*screen, ".mp4");
   if (const auto telemetry = openEntry(bundle, "screen.cursor.json"))
-    media.cursorTelemetryPath = files.add(*telemetry, ".cursor.json");
+    media_.cursorTelemetryPath = add(*telemetry, ".cursor.json");
   if (const auto facecam = openEntry(bundle, "screen.facecam.mov"))
-    media.facecamVideoPath = files.add(*facecam, ".facecam.mov");
+    media_.facecamVideoPath = add(*facecam, ".facecam.mov");
   for (const auto& name : sourceNames(path, "screen"))
     if (const auto source = openEntry(bundle, name))
-      files.add(*source, name.substr(std::string_view("screen").size()));
-  auto document = store.importProject(*projectJSON, editorStateJSON, media);
-  files.keep();
-  return document;
+      add(*source, name.substr(std::string_view("screen").size()));
+}
+
+ProjectDocument CopiedBundle::registerIn(const ProjectStore& store) {
+  std::vector<fs::path> moved;
+  try {
+    for (const auto& name : names_) {
+      ExclusiveRename::move(staging_.path() / name, staging_.parent() / name);
+      moved.push_back(staging_.parent() / name);
+    }
+    StagingFolder::sync(staging_.parent());
+    return store.importProject(projectJSON_, editorStateJSON_, media_);
+  } catch (...) {
+    for (const auto& path : moved) ::unlink(path.c_str());
+    throw;
+  }
+}
+
+ProjectDocument import(const fs::path& path, const ProjectStore& store, const fs::path& mediaFolder) {
+  return CopiedBundle(path, mediaFolder).registerIn(store);
 }
 
 }  // namespace quillant::ProjectBundle

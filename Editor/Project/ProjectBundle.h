@@ -1,9 +1,13 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "Core/Error.h"
 #include "Editor/Project/ProjectStore.h"
+#include "Editor/Project/StagingFolder.h"
 
 namespace quillant {
 
@@ -34,9 +38,24 @@ namespace ProjectBundle {
 /// disappeared are left out.
 void write(const ProjectStore::ExportedProject& project, const std::filesystem::path& path);
 
-/// Copies the bundle's media into `mediaFolder` and registers a new project for it. Of a failure nothing
-/// remains. Nothing outside the bundle is read and nothing outside the two folders is written, whatever the
-/// bundle holds.
+/// A bundle whose media has been copied beside the place where it will lie, and is removed again unless it
+/// becomes a project. Nothing outside the bundle is read and nothing outside the folder is written, whatever
+/// the bundle holds.
+class CopiedBundle {
+ public:
+  CopiedBundle(const std::filesystem::path& path, const std::filesystem::path& mediaFolder);
+  /// Puts the media into its place and registers a new project for it, once. Of a failure nothing remains.
+  ProjectDocument registerIn(const ProjectStore& store);
+
+ private:
+  StagingFolder staging_;
+  std::vector<std::string> names_;
+  RecordingHandoffFields media_;  ///< The places where it will lie.
+  std::string projectJSON_;
+  std::optional<std::string> editorStateJSON_;
+};
+
+/// Copies the bundle's media into `mediaFolder` and registers a new project for it.
 ProjectDocument import(const std::filesystem::path& path, const ProjectStore& store,
                        const std::filesystem::path& mediaFolder);
 

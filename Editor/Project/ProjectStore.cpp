@@ -1,45 +1,22 @@
 #include "Editor/Project/ProjectStore.h"
 
 #include <algorithm>
-#include <atomic>
 #include <fmt/format.h>
-#include <future>
-#include <thread>
 
 #include "Core/AtomicFile.h"
 #include "Core/Date.h"
 #include "Core/JSON.h"
+#include "Core/Log.h"
+#include "Core/Text.h"
+#include "Core/UUID.h"
 #include "Editor/Project/FileNames.h"
 #include "Editor/Project/FolderLock.h"
+#include "Editor/Project/ProjectError.h"
 #include "Editor/Project/ProjectManifest.h"
 
 namespace quillant {
 
 namespace {
-
-/// What the file holds, or nothing if it is missing or does not read.
-template <class Value>
-std::optional<Value> readJSON(const std::filesystem::path& path) {
-  try {
-    return JSON::decode<Value>(JSON::parse(AtomicFile::read(path)));
-  } catch (const Error&) {
-    return std::nullopt;
-  }
-}
-
-/// The share record of a document, without building the rest of it: a library lists thousands. A document
-/// that is JSON but holds something else that does not read shows its link all the same.
-std::optional<ProjectShareRecord> readShare(const std::filesystem::path& path) {
-  const auto onlyShare = [](int depth, Json::parse_event_t event, Json& parsed) {
-    return depth != 1 || event != Json::parse_event_t::key || parsed == "share";
-  };
-  try {
-    const auto document = Json::parse(AtomicFile::read(path), onlyShare, false);
-    return JSON::required<ProjectShareRecord>(document, "share");
-  } catch (const Error&) {
-    return std::nullopt;
-  }
-}
 
 std::string now() {
   return Date::now().iso8601();
@@ -50,9 +27,22 @@ bool isDocumentID(std::string_view id) {
   return FileNames::isPlain(std::string(id) + ".json") && id != "index";
 }
 
-/// Latest change first; texts of one form sort as the dates that they tell.
-void sortByChange(std::vector<ProjectSummary>& summaries) {
-  std::ranges::stable_sort(summaries, std::greater{}, &ProjectSummary::updatedAt);
+void checkSlug(const std::optional<std::string>& stored, const std::optional<std::string>& attempted) {
+  if (stored && attempted && *stored != *attempted) throw ProjectStore::StoreError(*stored, *attempted);
+}
+
+/// A text that is not UTF-8 would be written with other bytes, and the path would lead nowhere.
+void checkPaths(const ProjectDocument& document) {
+  const auto check = [](const std::optional<std::string>& path) {
+    if (path && !Text::isUTF8(*path)) throw ProjectError(ProjectError::Kind::pathNotUTF8, *path);
+  };
+  check(document.recordingPath);
+  check(document.screenshotPath);
+  if (const auto& session = document.recordingSession) {
+    check(session->screenVideoPath);
+    check(session->facecamVideoPath);
+    check(session->cursorTelemetryPath);
+  }
 }
 
 }  // namespace
@@ -68,41 +58,21 @@ std::filesystem::path ProjectStore::documentPath(std::string_view id) const {
   return path;
 }
 
-FolderLock ProjectStore::lockFor(std::string_view id) const {
-  documentPath(id);  // throws before anything is made for an id that is none
-  return FolderLock(directory);
-}
-
-std::vector<ProjectSummary> ProjectStore::summaries() const {
-  auto result = readJSON<std::vector<ProjectSummary>>(indexPath()).value_or(std::vector<ProjectSummary>{});
-  sortByChange(result);
-  return result;
-}
-
-ProjectSummary ProjectStore::summary(const ProjectDocument& document) const {
-  return {.id = document.id,
-          .title = document.title,
-          .path = std::filesystem::absolute(documentPath(document.id)).string(),
-          .recordingPath = document.recordingPath,
-          .screenshotPath = document.screenshotPath,
-          .sourceName = document.sourceName,
-          .createdAt = document.createdAt,
-          .updatedAt = document.updatedAt,
-          .lastOpenedAt = document.updatedAt,
-          .missing = false,
-          .interruptedCause = document.interruptedCause};
-}
-
-void ProjectStore::writeIndex(const std::vector<ProjectSummary>& summaries) const {
-  AtomicFile::write(indexPath(), JSON::pretty(summaries));
+void ProjectStore::updateIndex(std::string_view id, const ProjectDocument* document) const {
+  try {
+    auto entries = ProjectIndex::read(directory);
+    std::erase_if(entries, [&](const auto& listed) { return listed.summary.id == id; });
+    if (document) entries.push_back(ProjectIndex::entry(directory, *document));
+    ProjectIndex::write(directory, std::move(entries));
+  } catch (const FileError& error) {
+    Log::write("the list of projects could not be updated: {}", error.description());
+  }
 }
 
 void ProjectStore::writeDocument(const ProjectDocument& document) const {
+  checkPaths(document);
   AtomicFile::write(documentPath(document.id), JSON::pretty(document));
-  auto index = summaries();
-  std::erase_if(index, [&](const ProjectSummary& entry) { return entry.id == document.id; });
-  index.push_back(summary(document));
-  writeIndex(index);
+  updateIndex(document.id, &document);
 }
 
 ProjectDocument ProjectStore::create(const RecordingHandoffFields& recording,
@@ -125,51 +95,82 @@ ProjectDocument ProjectStore::create(const RecordingHandoffFields& recording,
 }
 
 void ProjectStore::createDocument(const ProjectDocument& document) const {
-  const auto lock = lockFor(document.id);
+  documentPath(document.id);  // throws before anything is made for an id that is none
+  const FolderLock lock(directory);
   writeDocument(document);
 }
 
 void ProjectStore::saveDocument(const ProjectDocument& document) const {
-  const auto lock = lockFor(document.id);
-  const auto stored = share(document.id);
-  if (stored && stored->slug && document.share.slug && *stored->slug != *document.share.slug)
-    throw StoreError(*stored->slug, *document.share.slug);
+  documentPath(document.id);
+  const FolderLock lock(directory);
+  if (const auto stored = share(document.id)) checkSlug(stored->slug, document.share.slug);
   writeDocument(document);
 }
 
-std::optional<ProjectDocument> ProjectStore::document(std::string_view id) const {
-  if (!isDocumentID(id)) return std::nullopt;
-  auto stored = readJSON<ProjectDocument>(documentPath(id));
-  // A document under another's name would be written back over that other one.
-  return stored && stored->id == id ? std::move(stored) : std::nullopt;
+StoredProject ProjectStore::load(std::string_view id) const {
+  using Kind = ProjectError::Kind;
+  if (!isDocumentID(id)) throw ProjectError(Kind::missing);
+  try {
+    const auto json = JSON::parse(AtomicFile::read(documentPath(id)));
+    StoredProject stored{JSON::decode<ProjectDocument>(json), ProjectRevision::of(json)};
+    // A document under another's name would be written back over that other one.
+    if (stored.document.id != id) throw ProjectError(Kind::unreadable, "its file holds another project");
+    return stored;
+  } catch (const FileError& error) {
+    const bool missing =
+        error.code() == std::errc::no_such_file_or_directory || error.code() == std::errc::not_a_directory;
+    throw missing ? ProjectError(Kind::missing) : ProjectError(Kind::unreadable, error.description());
+  } catch (const JSONError& error) {
+    throw ProjectError(Kind::unreadable, error.description());
+  }
 }
 
-template <class Change>
-void ProjectStore::changeDocument(std::string_view id, Change&& change) const {
-  if (!document(id)) return;  // no lock file is left where there is no project
+std::optional<ProjectDocument> ProjectStore::document(std::string_view id) const {
+  try {
+    return load(id).document;
+  } catch (const ProjectError&) {
+    return std::nullopt;
+  }
+}
+
+StoredProject ProjectStore::changeProject(std::string_view id,
+                                          const std::function<void(StoredProject&)>& change) const {
+  std::error_code error;
+  const bool exists = isDocumentID(id) && (std::filesystem::exists(documentPath(id), error) || error);
+  if (!exists) throw ProjectError(ProjectError::Kind::missing);  // and no lock file is made
   const FolderLock lock(directory);
-  auto current = document(id);
-  if (!current) return;
-  const auto slug = current->share.slug;
-  change(*current);
-  if (slug && current->share.slug && *slug != *current->share.slug)
-    throw StoreError(*slug, *current->share.slug);
-  writeDocument(*current);
+  const auto stored = load(id);
+  auto changed = stored;
+  change(changed);
+  checkSlug(stored.document.share.slug, changed.document.share.slug);
+  if (changed.document == stored.document) return stored;
+  writeDocument(changed.document);
+  changed.revision = ProjectRevision::of(Json(changed.document));
+  return changed;
+}
+
+void ProjectStore::changeIfReadable(std::string_view id,
+                                    const std::function<void(ProjectDocument&)>& change) const {
+  try {
+    changeProject(id, [&](StoredProject& stored) { change(stored.document); });
+  } catch (const ProjectError& error) {
+    if (error.kind() == ProjectError::Kind::pathNotUTF8) throw;
+  }
 }
 
 void ProjectStore::writeEditorState(std::string_view id, const ProjectEditorState& editorState) const {
-  changeDocument(id, [&](ProjectDocument& document) {
+  changeIfReadable(id, [&](ProjectDocument& document) {
     document.editorState = editorState;
     document.updatedAt = now();
   });
 }
 
 void ProjectStore::updateShare(std::string_view id, const ProjectShareRecord& record) const {
-  changeDocument(id, [&](ProjectDocument& document) { document.share = record; });
+  changeIfReadable(id, [&](ProjectDocument& document) { document.share = record; });
 }
 
 void ProjectStore::rename(std::string_view id, const std::string& title) const {
-  changeDocument(id, [&](ProjectDocument& document) {
+  changeIfReadable(id, [&](ProjectDocument& document) {
     document.title = title;
     document.updatedAt = now();
   });
@@ -204,40 +205,34 @@ std::optional<ProjectShareRecord> ProjectStore::share(std::string_view id) const
 
 std::map<std::string, ProjectShareRecord> ProjectStore::shareRecords() const {
   std::map<std::string, ProjectShareRecord> result;
-  for (const auto& entry : summaries())
-    if (auto record = share(entry.id)) result.emplace(entry.id, std::move(*record));
+  for (auto& entry : ProjectIndex::read(directory)) {
+    if (!isDocumentID(entry.summary.id)) continue;
+    auto current = ProjectIndex::current(directory, std::move(entry));
+    if (current.share) result.emplace(std::move(current.summary.id), std::move(*current.share));
+  }
   return result;
 }
 
+ProjectStore::ProjectListItem ProjectStore::listItem(const ProjectIndexEntry& entry) {
+  const auto& summary = entry.summary;
+  const auto share = entry.share.value_or(ProjectShareRecord{});
+  return {.id = summary.id,
+          .title = summary.title,
+          .sourceName = summary.sourceName,
+          .recordingPath = summary.recordingPath,
+          .screenshotPath = summary.screenshotPath,
+          .createdAt = summary.createdAt,
+          .updatedAt = summary.updatedAt,
+          .shareStatus = share.status,
+          .shareURL = share.shareURL,
+          .interruptedCause = summary.interruptedCause};
+}
+
 std::vector<ProjectStore::ProjectListItem> ProjectStore::projects() const {
-  auto entries = summaries();
-  std::vector<ProjectListItem> result(entries.size());
-  std::atomic<std::size_t> next = 0;
-  const auto readSome = [&] {
-    for (auto at = next++; at < entries.size(); at = next++) {
-      auto& entry = entries[at];
-      const auto record = isDocumentID(entry.id)
-                              ? readShare(documentPath(entry.id)).value_or(ProjectShareRecord{})
-                              : ProjectShareRecord{};
-      result[at] = {.id = std::move(entry.id),
-                    .title = std::move(entry.title),
-                    .sourceName = std::move(entry.sourceName),
-                    .recordingPath = std::move(entry.recordingPath),
-                    .screenshotPath = std::move(entry.screenshotPath),
-                    .createdAt = std::move(entry.createdAt),
-                    .updatedAt = std::move(entry.updatedAt),
-                    .shareStatus = record.status,
-                    .shareURL = record.shareURL,
-                    .interruptedCause = std::move(entry.interruptedCause)};
-    }
-  };
-  constexpr std::size_t worthAThread = 100;
-  std::vector<std::future<void>> others;
-  for (auto left = std::min<std::size_t>(entries.size() / worthAThread, std::thread::hardware_concurrency());
-       left > 1; --left)
-    others.push_back(std::async(std::launch::async, readSome));
-  readSome();
-  for (auto& other : others) other.get();
+  std::vector<ProjectListItem> result;
+  for (auto& entry : ProjectIndex::read(directory))
+    if (isDocumentID(entry.summary.id))
+      result.push_back(listItem(ProjectIndex::current(directory, std::move(entry))));
   return result;
 }
 
@@ -248,39 +243,59 @@ void ProjectStore::delete_(std::string_view id) const {
   const FolderLock lock(directory);
   std::filesystem::remove(path, error);
   if (error) throw FileError("delete", path, error);
-  auto index = summaries();
-  if (std::erase_if(index, [&](const ProjectSummary& entry) { return entry.id == id; }) > 0)
-    writeIndex(index);
+  updateIndex(id, nullptr);
 }
 
-void ProjectStore::rebuildIndex() const {
-  const FolderLock lock(directory);
-  std::vector<ProjectSummary> index;
-  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-    if (entry.path().extension() != ".json") continue;
-    if (const auto stored = document(entry.path().stem().string())) index.push_back(summary(*stored));
+std::vector<ProjectIndexEntry> ProjectStore::refreshIndex() const {
+  // Mostly nothing has changed: then nothing is written nor waited for.
+  const auto known = ProjectIndex::read(directory);
+  auto entries = ProjectIndex::ofFolder(directory, known);
+  if (entries == known) return entries;
+  constexpr auto longest = std::chrono::seconds(1);  // the list is right without the index too
+  try {
+    const FolderLock lock(directory, longest);
+    entries = ProjectIndex::ofFolder(directory, ProjectIndex::read(directory));
+    ProjectIndex::write(directory, entries);
+  } catch (const FileError& error) {
+    Log::write("the list of projects could not be updated: {}", error.description());
   }
-  sortByChange(index);
-  writeIndex(index);
+  return entries;
+}
+
+void ProjectStore::removeTemporaries() const {
+  std::error_code error;
+  if (!std::filesystem::exists(directory, error)) return;
+  const FolderLock lock(directory);
+  std::filesystem::directory_iterator file(directory, error);
+  for (; !error && file != std::filesystem::directory_iterator(); file.increment(error)) {
+    const auto& path = file->path();
+    std::error_code ignored;
+    if (AtomicFile::isTemporary(path.filename().string()) && path.stem().extension() == ".json")
+      std::filesystem::remove(path, ignored);
+  }
 }
 
 std::optional<ProjectStore::ExportedProject> ProjectStore::exportedProject(std::string_view id) const {
   const auto stored = document(id);
-  if (!stored) return std::nullopt;
-  const ProjectManifest manifest{
-      .schemaVersion = stored->schemaVersion,
-      .title = stored->title,
-      .sourceName = stored->sourceName,
-      .createdAt = stored->createdAt,
-      .updatedAt = stored->updatedAt,
-      .facecamOffsetMs = stored->recordingSession ? stored->recordingSession->facecamOffsetMs : std::nullopt,
-      .share = stored->share,
-      .interruptedCause = stored->interruptedCause};
+  return stored ? std::optional(exported(*stored)) : std::nullopt;
+}
+
+ProjectStore::ExportedProject ProjectStore::exported(const ProjectDocument& document) {
+  const ProjectManifest manifest{.schemaVersion = document.schemaVersion,
+                                 .title = document.title,
+                                 .sourceName = document.sourceName,
+                                 .createdAt = document.createdAt,
+                                 .updatedAt = document.updatedAt,
+                                 .facecamOffsetMs = document.recordingSession
+                                                        ? document.recordingSession->facecamOffsetMs
+                                                        : std::nullopt,
+                                 .share = document.share,
+                                 .interruptedCause = document.interruptedCause};
   ExportedProject result{.projectJSON = JSON::pretty(manifest),
-                         .suggestedName = FileNames::fromTitle(stored->title)};
-  if (stored->editorState) result.editorStateJSON = JSON::pretty(*stored->editorState);
-  result.screenVideoPath = stored->recordingPath;
-  if (const auto& session = stored->recordingSession) {
+                         .suggestedName = FileNames::fromTitle(document.title)};
+  if (document.editorState) result.editorStateJSON = JSON::pretty(*document.editorState);
+  result.screenVideoPath = document.recordingPath;
+  if (const auto& session = document.recordingSession) {
     result.screenVideoPath = session->screenVideoPath;
     result.cursorTelemetryPath = session->cursorTelemetryPath;
     result.facecamVideoPath = session->facecamVideoPath;
@@ -308,12 +323,12 @@ ProjectDocument ProjectStore::importProject(std::string_view projectJSON,
                                                .sourceName = manifest.sourceName,
                                                .showCursorOverlay = media.cursorTelemetryPath.has_value(),
                                                .cursorTelemetryPath = media.cursorTelemetryPath};
-  const FolderLock lock(directory);
   // A link shows one project: the one that has it keeps it.
-  const auto records = shareRecords();
-  if (std::ranges::any_of(records, [&](const auto& entry) {
-        return manifest.share.slug && entry.second.slug == manifest.share.slug;
-      }))
+  if (manifest.share.slug) refreshIndex();
+  const FolderLock lock(directory);
+  const auto records = manifest.share.slug ? shareRecords() : std::map<std::string, ProjectShareRecord>();
+  if (std::ranges::any_of(records,
+                          [&](const auto& entry) { return entry.second.slug == manifest.share.slug; }))
     document.share = {};
   writeDocument(document);
   return document;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -10,18 +11,19 @@
 #include "Core/Error.h"
 #include "Editor/Project/EditorStateHolding.h"
 #include "Editor/Project/ProjectDocument.h"
-#include "Editor/Project/ProjectSummary.h"
+#include "Editor/Project/ProjectIndex.h"
+#include "Editor/Project/ProjectRevision.h"
 
 namespace quillant {
-
-class FolderLock;
 
 /// The projects in one folder: a document each, as `<id>.json`, and `index.json`, the list of them. Media
 /// lies elsewhere; documents point at it by absolute path.
 ///
-/// A plain value; every operation blocks on the disk. What writes holds a lock file in the folder meanwhile,
-/// so that several processes may use one store. Reads are tolerant: what does not read counts as absent. A
-/// write that fails throws `FileError` and leaves the old file whole.
+/// A plain value; every operation blocks on the disk, and only `ProjectLibrary` calls it in the program. What
+/// writes holds a lock in the folder meanwhile, so that several processes may use one store. Reads are
+/// tolerant: what does not read counts as absent. A write that fails throws `FileError` and leaves the old
+/// document whole; a document with a path that is not UTF-8 is refused with a `ProjectError`. The index is a
+/// cache: that it could not be written fails nothing.
 struct ProjectStore {
   std::filesystem::path directory;
 
@@ -74,6 +76,12 @@ struct ProjectStore {
   void saveDocument(const ProjectDocument& document) const;
   std::optional<ProjectDocument> document(std::string_view id) const;
 
+  // Where a document that is missing must be told from one that cannot be read: these throw `ProjectError`.
+  StoredProject load(std::string_view id) const;
+  /// Lets `change` change what is stored, and writes it if it differs; nobody else writes meanwhile. What
+  /// `change` throws leaves it as it was. Throws `StoreError` if it replaced the slug by another.
+  StoredProject changeProject(std::string_view id, const std::function<void(StoredProject&)>& change) const;
+
   // Of a document that cannot be read these change nothing, without an error.
   void writeEditorState(std::string_view id, const ProjectEditorState& editorState) const;
   void updateShare(std::string_view id, const ProjectShareRecord& record) const;
@@ -86,15 +94,20 @@ struct ProjectStore {
   RecordingHandoffFields recording(std::string_view id) const;
   std::optional<ProjectShareRecord> share(std::string_view id) const;
   std::map<std::string, ProjectShareRecord> shareRecords() const;
-  /// Latest change first. A long list is read on as many threads as there are processors.
+  /// What the index lists, latest change first.
   std::vector<ProjectListItem> projects() const;
 
   /// Removes the document and its entry in the index. The media stays: it may be the only copy.
   void delete_(std::string_view id) const;
-  /// Makes the index anew from every document that reads.
-  void rebuildIndex() const;
+  /// Brings the index up to the documents that are in the folder, of which it reads those that changed since
+  /// they were listed. Throws `FileError` if the folder cannot be listed.
+  std::vector<ProjectIndexEntry> refreshIndex() const;
+  static ProjectListItem listItem(const ProjectIndexEntry& entry);
+  /// Removes what killed writers left in the folder.
+  void removeTemporaries() const;
 
   std::optional<ExportedProject> exportedProject(std::string_view id) const;
+  static ExportedProject exported(const ProjectDocument& document);
   /// A new project, under a fresh id, of an exported one whose media is at the given paths. It keeps its link
   /// unless a project of this store has it already. Throws `JSONError` if either text does not read.
   ProjectDocument importProject(std::string_view projectJSON,
@@ -103,14 +116,10 @@ struct ProjectStore {
 
  private:
   std::filesystem::path documentPath(std::string_view id) const;
-  std::filesystem::path indexPath() const { return directory / "index.json"; }
-  FolderLock lockFor(std::string_view id) const;
-  std::vector<ProjectSummary> summaries() const;
-  ProjectSummary summary(const ProjectDocument& document) const;
-  void writeIndex(const std::vector<ProjectSummary>& summaries) const;
+  void changeIfReadable(std::string_view id, const std::function<void(ProjectDocument&)>& change) const;
   void writeDocument(const ProjectDocument& document) const;
-  template <class Change>
-  void changeDocument(std::string_view id, Change&& change) const;
+  /// Without a document, the id leaves the index.
+  void updateIndex(std::string_view id, const ProjectDocument* document) const;
 };
 
 }  // namespace quillant

@@ -22,8 +22,12 @@ TEST(LibraryRecoverySweep, MakesProjectsOfWhatPlaysAndOffersNothingTwice) {
   leaveOrphans(folder.path());
   const ProjectStore store{folder / "projects"};
   int changes = 0;
-  for (int launch = 0; launch < 2; ++launch)
-    runBlocking(LibraryRecoverySweep::run(store, folder.path(), [&] { ++changes; }));
+  for (int launch = 0; launch < 2; ++launch) {
+    runBlocking(
+        LibraryRecoverySweep::run(ProjectLibrary(store.directory), folder.path(), [&] { ++changes; }));
+    // As if the first had been killed before it took the marker away.
+    if (launch == 0) std::ofstream(folder / "good.recording") << "{}";
+  }
   EXPECT_EQ(changes, 1);
   const auto projects = store.projects();
   ASSERT_EQ(projects.size(), 1U);
@@ -42,7 +46,8 @@ TEST(LibraryRecoverySweep, GoesOnWhenTheStoreCannotBeWritten) {
   const TemporaryFolder folder;
   leaveOrphans(folder.path());
   std::ofstream(folder / "projects") << "a file where the folder belongs";
-  runBlocking(LibraryRecoverySweep::run({folder / "projects"}, folder.path(), [] { ADD_FAILURE(); }));
+  runBlocking(
+      LibraryRecoverySweep::run(ProjectLibrary(folder / "projects"), folder.path(), [] { ADD_FAILURE(); }));
   EXPECT_FALSE(std::filesystem::exists(folder / "good.recording"));
   EXPECT_FALSE(std::filesystem::exists(folder / "bad.recording"));
   EXPECT_TRUE(std::filesystem::exists(folder / "good.mp4"));

@@ -2,37 +2,50 @@
 
 #include "CaptureEngine/RecoveryService.h"
 #include "Core/Log.h"
+#include "Core/UUID.h"
 
 namespace quillant::LibraryRecoverySweep {
 
 namespace {
 
-std::optional<std::string> text(const std::optional<std::filesystem::path>& path) {
-  return path ? std::optional(std::filesystem::absolute(*path).string()) : std::nullopt;
+/// As it was named, where the working folder is gone.
+std::string text(const std::filesystem::path& path) {
+  std::error_code error;
+  const auto absolute = std::filesystem::absolute(path, error);
+  return (error ? path : absolute).string();
 }
 
-void registerProject(const ProjectStore& store, const RecoverableRecording& recording) {
+std::optional<std::string> text(const std::optional<std::filesystem::path>& path) {
+  return path ? std::optional(text(*path)) : std::nullopt;
+}
+
+/// False if a project has it already: the sweep was killed before it took the marker away, or another program
+/// was faster.
+Task<bool> registerProject(ProjectLibrary library, RecoverableRecording recording) {
+  for (const auto& project : co_await library.projects())
+    if (project.recordingPath == text(recording.screenVideo)) co_return false;
+  RecordingHandoffFields media{.screenVideoPath = text(recording.screenVideo),
+                               .cursorTelemetryPath = text(recording.cursorTelemetry),
+                               .facecamVideoPath = text(recording.facecam)};
   const auto date = recording.startedAt.value_or(Date::now()).iso8601();
-  store.create({.screenVideoPath = std::filesystem::absolute(recording.screenVideo).string(),
-                .cursorTelemetryPath = text(recording.cursorTelemetry),
-                .facecamVideoPath = text(recording.facecam)},
-               {.id = UUID::random().text(),
-                .title = "Recording",
-                .createdAt = date,
-                .updatedAt = date,
-                .interruptedCause = "recording stopped unexpectedly"});
+  ProjectStore::CreateOptions options{.id = UUID::random().text(),
+                                      .title = "Recording",
+                                      .createdAt = date,
+                                      .updatedAt = date,
+                                      .interruptedCause = "recording stopped unexpectedly"};
+  co_await library.create(std::move(media), std::move(options));
+  co_return true;
 }
 
 }  // namespace
 
-Task<> run(ProjectStore store, std::filesystem::path directory, std::function<void()> onChanged) {
+Task<> run(ProjectLibrary library, std::filesystem::path directory, std::function<void()> onChanged) {
   const RecoveryService service{directory};
   bool changed = false;
   for (const auto& recording : co_await service.sweep()) {
     if (std::holds_alternative<RecoverableRecording::Playable>(recording.status)) {
       try {
-        registerProject(store, recording);
-        changed = true;
+        if (co_await registerProject(library, recording)) changed = true;
       } catch (const std::exception&) {
         Log::write("orphan recovery registration failed: {}", describe(std::current_exception()));
       }

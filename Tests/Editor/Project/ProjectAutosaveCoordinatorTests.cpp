@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 #include <map>
 
+#include "Core/AtomicFile.h"
 #include "Core/Error.h"
 #include "Editor/Project/EditorAutosave.h"
 #include "Editor/Project/ProjectAutosaveCoordinator.h"
+#include "Editor/Project/ProjectError.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace quillant {
@@ -204,14 +206,32 @@ TEST(EditorAutosave, WritesEditsOfAnOpenProjectAndNothingBeforeThem) {
   store.createDocument({.title = "T", .createdAt = "", .updatedAt = "opened", .id = "A"});
   Holder holder;
   const auto mainThread = makeStrand();
-  EditorAutosave autosave(store, "A", holder, mainThread, 1h);
-  autosave.markOpened();
+  const ProjectLibrary library(folder.path());
+  EditorAutosave autosave(library, "A", holder, mainThread, 1h);
+  autosave.markOpened(store.load("A").revision);
   EXPECT_TRUE(runBlocking(autosave.flush(), mainThread));
   EXPECT_EQ(store.document("A")->updatedAt, "opened");
   holder.state = state(9).editorState;
   EXPECT_TRUE(runBlocking(autosave.flush(), mainThread));
   EXPECT_EQ(store.document("A")->editorState, holder.state);
   EXPECT_EQ(autosave.status(), ProjectAutosaveStatus(AutosaveSaved{}));
+
+  // A link does not get into an edit's way; another edit and a document that is gone or damaged do, in words.
+  store.updateShare("A", {.slug = "s", .status = ProjectShareStatus::ready});
+  holder.state = state(10).editorState;
+  EXPECT_TRUE(runBlocking(autosave.flush(), mainThread));
+  EXPECT_EQ(store.share("A")->slug, "s");
+  const auto expectUnsaved = [&](const ProjectError& reason) {
+    EXPECT_FALSE(runBlocking(autosave.flush(), mainThread));
+    EXPECT_EQ(autosave.status(), ProjectAutosaveStatus(AutosaveFailed{reason.description()}));
+  };
+  store.writeEditorState("A", state(11).editorState);
+  holder.state = state(12).editorState;
+  expectUnsaved(ProjectError(ProjectError::Kind::changed));
+  AtomicFile::write(folder / "A.json", "{");
+  expectUnsaved(ProjectError(ProjectError::Kind::unreadable, "not valid JSON at byte 2"));
+  std::filesystem::remove(folder / "A.json");
+  expectUnsaved(ProjectError(ProjectError::Kind::missing));
 }
 
 }  // namespace

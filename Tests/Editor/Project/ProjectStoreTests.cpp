@@ -1,12 +1,13 @@
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
 #include "Core/AtomicFile.h"
 #include "Core/JSON.h"
-#include "Core/UUID.h"
+#include "Editor/Project/ProjectError.h"
 #include "Editor/Project/ProjectStore.h"
 #include "Tests/Support/TemporaryFolder.h"
 
@@ -73,15 +74,52 @@ TEST_F(ProjectStoreTest, NeverChangesASlugByAnyRoad) {
   EXPECT_EQ(store.shareRecords().at("A").slug, "two");
 }
 
-TEST_F(ProjectStoreTest, LosesNoDocumentWithItsIndex) {
+TEST_F(ProjectStoreTest, CountsACorruptIndexAsEmpty) {
   for (const char* id : {"A", "B", "C"}) store.createDocument(document(id));
   AtomicFile::write(folder / "store" / "index.json", "[{\"id\": 7");
   EXPECT_TRUE(store.projects().empty());
   store.saveDocument(*store.document("B"));
   EXPECT_EQ(listedIDs(store), std::vector<std::string>{"B"});
-  AtomicFile::write(folder / "store" / "broken.json", "{");
-  store.rebuildIndex();
-  EXPECT_EQ(store.projects().size(), 3U);
+}
+
+TEST_F(ProjectStoreTest, RefusesPathsThatADocumentCannotKeep) {
+  const std::string path = "/movies/caf\xE9.mp4";
+  for (const RecordingHandoffFields& media :
+       {RecordingHandoffFields{.screenVideoPath = path},
+        RecordingHandoffFields{.screenVideoPath = "/a.mp4", .cursorTelemetryPath = path},
+        RecordingHandoffFields{.screenVideoPath = "/a.mp4", .facecamVideoPath = path}}) {
+    try {
+      store.create(media, {.id = "A", .title = "T", .createdAt = "c", .updatedAt = "u"});
+      ADD_FAILURE();
+    } catch (const ProjectError& error) {
+      EXPECT_EQ(error.description(),
+                "the path " + path + " is not UTF-8, so a project cannot keep it; rename it");
+    }
+  }
+  EXPECT_FALSE(std::filesystem::exists(folder / "store" / "A.json"));
+}
+
+TEST_F(ProjectStoreTest, LeavesTheOldDocumentWhenTheDiskIsFull) {
+  store.createDocument(document("A"));
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit full{.rlim_cur = 2000, .rlim_max = 2000};
+    ::setrlimit(RLIMIT_FSIZE, &full);
+    try {
+      store.rename("A", std::string(5000, 'x'));
+    } catch (const FileError&) {
+      ::_exit(7);
+    }
+    ::_exit(0);
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(WEXITSTATUS(status), 7);
+  EXPECT_EQ(store.projects().at(0).title, "Title of A");
+  const std::filesystem::directory_iterator files(folder / "store");
+  EXPECT_EQ(std::distance(files, {}), 3) << "the document, the index and the lock";
 }
 
 TEST_F(ProjectStoreTest, LeavesMissingProjectsAndForeignPathsAlone) {

@@ -1,4 +1,3 @@
-#include "Linux/Screen/X11ScreenService.h"
 #include "MediaKit/Pictures/BGRAScaler.h"
 #include "Tests/Linux/Screen/ScreenFixture.h"
 
@@ -21,9 +20,7 @@ class WindowStream : public ScreenFixture {
   }
 
   void record(xcb_window_t recorded) {
-    StreamRequest request{{.width = 100, .height = 80, .minimumFrameInterval = {1, 500}}, {}};
-    request.target.window = recorded;
-    start(request);
+    start({.windowID = recorded, .width = 100, .height = 80, .minimumFrameInterval = {1, 500}});
   }
   void drawInside(const PixelRect& rect, std::uint32_t color) {
     draw({{rect, color}}, window);
