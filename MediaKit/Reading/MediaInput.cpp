@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
@@ -113,6 +114,24 @@ bool MediaInput::isMedia(const AVStream& stream) {
   const auto type = stream.codecpar->codec_type;
   return type == AVMEDIA_TYPE_AUDIO ||
          (type == AVMEDIA_TYPE_VIDEO && (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0);
+}
+
+void MediaInput::copyOrientation(const AVStream& from, AVStream& to) {
+  const auto* matrix = displayMatrix(from);
+  if (!matrix) return;
+  constexpr std::size_t size = 9 * sizeof *matrix;
+#if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 16, 100)
+  auto& parameters = *to.codecpar;
+  if (av_packet_side_data_get(parameters.coded_side_data, parameters.nb_coded_side_data,
+                              AV_PKT_DATA_DISPLAYMATRIX))
+    return;  // copied with the parameters
+  auto* added = av_packet_side_data_new(&parameters.coded_side_data, &parameters.nb_coded_side_data,
+                                        AV_PKT_DATA_DISPLAYMATRIX, size, 0);
+  if (added) std::memcpy(added->data, matrix, size);
+#else
+  if (auto* data = av_stream_new_side_data(&to, AV_PKT_DATA_DISPLAYMATRIX, size))
+    std::memcpy(data, matrix, size);
+#endif
 }
 
 AVStream* MediaInput::choose(MediaTrack::Kind kind, int index) {

@@ -44,6 +44,8 @@ class MediaInput {
   AVStream* choose(MediaTrack::Kind kind, int index);
   /// Of a stream that is media.
   MediaTrack describe(const AVStream& stream);
+  /// Has the copy of a stream turned as the stream is.
+  static void copyOrientation(const AVStream& from, AVStream& to);
   /// A stream's ticks as a time; zero for what is before it.
   static MediaTime time(std::int64_t ticks, const AVStream& stream);
 

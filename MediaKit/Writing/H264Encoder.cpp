@@ -30,6 +30,19 @@ void logProblem(void*, int, const char* format, va_list arguments) {
   Log::write("encoder: {}", line);
 }
 
+/// `QuantizerControl` decides what each picture gets.
+void chooseQuantizers(x264_param_t& result) {
+  // With weighted prediction off as well, nothing needs the coarse analysis that
+  // is half of the work on a screen.
+  result.rc.i_rc_method = X264_RC_CQP;
+  result.rc.i_qp_constant = QuantizerControl::finest;
+  // The encoder clips what it is told to the range from the quantizer of key pictures to that of B pictures,
+  // of which there are none.
+  result.rc.f_ip_factor = std::exp2(QuantizerControl::keyAdvantage / 6.0F);
+  result.rc.f_pb_factor = std::exp2((QuantizerControl::coarsest - QuantizerControl::finest) / 6.0F);
+  result.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
+}
+
 x264_param_t parameters(const VideoInputSettings& settings) {
   const auto isUsable = [](int side) { return side > 0 && side % 2 == 0 && side <= 16384; };
   if (!isUsable(settings.width) || !isUsable(settings.height))
@@ -43,22 +56,24 @@ x264_param_t parameters(const VideoInputSettings& settings) {
   result.i_height = settings.height;
   result.i_csp = X264_CSP_I420;
   // Slices of one picture in parallel: no thread holds a picture back.
-  result.i_threads = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
-  result.b_sliced_threads = 1;
+  result.i_threads =
+      settings.file ? 1 : std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 4);
+  result.b_sliced_threads = settings.file ? 0 : 1;
   result.i_fps_num = static_cast<std::uint32_t>(std::max(1, settings.expectedFrameRate));
   result.i_fps_den = 1;
   // The writer asks for key frames by time; a count of frames says nothing at a variable rate.
   result.i_keyint_max = X264_KEYINT_MAX_INFINITE;
   result.i_scenecut_threshold = 0;
-  // `QuantizerControl` decides. With weighted prediction off as well, nothing needs the coarse analysis that
-  // is half of the work on a screen.
-  result.rc.i_rc_method = X264_RC_CQP;
-  result.rc.i_qp_constant = QuantizerControl::finest;
-  // The encoder clips what it is told to the range from the quantizer of key pictures to that of B pictures,
-  // of which there are none.
-  result.rc.f_ip_factor = std::exp2(QuantizerControl::keyAdvantage / 6.0F);
-  result.rc.f_pb_factor = std::exp2((QuantizerControl::coarsest - QuantizerControl::finest) / 6.0F);
-  result.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
+  if (settings.file) {
+    result.b_vfr_input = 0;  // the buffer model counts frames
+    result.rc.i_rc_method = X264_RC_CRF;
+    result.rc.f_rf_constant = static_cast<float>(settings.file->quality);
+    result.rc.i_vbv_max_bitrate = std::max(1, settings.file->maximumBitRate / 1000);
+    result.rc.i_vbv_buffer_size = result.rc.i_vbv_max_bitrate;
+    result.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
+  } else {
+    chooseQuantizers(result);
+  }
   result.b_annexb = 0;
   result.b_repeat_headers = 0;
   result.analyse.b_mb_info = 1;
@@ -77,7 +92,8 @@ struct H264Encoder::Implementation {
   explicit Implementation(const VideoInputSettings& settings)
       : parameters(quillant::parameters(settings)),
         encoder(x264_encoder_open(&parameters)),
-        quantizer(settings.width * settings.height) {
+        quantizer(settings.width * settings.height),
+        isFile(settings.file.has_value()) {
     if (!encoder)
       throw MediaError(MediaError::Kind::codec, "the H.264 encoder cannot be opened with these settings");
   }
@@ -87,7 +103,8 @@ struct H264Encoder::Implementation {
 
   x264_param_t parameters;
   x264_t* encoder;
-  QuantizerControl quantizer;
+  QuantizerControl quantizer;  ///< Of live pictures.
+  bool isFile;
   std::size_t preset = 0;
 };
 
@@ -128,7 +145,7 @@ EncodedPacket H264Encoder::encode(const EncoderPicture& picture, std::int64_t ti
   input.i_type = frame == Frame::key ? X264_TYPE_IDR : X264_TYPE_AUTO;
   auto& quantizer = implementation_->quantizer;
   const int chosen = frame == Frame::key ? quantizer.key() : quantizer.predicted();
-  input.i_qpplus1 = chosen + 1;
+  if (!implementation_->isFile) input.i_qpplus1 = chosen + 1;
   input.i_pts = time;
   input.img.i_csp = X264_CSP_I420;
   input.img.i_plane = 3;

@@ -10,8 +10,10 @@
 
 namespace quillant {
 
-/// H.264 for live pictures: every picture comes out compressed before the next goes in. libx264 is used
-/// directly, because FFmpeg's wrapper does not pass on which macroblocks are known to be unchanged.
+/// H.264: every picture comes out compressed before the next goes in. Live pictures have all threads to
+/// themselves; a file's are encoded on the thread that calls, so that its bytes do not depend on the machine.
+/// libx264 is used directly, because FFmpeg's wrapper does not pass on which macroblocks are known to be
+/// unchanged.
 ///
 /// Belongs to one thread. Throws `MediaError` of kind codec.
 class H264Encoder {

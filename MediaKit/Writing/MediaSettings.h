@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 namespace quillant {
 
 enum class MediaContainer { mp4, quickTime };
@@ -7,11 +9,18 @@ enum class MediaContainer { mp4, quickTime };
 /// How a picture's numbers are to be understood; written into the bitstream and the container alike.
 enum class ColorTagging { none, p3D65Rec709 };
 
+/// How a file is encoded that is not live: at a constant quality, as long as a decoder's buffer allows it.
+struct FileEncoding {
+  double quality = 18;             ///< x264's constant rate factor.
+  int maximumBitRate = 8'000'000;  ///< Bits a second, over the second that the buffer holds.
+};
+
 struct VideoInputSettings {
   int width = 0;   ///< Pixels, even.
   int height = 0;  ///< Pixels, even.
   int expectedFrameRate = 30;
   ColorTagging color = ColorTagging::none;
+  std::optional<FileEncoding> file;  ///< None: live, at a constant quantizer.
 };
 
 struct AudioInputSettings {

@@ -1,0 +1,69 @@
+#include "MediaKit/Exporting/StreamCopy.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "MediaKit/Exporting/StagedOutput.h"
+#include "MediaKit/Reading/MediaInput.h"
+
+namespace quillant {
+
+using FFmpeg::check;
+
+bool StreamCopy::copy(const std::filesystem::path& source, const std::filesystem::path& target,
+                      MediaContainer container, const Progress& progress) {
+  MediaInput input(source);
+  input.describeStreams();
+  auto& from = input.context();
+  StagedOutput output(target, container == MediaContainer::mp4 ? "mp4" : "mov");
+  auto& to = output.context();
+
+  std::vector<AVStream*> copies(from.nb_streams, nullptr);
+  double duration = 0;
+  for (unsigned i = 0; i < from.nb_streams; ++i) {
+    const auto& stream = *from.streams[i];
+    if (!MediaInput::isMedia(stream)) continue;
+    auto& copy = *check(avformat_new_stream(&to, nullptr));
+    check(avcodec_parameters_copy(copy.codecpar, stream.codecpar), "could not describe a track");
+    copy.codecpar->codec_tag = 0;  // each container has its own
+    copy.time_base = stream.time_base;
+    copy.avg_frame_rate = stream.avg_frame_rate;
+    copy.disposition = stream.disposition;
+    MediaInput::copyOrientation(stream, copy);
+    copies[i] = &copy;
+    duration = std::max(duration, input.describe(stream).duration.seconds());
+  }
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "movflags", "+faststart", 0);
+  const int started = avformat_write_header(&to, &options);
+  av_dict_free(&options);
+  output.check(started, "could not start the file");
+
+  double done = 0;
+  const FFmpeg::Packet packet(check(av_packet_alloc()));
+  for (;;) {
+    const int read = av_read_frame(&from, packet.get());
+    if (read == AVERROR_EOF) break;
+    check(read, "the video could not be read", MediaError::Kind::unreadable);
+    auto* copy = copies[static_cast<std::size_t>(packet->stream_index)];
+    if (!copy) {
+      av_packet_unref(packet.get());
+      continue;
+    }
+    const auto& stream = *from.streams[packet->stream_index];
+    // Tracks lie beside one another, a little apart.
+    if (packet->dts != AV_NOPTS_VALUE && duration > 0)
+      done = std::max(done,
+                      std::min(static_cast<double>(packet->dts) * av_q2d(stream.time_base) / duration, 1.0));
+    if (!progress(done)) return false;
+    av_packet_rescale_ts(packet.get(), stream.time_base, copy->time_base);
+    packet->stream_index = copy->index;
+    packet->pos = -1;
+    output.check(av_interleaved_write_frame(&to, packet.get()), "could not write a packet");
+  }
+  output.check(av_write_trailer(&to), "could not finish the file");
+  output.publish();
+  return true;
+}
+
+}  // namespace quillant

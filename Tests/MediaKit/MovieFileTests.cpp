@@ -1,0 +1,104 @@
+#include <algorithm>
+#include <gtest/gtest.h>
+
+#include "Core/AtomicFile.h"
+#include "MediaKit/Exporting/MovieFileWriter.h"
+#include "MediaKit/Exporting/StreamCopy.h"
+#include "MediaKit/Reading/SoundReader.h"
+#include "MediaKit/Writing/H264Encoder.h"
+#include "MediaKit/Writing/PictureConverter.h"
+#include "Tests/Support/ChildProcess.h"
+#include "Tests/Support/Media/DecodedMedia.h"
+#include "Tests/Support/Media/StampedFrames.h"
+#include "Tests/Support/Media/TestRecording.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+namespace quillant {
+
+namespace {
+
+int entries(const std::filesystem::path& folder) {
+  return static_cast<int>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+}  // namespace
+
+TEST(MovieFileWriter, MakesAnOrdinaryFileThatAppearsWhole) {
+  const TemporaryFolder folder;
+  const auto path = folder / "a.mov";
+  const VideoInputSettings settings{192, 108, 30, ColorTagging::p3D65Rec709, FileEncoding{}};
+  {
+    H264Encoder encoder(settings);
+    PictureConverter converter(192, 108);
+    MovieFileWriter writer(path, MediaContainer::quickTime, settings, encoder.configuration(),
+                           MovieSoundSettings{});
+    const auto sound = TestRecording::sound(0, 44'100 * 2, 2, 44'100).samples;
+    writer.writeSound(std::span(sound).first(2 * 50'001));
+    for (int i = 0; i < 60; ++i) {
+      const auto picture = converter.convert(*StampedFrames::moving(192, 108, std::uint32_t(i))).picture;
+      auto packet = encoder.encode(*picture, i * 3000,
+                                   i == 0 ? H264Encoder::Frame::key : H264Encoder::Frame::predicted);
+      packet.duration = 3000;
+      writer.writePicture(packet);
+    }
+    writer.writeSound(std::span(sound).subspan(2 * 50'001));
+    EXPECT_EQ(writer.soundFrames(), 88'200);
+    EXPECT_EQ(entries(folder.path()), 0) << "nothing has a name yet";
+    writer.finish();
+  }
+  EXPECT_EQ(entries(folder.path()), 1);
+  const auto bytes = AtomicFile::read(path);
+  EXPECT_LT(bytes.find("moov"), bytes.find("mdat")) << "the index is in front";
+  const auto media = DecodedMedia::decode(path);
+  ASSERT_EQ(media.frames.size(), 60u);
+  for (std::size_t i = 0; i < 60; ++i) {
+    EXPECT_EQ(media.frames[i].stamp, i);
+    EXPECT_NEAR(media.frames[i].time.seconds(), double(i) / 30, 1e-9);
+  }
+  EXPECT_EQ(media.colors, "smpte432 bt709 bt709 tv, smpte432 bt709 bt709 tv");
+  // Sample n is sample n: like itself, and unlike itself a few samples off.
+  SoundReader reader(path, 0, {44'100, 1});
+  std::vector<float> piece(4000);
+  reader.seek(30'000);
+  ASSERT_EQ(reader.read(piece), 4000u);
+  const auto product = [&](int late) {
+    const auto expected = TestRecording::sound(30'000 - late, 4000, 1, 44'100).samples;
+    double sum = 0;
+    for (std::size_t i = 0; i < piece.size(); ++i) sum += double(piece[i]) * expected[i];
+    return sum;
+  };
+  for (const int late : {-40, -8, 8, 40}) EXPECT_GT(product(0), product(late)) << late;
+
+  {
+    MovieFileWriter given_up(path, MediaContainer::mp4, settings, H264Encoder(settings).configuration(), {});
+  }
+  EXPECT_EQ(AtomicFile::read(path), bytes) << "the older one stays";
+  EXPECT_THROW(MovieFileWriter(folder / "nowhere" / "a.mp4", MediaContainer::mp4, settings, {}, {}),
+               FileError);
+}
+
+TEST(StreamCopy, KeepsEveryPacketOfEveryTrack) {
+  const TemporaryFolder folder;
+  TestRecording{.frames = 90, .audioChannels = {1, 2}}.write(folder / "recording.mp4");
+  const auto packets = [&](const std::filesystem::path& path) {
+    ChildProcess listing(
+        {"ffmpeg", "-v", "error", "-i", path.string(), "-map", "0", "-c", "copy", "-f", "framemd5", "-"});
+    auto text = listing.readAll();
+    EXPECT_EQ(listing.wait(), 0);
+    return text.substr(text.rfind("#stream#"));
+  };
+  double last = 0;
+  ASSERT_TRUE(
+      StreamCopy::copy(folder / "recording.mp4", folder / "copy.mp4", MediaContainer::mp4, [&](double done) {
+        EXPECT_GE(done, last);
+        last = done;
+        return true;
+      }));
+  EXPECT_GT(last, 0.9);
+  EXPECT_EQ(packets(folder / "copy.mp4"), packets(folder / "recording.mp4"));
+  EXPECT_FALSE(StreamCopy::copy(folder / "recording.mp4", folder / "none.mp4", MediaContainer::mp4,
+                                [](double) { return false; }));
+  EXPECT_EQ(entries(folder.path()), 2);
+}
+
+}  // namespace quillant
