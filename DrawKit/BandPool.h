@@ -16,7 +16,8 @@ class BandPool {
 
   /// Calls `work(worker, band)` for every band from 0 up to `bands`, each once, in any order, and returns
   /// when all are done. `worker` is from 0 up to `threads()`, and no two calls with the same one overlap: it
-  /// finds scratch memory of its own. One caller at a time. `work` does not throw.
+  /// finds scratch memory of its own. One caller at a time. The first exception
+  /// of `work` is thrown on when all are done.
   template <class Work>
   void run(int bands, const Work& work) {
     runErased(

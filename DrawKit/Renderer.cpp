@@ -1,0 +1,157 @@
+#include "DrawKit/Renderer.h"
+
+#include <algorithm>
+#include <new>
+#include <vector>
+
+#include "Core/PixelRects.h"
+#include "DrawKit/DrawingError.h"
+#include "DrawKit/Rendering/BandPainter.h"
+#include "DrawKit/Rendering/FrameRing.h"
+#include "DrawKit/Rendering/LayerPlan.h"
+#include "DrawKit/Rendering/RectSet.h"
+#include "DrawKit/Rendering/SourceCache.h"
+
+namespace quillant {
+
+namespace {
+
+/// Rows that one thread draws at once: its part of the frame stays in the cache while layer after layer is
+/// drawn, and little is filtered twice.
+constexpr int bandHeight = 64;
+
+}  // namespace
+
+struct Renderer::State {
+  State(const Options& options, BandPool& threads)
+      : canvas{0, 0, options.width, options.height},
+        pool(threads),
+        frames(options.width, options.height),
+        cache(options.keptBytes, threads),
+        workers(static_cast<std::size_t>(threads.threads())) {}
+
+  /// What a thread needs to draw.
+  struct Worker {
+    BandPainter painter;
+    std::vector<PixelRect> visible;
+  };
+
+  PixelRect canvas;
+  BandPool& pool;
+  FrameRing frames;
+  SourceCache cache;
+  std::vector<Worker> workers;
+
+  // The frame before: what it was of, and where each of that showed.
+  std::vector<Image> images;
+  std::vector<PixelRect> places;
+  bool nothingDrawn = true;
+
+  std::vector<LayerPlan> layers;
+  std::vector<PixelRect> changed;
+  std::vector<PixelRect> bands;
+  std::vector<PixelRect> visible;
+
+  void findChanges(std::span<const Image> now);
+  void loadSources(std::span<const Image> now);
+  void cutIntoBands();
+  void drawBand(Worker& worker, const PixelRect& band, const PixelBuffer& frame) const;
+  void setVisible(std::vector<PixelRect>& set, const PixelRect& area, std::size_t layer) const;
+  PixelBufferRef render(std::span<const Image> now);
+};
+
+/// Where the list of images, each in its order, differs from the one before.
+void Renderer::State::findChanges(std::span<const Image> now) {
+  changed.clear();
+  if (nothingDrawn) {
+    changed.push_back(canvas);
+    return;
+  }
+  // What is alike at both ends is compared one by one; in the middle something has come or gone.
+  const std::size_t shorter = std::min(now.size(), images.size());
+  std::size_t first = 0, last = 0;
+  if (now.size() != images.size()) {
+    while (first < shorter && now[first] == images[first]) ++first;
+    while (last < shorter - first && now[now.size() - 1 - last] == images[images.size() - 1 - last]) ++last;
+  }
+  for (std::size_t i = first; i + last < now.size(); ++i)
+    if (now.size() != images.size() || now[i] != images[i]) RectSet::add(changed, layers[i].bounds());
+  for (std::size_t i = first; i + last < images.size(); ++i)
+    if (now.size() != images.size() || now[i] != images[i]) RectSet::add(changed, places[i]);
+}
+
+/// What shows of an area of a layer below the opaque parts of those above it.
+void Renderer::State::setVisible(std::vector<PixelRect>& set, const PixelRect& area,
+                                 std::size_t layer) const {
+  set.clear();
+  if (area.width == 0) return;
+  set.push_back(area);
+  for (std::size_t above = layer; above < layers.size(); ++above)
+    for (const PixelRect& hidden : layers[above].opaque()) RectSet::subtract(set, hidden);
+}
+
+void Renderer::State::loadSources(std::span<const Image> now) {
+  for (std::size_t i = 0; i < now.size(); ++i) {
+    const auto shows = [&](const PixelRect& area) {
+      setVisible(visible, PixelRects::intersection(area, layers[i].bounds()), i + 1);
+      return !visible.empty();
+    };
+    if (std::ranges::any_of(changed, shows)) layers[i].load(now[i], cache);
+  }
+}
+
+void Renderer::State::cutIntoBands() {
+  bands.clear();
+  for (const PixelRect& rect : changed)
+    for (int y = 0; y < rect.height; y += bandHeight)
+      bands.push_back({rect.x, rect.y + y, rect.width, std::min(bandHeight, rect.height - y)});
+}
+
+void Renderer::State::drawBand(Worker& worker, const PixelRect& band, const PixelBuffer& frame) const {
+  setVisible(worker.visible, band, 0);
+  for (const PixelRect& area : worker.visible) worker.painter.clear(area, frame);
+  for (std::size_t i = 0; i < layers.size(); ++i) {
+    setVisible(worker.visible, PixelRects::intersection(band, layers[i].bounds()), i + 1);
+    for (const PixelRect& area : worker.visible) worker.painter.draw(layers[i], area, frame);
+  }
+}
+
+PixelBufferRef Renderer::State::render(std::span<const Image> now) {
+  layers.resize(now.size());
+  for (std::size_t i = 0; i < now.size(); ++i) layers[i].place(now[i], canvas.width, canvas.height);
+  findChanges(now);
+  loadSources(now);
+  cutIntoBands();
+  const PixelBuffer& frame = frames.begin(changed);
+  pool.run(static_cast<int>(bands.size()), [&](int worker, int band) {
+    drawBand(workers[static_cast<std::size_t>(worker)], bands[static_cast<std::size_t>(band)], frame);
+  });
+  images.assign(now.begin(), now.end());
+  places.clear();
+  for (const LayerPlan& layer : layers) places.push_back(layer.bounds());
+  nothingDrawn = false;
+  cache.endFrame();
+  return frames.publish(changed);
+}
+
+Renderer::Renderer(const Options& options, BandPool& pool) {
+  const auto fits = [](int side) { return side >= 2 && side <= longestSide && side % 2 == 0; };
+  if (!fits(options.width) || !fits(options.height)) throw DrawingError(DrawingError::Kind::size);
+  state_ = std::make_unique<State>(options, pool);
+}
+
+Renderer::~Renderer() = default;
+
+PixelBufferRef Renderer::render(std::span<const Image> images) {
+  try {
+    return state_->render(images);
+  } catch (const std::bad_alloc&) {
+    state_->frames.forget();
+    state_->cache.clear();
+    state_->images.clear();
+    state_->nothingDrawn = true;
+    throw DrawingError(DrawingError::Kind::drawing);
+  }
+}
+
+}  // namespace quillant

@@ -1,0 +1,67 @@
+#include "DrawKit/Rendering/AxisFilter.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quillant {
+
+namespace {
+
+constexpr int one = 1 << 14;
+/// A place this near to a sample's is that sample's: what sums of numbers leave.
+constexpr double nearlyWhole = 1e-6;
+
+}  // namespace
+
+bool AxisPlacement::isWhole() const {
+  const double first = step / 2 + origin - 0.5;
+  return std::abs(step - 1) < 1e-9 && std::abs(first - std::round(first)) < nearlyWhole;
+}
+
+AxisTaps axisTaps(const AxisPlacement& placement, int sample) {
+  const int taps = RowKernels::taps;
+  const double place = placement.step * (sample + 0.5) + placement.origin - 0.5;
+  // What is far beyond an end is the end's sample; it must fit an int.
+  const double near = std::clamp(place, -4.0, placement.count + 4.0);
+  const double whole = std::floor(near + nearlyWhole);
+  const double t = std::max(0.0, near - whole);
+  const double weights[taps] = {((-0.5 * t + 1) * t - 0.5) * t, (1.5 * t - 2.5) * t * t + 1,
+                                ((-1.5 * t + 2) * t + 0.5) * t, (0.5 * t - 0.5) * t * t};
+  int fixed[taps];
+  int sum = 0;
+  for (int tap = 0; tap < taps; ++tap) sum += fixed[tap] = static_cast<int>(std::lround(weights[tap] * one));
+  fixed[t < 0.5 ? 1 : 2] += one - sum;
+
+  AxisTaps result;
+  const int start = static_cast<int>(whole) - 1;
+  result.first = std::clamp(start, 0, std::max(0, placement.count - taps));
+  for (int tap = 0; tap < taps; ++tap) {
+    const int from = std::clamp(start + tap, 0, placement.count - 1);
+    result.weights[from - result.first] =
+        static_cast<std::int16_t>(result.weights[from - result.first] + fixed[tap]);
+  }
+  return result;
+}
+
+void ColumnFilter::set(const AxisPlacement& placement, int begin, int end) {
+  constexpr int size = RowKernels::groupSize;
+  const int first = begin / size;
+  const auto count = static_cast<std::size_t>((end + size - 1) / size - first);
+  if (placement == placement_ && first == firstGroup_ && count == groups_.size()) return;
+  placement_ = placement;
+  firstGroup_ = first;
+  groups_.resize(count);
+  for (std::size_t g = 0; g < count; ++g) {
+    auto& group = groups_[g];
+    AxisTaps columns[size];
+    for (int i = 0; i < size; ++i) columns[i] = axisTaps(placement, (first + static_cast<int>(g)) * size + i);
+    group.base = std::clamp(columns[0].first, 0, std::max(0, placement.count - RowKernels::groupReach));
+    for (int i = 0; i < size; ++i) {
+      group.lanes[2 * i] = 0x80;
+      group.lanes[2 * i + 1] = static_cast<std::uint8_t>(columns[i].first - group.base);
+      for (int tap = 0; tap < RowKernels::taps; ++tap) group.weights[tap][i] = columns[i].weights[tap];
+    }
+  }
+}
+
+}  // namespace quillant

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "DrawKit/Rendering/RowKernels.h"
+
+namespace quillant {
+
+/// Where along one axis the samples of a plane come from: sample i of the result lies at
+/// step * (i + 1/2) + origin among the source's samples, of which there are `count`.
+struct AxisPlacement {
+  double step = 1;
+  double origin = 0;
+  int count = 0;
+  friend bool operator==(const AxisPlacement&, const AxisPlacement&) = default;
+
+  /// More source samples than this on one of the result are halved first.
+  static constexpr double longestStep = 1.5;
+  /// Each sample of the result is one of the source's.
+  bool isWhole() const;
+};
+
+/// One sample of a result: `taps` neighbouring samples from `first` on, and their weights, 1 being 2^14.
+/// Where a neighbour is beyond the end, the weight of the nearest has it. `first + taps` may be beyond the
+/// end only if there are fewer than `taps` samples; what is beyond has the weight 0.
+struct AxisTaps {
+  int first = 0;
+  std::int16_t weights[RowKernels::taps] = {};
+};
+
+/// The same for rows that have been filtered along x.
+struct RowTaps {
+  int first = 0;
+  RowKernels::RowWeights weights;
+};
+
+/// Catmull-Rom. The weights' sum is exactly 1.
+AxisTaps axisTaps(const AxisPlacement& placement, int sample);
+
+/// The filter of a range of columns, in groups as the kernel has them. A source row must have `groupReach`
+/// readable bytes at least.
+class ColumnFilter {
+ public:
+  /// For the samples from `begin` to `end`, and those that fill their groups: groups begin at multiples of
+  /// `groupSize`. Does nothing where it is that already.
+  void set(const AxisPlacement& placement, int begin, int end);
+  const RowKernels::ColumnGroup* groupAt(int sample) const {
+    return groups_.data() + (sample / RowKernels::groupSize - firstGroup_);
+  }
+
+ private:
+  AxisPlacement placement_;
+  int firstGroup_ = 0;
+  std::vector<RowKernels::ColumnGroup> groups_;
+};
+
+}  // namespace quillant

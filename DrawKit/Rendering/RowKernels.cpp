@@ -1,0 +1,318 @@
+#include "DrawKit/Rendering/RowKernels.h"
+
+#include <algorithm>
+#include <cstring>
+
+// Highway compiles this file once for every instruction set and picks one at run time. The superseded ones
+// are kept, so that a test can hold all of them against each other.
+#define HWY_COMPILE_ALL_ATTAINABLE
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "DrawKit/Rendering/RowKernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace quillant::HWY_NAMESPACE {
+namespace {
+
+using RowKernels::ColumnGroup;
+using RowKernels::Coverage;
+using RowKernels::groupSize;
+using RowKernels::RowWeights;
+using RowKernels::taps;
+
+// The arithmetic of one sample, for what fills no vector.
+
+constexpr int combineBits = 6;
+constexpr int blendBits = 7;
+
+int mulRounded(int left, int right) {
+  return (left * right + (1 << 14)) >> 15;
+}
+
+std::uint8_t byte(int value) {
+  return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
+}
+
+std::uint8_t blended(int source, int coverage, int target) {
+  return byte(target + ((mulRounded((source - target) * 64, coverage) + 32) >> 6));
+}
+
+std::uint8_t blendedPremultiplied(int source, int alpha, int coverage, int target) {
+  const int covered = mulRounded(alpha << blendBits, coverage);
+  const int left = 32767 - (covered + (covered >> 8));
+  const int sum = mulRounded(source << blendBits, coverage) + mulRounded(target << blendBits, left);
+  return byte(std::min(32767, std::min(32767, sum) + (1 << (blendBits - 1))) >> blendBits);
+}
+
+int coverageAt(Coverage coverage, int i) {
+  return coverage.each ? coverage.each[i] : coverage.all;
+}
+
+#if HWY_TARGET == HWY_SCALAR
+
+void filterRow(const std::uint8_t* source, const ColumnGroup* groups, int count, std::int16_t* result) {
+  for (int g = 0; g < count; ++g)
+    for (int i = 0; i < groupSize; ++i) {
+      int sum = 0;
+      for (int tap = 0; tap < taps; ++tap) {
+        const int sample = source[groups[g].base + groups[g].lanes[2 * i + 1] + tap];
+        sum += mulRounded((sample - 128) * 256, groups[g].weights[tap][i]);
+      }
+      result[g * groupSize + i] = static_cast<std::int16_t>(sum);
+    }
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+// A table look-up stays within 16 bytes, and so does a group. Where vectors hold two of them, two go at once.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+constexpr int groupsAtOnce = 2;
+#else
+constexpr int groupsAtOnce = 1;
+#endif
+using GroupBytes = hn::FixedTag<std::uint8_t, 16 * groupsAtOnce>;
+using GroupWords = hn::FixedTag<std::int16_t, 8 * groupsAtOnce>;
+
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+template <class Half, class T>
+HWY_INLINE auto loadPair(Half half, const T* low, const T* high) {
+  const hn::Twice<Half> whole;
+  return hn::Combine(whole, hn::LoadU(half, high), hn::LoadU(half, low));
+}
+#endif
+
+HWY_INLINE auto filterGroups(const std::uint8_t* source, const ColumnGroup* groups) {
+  const GroupBytes bytes;
+  const GroupWords words;
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+  const hn::FixedTag<std::uint8_t, 16> halfBytes;
+  const hn::FixedTag<std::int16_t, 8> halfWords;
+  const auto samples = loadPair(halfBytes, source + groups[0].base, source + groups[1].base);
+  const auto first = hn::BitCast(words, loadPair(halfBytes, groups[0].lanes, groups[1].lanes));
+  const auto weights = [&](int tap) {
+    return loadPair(halfWords, groups[0].weights[tap], groups[1].weights[tap]);
+  };
+#else
+  const auto samples = hn::LoadU(bytes, source + groups[0].base);
+  const auto first = hn::BitCast(words, hn::Load(bytes, groups[0].lanes));
+  const auto weights = [&](int tap) { return hn::Load(words, groups[0].weights[tap]); };
+#endif
+  const auto around = hn::Xor(samples, hn::Set(bytes, std::uint8_t{0x80}));
+  const auto term = [&](int tap) {
+    // The high byte of each lane names its sample, the low byte stays empty: the sample times 256.
+    const auto lanes = hn::Add(first, hn::Set(words, static_cast<std::int16_t>(tap << 8)));
+    return hn::MulFixedPoint15(hn::BitCast(words, hn::TableLookupBytesOr0(around, hn::BitCast(bytes, lanes))),
+                               weights(tap));
+  };
+  return hn::Add(hn::Add(term(0), term(1)), hn::Add(term(2), term(3)));
+}
+
+void filterRow(const std::uint8_t* source, const ColumnGroup* groups, int count, std::int16_t* result) {
+  int g = 0;
+  for (; g + groupsAtOnce <= count; g += groupsAtOnce)
+    hn::StoreU(filterGroups(source, groups + g), GroupWords(), result + g * groupSize);
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+  if (g < count) {
+    const ColumnGroup twice[2] = {groups[g], groups[g]};
+    const hn::FixedTag<std::int16_t, 8> half;
+    hn::StoreU(hn::LowerHalf(half, filterGroups(source, twice)), half, result + g * groupSize);
+  }
+#endif
+}
+
+using Words = hn::ScalableTag<std::int16_t>;
+using Bytes = hn::Rebind<std::uint8_t, Words>;
+
+HWY_INLINE auto widened(Words words, const std::uint8_t* row) {
+  return hn::PromoteTo(words, hn::LoadU(Bytes(), row));
+}
+
+HWY_INLINE auto coverageOf(Words words, Coverage coverage, int i) {
+  return coverage.each ? hn::LoadU(words, coverage.each + i) : hn::Set(words, coverage.all);
+}
+
+#endif
+
+void combineRows(const std::int16_t* const rows[taps], const RowWeights& weights, std::uint8_t* result,
+                 int count) {
+  int i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const Words words;
+  const int lanes = static_cast<int>(hn::Lanes(words));
+  const auto w0 = hn::Set(words, weights.weights[0]), w1 = hn::Set(words, weights.weights[1]);
+  const auto w2 = hn::Set(words, weights.weights[2]), w3 = hn::Set(words, weights.weights[3]);
+  const auto bias = hn::Set(words, weights.bias);
+  for (; i + lanes <= count; i += lanes) {
+    const auto upper = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, rows[0] + i), w0),
+                               hn::MulFixedPoint15(hn::LoadU(words, rows[1] + i), w1));
+    const auto lower = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, rows[2] + i), w2),
+                               hn::MulFixedPoint15(hn::LoadU(words, rows[3] + i), w3));
+    const auto sum = hn::ShiftRight<combineBits>(hn::Add(hn::Add(upper, lower), bias));
+    hn::StoreU(hn::DemoteTo(Bytes(), sum), Bytes(), result + i);
+  }
+#endif
+  for (; i < count; ++i) {
+    int sum = weights.bias;
+    for (int tap = 0; tap < taps; ++tap) sum += mulRounded(rows[tap][i], weights.weights[tap]);
+    result[i] = byte(sum >> combineBits);
+  }
+}
+
+#if HWY_TARGET != HWY_SCALAR
+template <class V>
+HWY_INLINE void blendVector(Words words, V source, Coverage coverage, std::uint8_t* target, int i) {
+  const auto below = widened(words, target + i);
+  const auto difference = hn::ShiftLeft<6>(hn::Sub(source, below));
+  const auto part = hn::MulFixedPoint15(difference, coverageOf(words, coverage, i));
+  const auto rounded = hn::ShiftRight<6>(hn::Add(part, hn::Set(words, std::int16_t{32})));
+  hn::StoreU(hn::DemoteTo(Bytes(), hn::Add(below, rounded)), Bytes(), target + i);
+}
+#endif
+
+void blend(const std::uint8_t* source, Coverage coverage, std::uint8_t* target, int count) {
+  int i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const Words words;
+  const int lanes = static_cast<int>(hn::Lanes(words));
+  for (; i + lanes <= count; i += lanes) blendVector(words, widened(words, source + i), coverage, target, i);
+#endif
+  for (; i < count; ++i) target[i] = blended(source[i], coverageAt(coverage, i), target[i]);
+}
+
+void blendValue(std::uint8_t source, Coverage coverage, std::uint8_t* target, int count) {
+  int i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const Words words;
+  const int lanes = static_cast<int>(hn::Lanes(words));
+  const auto value = hn::Set(words, std::int16_t{source});
+  for (; i + lanes <= count; i += lanes) blendVector(words, value, coverage, target, i);
+#endif
+  for (; i < count; ++i) target[i] = blended(source, coverageAt(coverage, i), target[i]);
+}
+
+void blendPremultiplied(const std::uint8_t* source, const std::uint8_t* alpha, Coverage coverage,
+                        std::uint8_t* target, int count) {
+  int i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const Words words;
+  const int lanes = static_cast<int>(hn::Lanes(words));
+  const auto scaled = [&](const std::uint8_t* row) {
+    return hn::ShiftLeft<blendBits>(widened(words, row + i));
+  };
+  for (; i + lanes <= count; i += lanes) {
+    const auto share = coverageOf(words, coverage, i);
+    const auto covered = hn::MulFixedPoint15(scaled(alpha), share);
+    const auto left =
+        hn::Sub(hn::Set(words, std::int16_t{32767}), hn::Add(covered, hn::ShiftRight<8>(covered)));
+    const auto sum = hn::SaturatedAdd(hn::MulFixedPoint15(scaled(source), share),
+                                      hn::MulFixedPoint15(scaled(target), left));
+    const auto rounded = hn::SaturatedAdd(sum, hn::Set(words, std::int16_t{1 << (blendBits - 1)}));
+    hn::StoreU(hn::DemoteTo(Bytes(), hn::ShiftRight<blendBits>(rounded)), Bytes(), target + i);
+  }
+#endif
+  for (; i < count; ++i)
+    target[i] = blendedPremultiplied(source[i], alpha[i], coverageAt(coverage, i), target[i]);
+}
+
+void halve(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* result, int count) {
+  int i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::RebindToUnsigned<Words> words;
+  const hn::Repartition<std::uint8_t, decltype(words)> pairs;
+  const int lanes = static_cast<int>(hn::Lanes(words));
+  const auto pairSum = [&](const std::uint8_t* row) {
+    const auto both = hn::BitCast(words, hn::LoadU(pairs, row + 2 * i));
+    return hn::Add(hn::And(both, hn::Set(words, std::uint16_t{0xFF})), hn::ShiftRight<8>(both));
+  };
+  for (; 2 * (i + lanes) <= count; i += lanes) {
+    const auto sum = hn::Add(hn::Add(pairSum(upper), pairSum(lower)), hn::Set(words, std::uint16_t{2}));
+    hn::StoreU(hn::DemoteTo(Bytes(), hn::BitCast(Words(), hn::ShiftRight<2>(sum))), Bytes(), result + i);
+  }
+#endif
+  for (; 2 * i < count; ++i) {
+    const int next = std::min(2 * i + 1, count - 1);
+    result[i] = byte((upper[2 * i] + upper[next] + lower[2 * i] + lower[next] + 2) >> 2);
+  }
+}
+
+void average(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* result, int count) {
+  int i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<std::uint8_t> bytes;
+  const int lanes = static_cast<int>(hn::Lanes(bytes));
+  for (; i + lanes <= count; i += lanes)
+    hn::StoreU(hn::AverageRound(hn::LoadU(bytes, upper + i), hn::LoadU(bytes, lower + i)), bytes, result + i);
+#endif
+  for (; i < count; ++i) result[i] = byte((upper[i] + lower[i] + 1) >> 1);
+}
+
+void weightedSum(const std::int16_t* const* terms, const std::int16_t* weights, int termCount,
+                 std::int16_t* result, int count) {
+  int i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const Words words;
+  const int lanes = static_cast<int>(hn::Lanes(words));
+  for (; i + lanes <= count; i += lanes) {
+    auto sum = hn::Zero(words);
+    for (int term = 0; term < termCount; ++term)
+      sum =
+          hn::Add(sum, hn::MulFixedPoint15(hn::LoadU(words, terms[term] + i), hn::Set(words, weights[term])));
+    hn::StoreU(sum, words, result + i);
+  }
+#endif
+  for (; i < count; ++i) {
+    int sum = 0;
+    for (int term = 0; term < termCount; ++term) sum += mulRounded(terms[term][i], weights[term]);
+    result[i] = static_cast<std::int16_t>(sum);
+  }
+}
+
+}  // namespace
+}  // namespace quillant::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace quillant::RowKernels {
+
+HWY_EXPORT(filterRow);
+HWY_EXPORT(combineRows);
+HWY_EXPORT(blend);
+HWY_EXPORT(blendValue);
+HWY_EXPORT(blendPremultiplied);
+HWY_EXPORT(halve);
+HWY_EXPORT(average);
+HWY_EXPORT(weightedSum);
+
+void filterRow(const std::uint8_t* source, const ColumnGroup* groups, int count, std::int16_t* result) {
+  HWY_DYNAMIC_DISPATCH(filterRow)(source, groups, count, result);
+}
+void combineRows(const std::int16_t* const rows[taps], const RowWeights& weights, std::uint8_t* result,
+                 int count) {
+  HWY_DYNAMIC_DISPATCH(combineRows)(rows, weights, result, count);
+}
+void blend(const std::uint8_t* source, Coverage coverage, std::uint8_t* target, int count) {
+  HWY_DYNAMIC_DISPATCH(blend)(source, coverage, target, count);
+}
+void blendValue(std::uint8_t source, Coverage coverage, std::uint8_t* target, int count) {
+  HWY_DYNAMIC_DISPATCH(blendValue)(source, coverage, target, count);
+}
+void blendPremultiplied(const std::uint8_t* source, const std::uint8_t* alpha, Coverage coverage,
+                        std::uint8_t* target, int count) {
+  HWY_DYNAMIC_DISPATCH(blendPremultiplied)(source, alpha, coverage, target, count);
+}
+void halve(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* result, int count) {
+  HWY_DYNAMIC_DISPATCH(halve)(upper, lower, result, count);
+}
+void average(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* result, int count) {
+  HWY_DYNAMIC_DISPATCH(average)(upper, lower, result, count);
+}
+void weightedSum(const std::int16_t* const* terms, const std::int16_t* weights, int termCount,
+                 std::int16_t* result, int count) {
+  HWY_DYNAMIC_DISPATCH(weightedSum)(terms, weights, termCount, result, count);
+}
+
+}  // namespace quillant::RowKernels
+#endif  // HWY_ONCE

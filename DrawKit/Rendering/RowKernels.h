@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+
+/// The inner loops of drawing, on rows of samples. All arithmetic is in fixed point and the same for every
+/// instruction set, and a sample does not depend on where a loop begins. Any thread.
+namespace quillant::RowKernels {
+
+/// Outputs of `filterRow` are made in groups of this many; a group reads `groupReach` bytes of its source
+/// row.
+constexpr int groupSize = 8;
+constexpr int groupReach = 16;
+constexpr int taps = 4;
+
+/// One of these a group: where its bytes begin, where in them each output's first tap is (in the high byte of
+/// a lane; the low byte is 0x80), and the weights, 1 being 2^14.
+struct ColumnGroup {
+  alignas(16) std::int16_t weights[taps][groupSize];
+  alignas(16) std::uint8_t lanes[2 * groupSize];
+  std::int32_t base;
+};
+
+/// Weighs the samples of a row: (sample - 128) * 128, rounded. Writes whole groups, `groupSize` values each.
+void filterRow(const std::uint8_t* source, const ColumnGroup* groups, int count, std::int16_t* result);
+
+/// What makes samples of filtered rows.
+struct RowWeights {
+  std::int16_t weights[taps];  ///< 1 is 2^14.
+  std::int16_t bias = 0;       ///< In 64ths, with the 128 of filtered samples and the rounding in it.
+};
+
+void combineRows(const std::int16_t* const rows[taps], const RowWeights& weights, std::uint8_t* result,
+                 int count);
+
+/// How much of what is drawn counts, 0 to 32767 being all: of each sample, or of all where `each` is null.
+struct Coverage {
+  static constexpr std::int16_t full = 32767;
+  const std::int16_t* each = nullptr;
+  std::int16_t all = full;
+};
+
+/// target = source * coverage + target * (1 - coverage)
+void blend(const std::uint8_t* source, Coverage coverage, std::uint8_t* target, int count);
+/// The same with one value for a whole row.
+void blendValue(std::uint8_t source, Coverage coverage, std::uint8_t* target, int count);
+/// target = source * coverage + target * (1 - alpha * coverage), where `source` is premultiplied.
+void blendPremultiplied(const std::uint8_t* source, const std::uint8_t* alpha, Coverage coverage,
+                        std::uint8_t* target, int count);
+
+/// The means of neighbours: of a row's pairs, and of the same in two rows (`lower` may be `upper`). An odd
+/// last sample stands for its pair. Writes (count + 1) / 2 samples.
+void halve(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* result, int count);
+/// The means of two rows.
+void average(const std::uint8_t* upper, const std::uint8_t* lower, std::uint8_t* result, int count);
+
+/// The sum of `count` values from each of `terms`, times its weight (1 being 2^15), rounded term by term.
+void weightedSum(const std::int16_t* const* terms, const std::int16_t* weights, int termCount,
+                 std::int16_t* result, int count);
+
+}  // namespace quillant::RowKernels

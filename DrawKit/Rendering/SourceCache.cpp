@@ -1,0 +1,71 @@
+#include "DrawKit/Rendering/SourceCache.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace quillant {
+
+namespace {
+
+/// Whether nobody but us has the picture any more, so that it cannot be drawn again.
+bool isGone(const Preparation& preparation) {
+  const auto* picture = std::get_if<PixelBufferRef>(&preparation.source);
+  return picture && picture->use_count() == 1;
+}
+
+}  // namespace
+
+const PreparedPicture& SourceCache::prepared(const Preparation& preparation) {
+  const auto found = std::ranges::find_if(
+      entries_, [&](const auto& entry) { return entry->picture.preparation == preparation; });
+  if (found != entries_.end()) {
+    (*found)->lastDrawn = frame_;
+    return (*found)->picture;
+  }
+  std::unique_ptr<Entry> entry;
+  if (spare_.empty()) {
+    entry = std::make_unique<Entry>();
+  } else {
+    entry = std::move(spare_.back());
+    spare_.pop_back();
+  }
+  prepare(preparation, store_, pool_, entry->picture);
+  entry->lastDrawn = frame_;
+  return entries_.emplace_back(std::move(entry))->picture;
+}
+
+void SourceCache::release(std::unique_ptr<Entry> entry) {
+  for (auto& block : entry->picture.blocks) store_.giveBack(std::move(block));
+  entry->picture.blocks.clear();
+  entry->picture.preparation.source = SerializableColor{};
+  spare_.push_back(std::move(entry));
+}
+
+void SourceCache::endFrame() {
+  const auto stays = [&](const auto& entry) {
+    return entry->lastDrawn == frame_ || !isGone(entry->picture.preparation);
+  };
+  const auto gone = std::stable_partition(entries_.begin(), entries_.end(), stays);
+  std::for_each(gone, entries_.end(), [&](auto& entry) { release(std::move(entry)); });
+  entries_.erase(gone, entries_.end());
+
+  std::size_t kept = 0;
+  for (const auto& entry : entries_) kept += entry->picture.bytes();
+  while (kept > mostBytes_) {
+    const auto oldest =
+        std::ranges::min_element(entries_, {}, [](const auto& entry) { return entry->lastDrawn; });
+    if ((*oldest)->lastDrawn == frame_) break;
+    kept -= (*oldest)->picture.bytes();
+    release(std::move(*oldest));
+    entries_.erase(oldest);
+  }
+  ++frame_;
+}
+
+void SourceCache::clear() {
+  entries_.clear();
+  spare_.clear();
+  store_.trim();
+}
+
+}  // namespace quillant

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "DrawKit/BandPool.h"
+#include "DrawKit/Rendering/BlockStore.h"
+#include "DrawKit/Rendering/PreparedPicture.h"
+
+namespace quillant {
+
+/// Prepared sources that may come again. One thread at a time.
+class SourceCache {
+ public:
+  SourceCache(std::size_t mostBytes, BandPool& pool) : mostBytes_(mostBytes), pool_(pool) {}
+
+  /// Of the frame that is being drawn; it stays until the end of that frame.
+  const PreparedPicture& prepared(const Preparation& preparation);
+  /// Lets go of what cannot come again, and of what is over the limit, the least recently drawn first.
+  void endFrame();
+  void clear();
+
+ private:
+  struct Entry {
+    PreparedPicture picture;
+    std::uint64_t lastDrawn = 0;
+  };
+
+  void release(std::unique_ptr<Entry> entry);
+
+  std::size_t mostBytes_;
+  BandPool& pool_;
+  BlockStore store_;
+  std::uint64_t frame_ = 1;
+  std::vector<std::unique_ptr<Entry>> entries_;
+  std::vector<std::unique_ptr<Entry>> spare_;
+};
+
+}  // namespace quillant
