@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include "Linux/Screen/ScreenStream.h"
-#include "Linux/Screen/X11ScreenService.h"
 #include "Tests/Support/VirtualDisplay.h"
 
 namespace quillant {
@@ -69,11 +68,10 @@ void capture(benchmark::State& state, const std::string& mode, bool withStream) 
   });
   SerialQueue queue("benchmark.samples");
   Holder holder;
-  const auto info = X11ScreenService(display.name()).content().displays.front();
-  ScreenStream stream(
-      display.name(),
-      {.displayID = info.id, .width = 1920, .height = 1080, .minimumFrameInterval = {1, rate}}, queue,
-      holder.callbacks());
+  const X11Monitor monitor = X11Layout::read(X11Connection(display.name())).main();
+  ScreenStream stream(display.name(), X11Connection::defaultPatience, {monitor, {0, 0, 1920, 1080}},
+                      {.width = 1920, .height = 1080, .minimumFrameInterval = {1, rate}}, queue,
+                      holder.callbacks());
   std::this_thread::sleep_for(std::chrono::seconds(1));  // until the window is there
   for ([[maybe_unused]] auto _ : state) {
     const double own = ownCPU();

@@ -23,25 +23,22 @@ const DisplayInfo& pickDisplay(std::optional<std::uint32_t> requested,
   throw CaptureError(problem);
 }
 
-WindowInfo findWindow(std::uint32_t id, const std::vector<WindowInfo>& windows, WindowFrameProbe* probe) {
-  const auto found =
-      std::find_if(windows.begin(), windows.end(), [&](const WindowInfo& window) { return window.id == id; });
+const WindowInfo& findWindow(std::uint32_t id, const std::vector<WindowInfo>& windows) {
+  const auto found = std::ranges::find(windows, id, &WindowInfo::id);
   if (found == windows.end()) throw CaptureError(CaptureError::WindowNotFound{id});
-  const auto current = probe ? probe->frame(id) : std::nullopt;
-  return {found->id, found->title, current.value_or(found->frame)};
+  return *found;
 }
 
 }  // namespace
 
-CaptureTarget CaptureTarget::resolve(const CaptureOptions& options, const ShareableContent& content,
-                                     WindowFrameProbe* windowFrames) {
+CaptureTarget CaptureTarget::resolve(const CaptureOptions& options, const ShareableContent& content) {
   const auto& display = pickDisplay(options.displayID, content.displays);
   if (options.windowID) {
-    auto window = findWindow(*options.windowID, content.windows, windowFrames);
+    const auto& window = findWindow(*options.windowID, content.windows);
     const auto geometry = WindowCaptureMapper::geometry(
         window.frame, AreaCaptureMapper::backingScale(window.frame, content.displays), options.resolution);
     return {.displayID = display.id,
-            .window = std::move(window),
+            .window = window,
             .telemetryRegion = geometry.telemetryRegion,
             .width = geometry.outputWidth,
             .height = geometry.outputHeight};

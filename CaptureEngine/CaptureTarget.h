@@ -6,12 +6,12 @@
 
 #include "CaptureEngine/CaptureOptions.h"
 #include "CaptureEngine/ScreenService.h"
-#include "CaptureEngine/WindowFrameProbe.h"
 #include "Core/Geometry.h"
 
 namespace quillant {
 
-/// What of the desktop a session records, and how large its picture is.
+/// What of the desktop a session records, and how large its picture is, on a platform that has global
+/// coordinates and lets a program choose.
 struct CaptureTarget {
   std::uint32_t displayID = 0;
   std::optional<WindowInfo> window;  ///< As it was at the start.
@@ -20,9 +20,10 @@ struct CaptureTarget {
   int width = 0;                     ///< Pixels of the recorded picture, even.
   int height = 0;
 
-  /// Finds what `options` ask for. `windowFrames` may be null. Throws `CaptureError`.
-  static CaptureTarget resolve(const CaptureOptions& options, const ShareableContent& content,
-                               WindowFrameProbe* windowFrames);
+  RecordedSource source() const { return {width, height, {telemetryRegion.width, telemetryRegion.height}}; }
+
+  /// Finds what `options` ask for. Throws `CaptureError`.
+  static CaptureTarget resolve(const CaptureOptions& options, const ShareableContent& content);
 
   friend bool operator==(const CaptureTarget&, const CaptureTarget&) = default;
 };

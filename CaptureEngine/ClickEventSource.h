@@ -31,16 +31,14 @@ struct ClickEvent {
 /// The desktop's mouse clicks as events, where the platform has them.
 class ClickEventSource {
  public:
-  /// Both run on a thread of the source's own and must not block; they may run before `start` returns.
-  struct Handlers {
-    std::function<void(const ClickEvent&)> onEvent;
-    std::function<void()> onLost;  ///< No event comes any more; at most once, and not after `stop`.
-  };
+  using Handler = std::function<void(const ClickEvent&)>;
 
   virtual ~ClickEventSource() = default;
-  /// Whether events are going to be delivered; false means that the buttons have to be polled.
-  virtual bool start(Handlers handlers) = 0;
-  /// No handler runs any more once this has returned; does nothing if not started.
+  /// Whether events are going to be delivered; false means that the buttons have to be polled. The handler
+  /// may run on any thread, and must not block.
+  virtual bool start(Handler handler) = 0;
+  /// Delivers what has happened until now. The handler does not run any more once this has returned; does
+  /// nothing if not started.
   virtual void stop() = 0;
 };
 

@@ -15,39 +15,31 @@ constexpr auto buttonInterval = 4ms;
 
 }  // namespace
 
-CursorTelemetryRecorder::CursorTelemetryRecorder(Configuration configuration,
-                                                 std::unique_ptr<ClickEventSource> clickEvents)
-    : track_(std::move(configuration)), clickEvents_(std::move(clickEvents)) {}
+CursorTelemetryRecorder::CursorTelemetryRecorder(Configuration configuration, ClickEventSource* clickEvents)
+    : track_(std::move(configuration)), clickEvents_(clickEvents) {}
 
 CursorTelemetryRecorder::~CursorTelemetryRecorder() {
   stop();
 }
 
 void CursorTelemetryRecorder::start() {
-  // On the queue, so that an event which comes at once waits behind the decision that events count.
   queue_.sync([this] {
-    const bool fromEvents =
-        clickEvents_ &&
-        clickEvents_->start({.onEvent =
-                                 [this](const ClickEvent& event) {
-                                   queue_.async([this, event] { track_.handleClickEvent(event); });
-                                 },
-                             .onLost = [this] { queue_.async([this] { pollButtons(); }); }});
+    // Told on the queue, behind the sample that is being taken.
+    const bool fromEvents = clickEvents_ && clickEvents_->start([this](const ClickEvent& event) {
+      queue_.async([this, event] { track_.handleClickEvent(event); });
+    });
     track_.setClicksFromEvents(fromEvents);
     timer_ =
         std::make_unique<QueueTimer>(queue_, 0s, sampleInterval, [this] { track_.tick(HostClock::now()); });
-    if (!fromEvents) pollButtons();
+    if (!fromEvents)
+      buttonTimer_ =
+          std::make_unique<QueueTimer>(queue_, 0s, buttonInterval, [this] { track_.pollButtons(); });
   });
 }
 
-void CursorTelemetryRecorder::pollButtons() {
-  track_.setClicksFromEvents(false);
-  buttonTimer_ = std::make_unique<QueueTimer>(queue_, 0s, buttonInterval, [this] { track_.pollButtons(); });
-}
-
 void CursorTelemetryRecorder::stop() {
-  if (clickEvents_) clickEvents_->stop();
   queue_.sync([this] {
+    if (clickEvents_) clickEvents_->stop();
     buttonTimer_.reset();
     timer_.reset();
   });

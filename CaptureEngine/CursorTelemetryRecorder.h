@@ -12,9 +12,10 @@
 namespace quillant {
 
 /// Records where the pointer was and when it clicked, for the editor to draw the cursor afresh and to find
-/// zooms. Nothing here can fail a recording: what cannot be read is (0, 0), lost events mean polled buttons.
+/// zooms. Nothing here can fail a recording.
 ///
-/// The track belongs to the recorder's queue, on which the configuration's callbacks run too. `start`,
+/// The track belongs to the recorder's queue, on which the pointer is read and the clicks are started and
+/// stopped, too. `start`,
 /// `stop`, `payload` and `clickDiagnostics` are called by the one owner, off that queue. Used once: started,
 /// stopped, read.
 class CursorTelemetryRecorder {
@@ -22,9 +23,8 @@ class CursorTelemetryRecorder {
   using Snapshot = CursorTrack::Snapshot;
   using Configuration = CursorTrack::Configuration;
 
-  /// Without `clickEvents` the buttons are polled.
-  explicit CursorTelemetryRecorder(Configuration configuration,
-                                   std::unique_ptr<ClickEventSource> clickEvents = nullptr);
+  /// Without `clickEvents`, which outlive the recorder, the buttons are polled.
+  explicit CursorTelemetryRecorder(Configuration configuration, ClickEventSource* clickEvents = nullptr);
   /// Stops if that has not been done.
   ~CursorTelemetryRecorder();
   CursorTelemetryRecorder(const CursorTelemetryRecorder&) = delete;
@@ -40,10 +40,8 @@ class CursorTelemetryRecorder {
   ClickDiagnostics clickDiagnostics();
 
  private:
-  void pollButtons();
-
   CursorTrack track_;
-  std::unique_ptr<ClickEventSource> clickEvents_;
+  ClickEventSource* const clickEvents_;
   std::unique_ptr<QueueTimer> timer_;
   std::unique_ptr<QueueTimer> buttonTimer_;
   SerialQueue queue_{"quillant.capture.cursor"};  // last: it is joined before what runs on it goes

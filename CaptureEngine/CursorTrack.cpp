@@ -34,12 +34,9 @@ void CursorTrack::tick(MediaTime time) {
   const bool leftWasDown = previousLeft_;
   const bool rightWasDown = previousRight_;
   remember(snapshot);
-  if (!adjusted) {
-    lastPausedTick_ = time;
-    return;
-  }
+  if (!adjusted) return;
 
-  const Rect region = configuration_.liveRegion ? configuration_.liveRegion() : configuration_.region;
+  const Rect region = snapshot.liveRegion.value_or(configuration_.region);
   const Sample& sample = samples_.emplace_back(Sample{*adjusted, snapshot.location, region});
   bool left = pendingEvents.contains(MouseButton::left);
   bool right = pendingEvents.contains(MouseButton::right);
@@ -73,8 +70,6 @@ void CursorTrack::handleClickEvent(const ClickEvent& event) {
 }
 
 void CursorTrack::press(const ClickEvent& event) {
-  // A press out of a pause that has ended since would land on a sample from before the pause.
-  if (lastPausedTick_.isValid() && event.hostTime <= lastPausedTick_) return;
   const auto time = adjust(event.hostTime);
   if (!time) return;
   pressStarts_[event.button] = event.hostTime;

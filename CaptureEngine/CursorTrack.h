@@ -22,15 +22,16 @@ class CursorTrack {
  public:
   /// The pointer at one moment.
   struct Snapshot {
-    Point location;  ///< Global points, origin at the top left of the primary display.
+    Point location;  ///< In the region's coordinates; outside it when the pointer is.
     bool leftDown = false;
     bool rightDown = false;
+    std::optional<Rect>
+        liveRegion;  ///< What is recorded at this moment, if that can move or change its size.
   };
 
   struct Configuration {
-    Rect region;                       ///< What is recorded, in the snapshot's coordinates, as at the start.
-    std::function<Rect()> liveRegion;  ///< Where it is now, if it can move; may be empty.
-    std::function<Snapshot()> source;  ///< Read for every sample.
+    Rect region;                             ///< What is recorded, as at the start: points, y downwards.
+    std::function<Snapshot()> source;        ///< Read for every sample.
     std::shared_ptr<PauseClock> pauseClock;  ///< May be null.
   };
 
@@ -76,9 +77,8 @@ class CursorTrack {
   bool pendingRightPress_ = false;
   int caughtBetweenSamples_ = 0;
   bool clicksFromEvents_ = false;
-  std::set<MouseButton> pendingEventPresses_;        // the next tick records them
-  std::map<MouseButton, MediaTime> pressStarts_;     // raw host times
-  MediaTime lastPausedTick_ = MediaTime::invalid();  // raw host time
+  std::set<MouseButton> pendingEventPresses_;     // the next tick records them
+  std::map<MouseButton, MediaTime> pressStarts_;  // raw host times
 };
 
 }  // namespace quillant

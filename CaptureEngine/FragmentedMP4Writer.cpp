@@ -49,12 +49,13 @@ std::optional<MediaTime> FragmentedMP4Writer::adjust(MediaTime time) const {
 void FragmentedMP4Writer::append(PixelBufferRef pixelBuffer, MediaTime time) {
   if (finished_) return;
   const auto adjusted = adjust(time);
-  if (adjusted && writer_.status() == AssetWriter::Status::failed) throw WriterError(writer_.error());
-  isBehind_ = !adjusted || !isInOrder(*adjusted) || !appendNow(pixelBuffer, *adjusted);
+  if (!adjusted) return;  // what was shown during a pause is not for the file, neither now nor later
+  if (writer_.status() == AssetWriter::Status::failed) throw WriterError(writer_.error());
+  isBehind_ = !isInOrder(*adjusted) || !appendNow(pixelBuffer, *adjusted);
   // Dropped or not, it is what the screen shows until it changes again, so it is the one to repeat.
   lastPixelBuffer_ = std::move(pixelBuffer);
   // If a repeat was stamped while the picture was fetched, it shows now and not a beat later.
-  if (adjusted && isBehind_) repeatIfStill(configuration_.now());
+  if (isBehind_) repeatIfStill(configuration_.now());
 }
 
 bool FragmentedMP4Writer::isInOrder(MediaTime adjusted) const {

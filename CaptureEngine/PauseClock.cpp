@@ -15,7 +15,7 @@ void PauseClock::resume(MediaTime now) {
     if (!paused_ || !pauseStart_.isValid()) return;
     accumulatedOffset_ = accumulatedOffset_ + (now - pauseStart_);
     paused_ = false;
-    pauseStart_ = MediaTime::invalid();
+    pauseEnd_ = now;
   }
   resumed_.emit(now);
 }
@@ -28,6 +28,10 @@ bool PauseClock::isPaused() const {
 std::optional<MediaTime> PauseClock::adjust(MediaTime time) const {
   const std::lock_guard guard(lock_);
   if (paused_) return std::nullopt;
+  if (time < pauseEnd_) {
+    if (time > pauseStart_) return std::nullopt;
+    return time - (accumulatedOffset_ - (pauseEnd_ - pauseStart_));
+  }
   return time - accumulatedOffset_;
 }
 

@@ -20,7 +20,8 @@ class PauseClock {
   void resume(MediaTime now);
   bool isPaused() const;
 
-  /// `time` without all closed pauses; nothing while paused, when a sample is to be dropped.
+  /// `time` without the closed pauses before it. Nothing while paused, nor for a time inside the latest
+  /// pause: a sample that was taken then is dropped, however late it comes.
   std::optional<MediaTime> adjust(MediaTime time) const;
   /// Tells that a pause has been closed, and when: on the thread that closed it.
   Signal<MediaTime>& resumed() { return resumed_; }
@@ -32,7 +33,8 @@ class PauseClock {
   Signal<MediaTime> resumed_;
   mutable std::mutex lock_;
   bool paused_ = false;
-  MediaTime pauseStart_ = MediaTime::invalid();
+  MediaTime pauseStart_ = MediaTime::invalid();  ///< Of the latest pause, open or closed.
+  MediaTime pauseEnd_ = MediaTime::invalid();    ///< Of the latest closed pause.
   MediaTime accumulatedOffset_ = MediaTime::zero();
 };
 

@@ -47,11 +47,11 @@ Task<void> requestCamera(CameraService* camera) {
   if (!isAllowed) throw FacecamError(FacecamError::Kind::permissionDenied);
 }
 
-ShareableContent shareableContent(ScreenService& screen) {
+Task<std::unique_ptr<ScreenSession>> openScreen(ScreenService& screen, const CaptureOptions& options) {
   try {
-    return screen.content();
+    co_return co_await screen.openSession(options);
   } catch (const ScreenError& error) {
-    if (error.kind() == ScreenError::Kind::unsupportedFormat) throw;
+    if (error.kind() != ScreenError::Kind::unavailable) throw;
     throw CaptureError(CaptureError::PermissionDenied{error.description()});
   }
 }
@@ -69,7 +69,7 @@ bool carriesSound(const std::filesystem::path& video) {
 Task<std::unique_ptr<ScreenCapturer>> ScreenCapturer::make(CaptureServices services, CaptureOptions options,
                                                            FailureCallback onFailure) {
   // A strand of its own: what the services and the disk take their time for holds nobody else up.
-  return runOn(makeStrand(), makeChecked(std::move(services), std::move(options), std::move(onFailure)));
+  return runOn(makeStrand(), makeChecked(services, std::move(options), std::move(onFailure)));
 }
 
 Task<std::unique_ptr<ScreenCapturer>> ScreenCapturer::makeChecked(CaptureServices services,
@@ -79,20 +79,19 @@ Task<std::unique_ptr<ScreenCapturer>> ScreenCapturer::makeChecked(CaptureService
   if (options.mic) co_await requestMicrophone(services.sound);
   if (options.systemAudio && !services.sound) throw SystemAudioError("there is no sound server");
   if (options.facecam) co_await requestCamera(services.camera);
-  const auto content = shareableContent(*services.screen);
-  auto target = CaptureTarget::resolve(options, content, services.windowFrames);
+  auto session = co_await openScreen(*services.screen, options);
   std::unique_ptr<ScreenCapturer> capturer(
-      new ScreenCapturer(std::move(services), std::move(options), target, std::move(onFailure)));
+      new ScreenCapturer(services, std::move(options), std::move(session), std::move(onFailure)));
   capturer->createFilesAndSources();
   co_return capturer;
 }
 
-ScreenCapturer::ScreenCapturer(CaptureServices services, CaptureOptions options, CaptureTarget target,
-                               FailureCallback onFailure)
-    : services_(std::move(services)),
+ScreenCapturer::ScreenCapturer(CaptureServices services, CaptureOptions options,
+                               std::unique_ptr<ScreenSession> session, FailureCallback onFailure)
+    : services_(services),
       options_(std::move(options)),
-      target_(target),
-      onFailure_(std::move(onFailure)) {}
+      onFailure_(std::move(onFailure)),
+      session_(std::move(session)) {}
 
 void ScreenCapturer::createFilesAndSources() {
   if (options_.mic) micMeter_.emplace();
@@ -110,8 +109,8 @@ void ScreenCapturer::makeWriter() {
       FragmentedMP4Writer::Configuration{
           .outputURL = options_.outputURL,
           .container = MediaContainer::mp4,
-          .video = {.width = target_.width,
-                    .height = target_.height,
+          .video = {.width = session_->source().width,
+                    .height = session_->source().height,
                     .expectedFrameRate = options_.effectiveFrameRate(),
                     .color = ColorTagging::p3D65Rec709},
           .microphone = options_.mic,
@@ -123,17 +122,16 @@ void ScreenCapturer::makeWriter() {
 }
 
 void ScreenCapturer::makeStream() {
-  const StreamConfiguration configuration{.displayID = target_.displayID,
-                                          .windowID = options_.windowID,
-                                          .sourceRect = target_.sourceRect,
-                                          .width = target_.width,
-                                          .height = target_.height,
-                                          .minimumFrameInterval = options_.minimumFrameInterval()};
-  control_ = services_.screen->makeStream(
-      configuration, sampleQueue_,
+  control_ = session_->makeStream(
+      {.width = session_->source().width,
+       .height = session_->source().height,
+       .minimumFrameInterval = options_.minimumFrameInterval()},
+      sampleQueue_,
       {.onFrame = [this](PixelBufferRef pixelBuffer,
                          MediaTime time) { receiveFrame(std::move(pixelBuffer), time); },
        .onStopped = [this](std::exception_ptr error) { reportFailure(std::move(error)); }});
+  // The recording goes on with what the screen shows then; what it showed during the pause is dropped.
+  resumed_ = pauseClock_->resumed().connect([this](const MediaTime&) { control_->refresh(); });
 }
 
 void ScreenCapturer::makeSound() {
@@ -155,15 +153,12 @@ void ScreenCapturer::makeFacecam() {
 
 void ScreenCapturer::makeTelemetryRecorder() {
   if (!options_.telemetry) return;
-  CursorTelemetryRecorder::Configuration configuration{
-      .region = target_.telemetryRegion, .source = services_.pointer, .pauseClock = pauseClock_};
-  if (target_.window && services_.windowFrames)
-    configuration.liveRegion = [probe = services_.windowFrames, id = target_.window->id,
-                                atStart = target_.window->frame] {
-      return probe->frame(id).value_or(atStart);
-    };
+  const Size size = session_->source().points;
   telemetryRecorder_ = std::make_unique<CursorTelemetryRecorder>(
-      std::move(configuration), services_.makeClickEvents ? services_.makeClickEvents() : nullptr);
+      CursorTelemetryRecorder::Configuration{.region = {0, 0, size.width, size.height},
+                                             .source = [this] { return session_->pointer(); },
+                                             .pauseClock = pauseClock_},
+      session_->clickEvents());
 }
 
 Task<void> ScreenCapturer::start() {

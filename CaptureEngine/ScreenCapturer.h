@@ -7,11 +7,11 @@
 #include "CaptureEngine/AudioLevelMeter.h"
 #include "CaptureEngine/CaptureOptions.h"
 #include "CaptureEngine/CaptureServices.h"
-#include "CaptureEngine/CaptureTarget.h"
 #include "CaptureEngine/CursorTelemetryRecorder.h"
 #include "CaptureEngine/FragmentedMP4Writer.h"
 #include "CaptureEngine/SessionCapturing.h"
 #include "Core/SerialQueue.h"
+#include "Core/Signal.h"
 #include "Core/Task.h"
 
 namespace quillant {
@@ -38,7 +38,7 @@ class ScreenCapturer : public SessionCapturing {
   AssetWriterCounters counters() const { return writer_->counters(); }
 
  private:
-  ScreenCapturer(CaptureServices services, CaptureOptions options, CaptureTarget target,
+  ScreenCapturer(CaptureServices services, CaptureOptions options, std::unique_ptr<ScreenSession> session,
                  FailureCallback onFailure);
 
   static Task<std::unique_ptr<ScreenCapturer>> makeChecked(CaptureServices services, CaptureOptions options,
@@ -62,7 +62,6 @@ class ScreenCapturer : public SessionCapturing {
 
   const CaptureServices services_;
   const CaptureOptions options_;
-  const CaptureTarget target_;
   const FailureCallback onFailure_;
   const std::shared_ptr<PauseClock> pauseClock_ = std::make_shared<PauseClock>();
   std::optional<AudioLevelMeter> micMeter_;
@@ -71,7 +70,9 @@ class ScreenCapturer : public SessionCapturing {
   // Destroyed from the last to the first: the sources before what they feed.
   SerialQueue sampleQueue_{"quillant.capture.video"};
   std::unique_ptr<FragmentedMP4Writer> writer_;
+  std::unique_ptr<ScreenSession> session_;
   std::unique_ptr<StreamControlling> control_;
+  Connection resumed_;
   std::unique_ptr<SoundStream> systemAudio_;
   std::unique_ptr<SoundStream> micCapture_;
   std::unique_ptr<FacecamCapturing> facecamCapture_;

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "CaptureEngine/CaptureOptions.h"
+#include "CaptureEngine/ClickEventSource.h"
+#include "CaptureEngine/CursorTrack.h"
 #include "Core/Error.h"
 #include "Core/Geometry.h"
 #include "Core/MediaTime.h"
@@ -40,11 +43,8 @@ struct ShareableContent {
   std::vector<WindowInfo> windows;
 };
 
-/// What a stream shall deliver.
+/// What a stream shall deliver of what its session records.
 struct StreamConfiguration {
-  std::uint32_t displayID = 0;
-  std::optional<std::uint32_t> windowID;  ///< Set: this window alone, whatever covers it.
-  std::optional<Rect> sourceRect;         ///< Points, origin at the display's top left; absent: all of it.
   /// Pixels of the delivered picture, even. A source larger by less than two pixels is cropped, any other is
   /// scaled, and never stretched: what the source does not fill is black. So is what an area has beyond its
   /// display. A window that changes its size keeps its scale and its top left, and is shrunk where it no
@@ -56,11 +56,11 @@ struct StreamConfiguration {
   friend bool operator==(const StreamConfiguration&, const StreamConfiguration&) = default;
 };
 
-/// Why no picture comes: the server cannot be reached or refuses, its pixels cannot be recorded, or a running
-/// stream has ended.
+/// Why no picture comes: the server cannot be reached or refuses, shows nothing that could be recorded, or a
+/// running stream has ended.
 class ScreenError : public Error {
  public:
-  enum class Kind { unavailable, unsupportedFormat, displayChanged, windowClosed, serverLost };
+  enum class Kind { unavailable, notRecordable, displayChanged, windowClosed, serverLost };
   ScreenError(Kind kind, std::string description) : Error(std::move(description)), kind_(kind) {}
   Kind kind() const { return kind_; }
 
@@ -75,6 +75,9 @@ class StreamControlling {
   /// Ends once the first picture is with the sample queue, or at once if there is nothing to see yet, as in a
   /// hidden window. Throws ScreenError.
   virtual Task<void> startCapture() = 0;
+  /// Delivers what is shown from now on, even if it is what was delivered last: the picture is fetched, and
+  /// stamped, after this call. Any thread; does nothing unless the stream runs.
+  virtual void refresh() = 0;
   virtual Task<void> stopCapture() = 0;  ///< Throws ScreenError; no callback runs after it.
 };
 
@@ -86,16 +89,55 @@ struct StreamCallbacks {
   std::function<void(std::exception_ptr)> onStopped;
 };
 
+/// What a session records, as it was when the session was opened.
+struct RecordedSource {
+  int width = 0;  ///< Pixels of the recorded picture, even.
+  int height = 0;
+  Size points;  ///< The same in points: what the pointer's track is told in.
+  friend bool operator==(const RecordedSource&, const RecordedSource&) = default;
+};
+
+/// One recording's hold on the desktop: the picture, the pointer and the clicks of one source.
+///
+/// The session owns whatever connects it to the desktop, and the time limits of that. No call of it or of
+/// what it gives waits for a desktop that does not answer longer than a bounded time: opening and starting
+/// then fail, a running stream ends by itself, the pointer stays where it was, and stopping is prompt.
+///
+/// Everything about the source is frozen when the session is opened. There is one system of coordinates:
+/// points of the source, origin at its top left, y downwards. Where on the desktop the source lies, and
+/// whether there are global coordinates at all, is the platform's business; monitors that come and go and a
+/// scale that changes never move anything. A source that can no longer be recorded as it was ends the stream.
+///
+/// Opened, used and destroyed by one owner, after the stream that it made.
+class ScreenSession {
+ public:
+  virtual ~ScreenSession() = default;
+
+  virtual const RecordedSource& source() const = 0;
+  /// Called once. The callbacks' queue outlives the stream.
+  virtual std::unique_ptr<StreamControlling> makeStream(const StreamConfiguration& configuration,
+                                                        SerialQueue& sampleQueue,
+                                                        StreamCallbacks callbacks) = 0;
+  /// Where the pointer is now, as far as is known. One thread at a time, the one that starts and stops
+  /// `clickEvents` too; quick enough for every sample of a track.
+  virtual CursorTrack::Snapshot pointer() = 0;
+  /// The clicks, told at the latest while `pointer` is read next. Null where the desktop tells of none; where
+  /// it does not tell of the buttons' state either, a recording has no clicks.
+  virtual ClickEventSource* clickEvents() = 0;
+};
+
 /// The screen as the capture engine needs it.
 class ScreenService {
  public:
   virtual ~ScreenService() = default;
-  /// Blocking; off the main thread. Throws ScreenError of kind unavailable when there is no display server,
-  /// and of kind unsupportedFormat when no stream could deliver its pixels.
+  /// What a program may choose from; empty where only the user may, in a dialog of the desktop's own.
+  /// Blocking, for a bounded time; off the main thread. Throws ScreenError of kind unavailable when there is
+  /// no display server, notRecordable when the one that answers cannot be recorded.
   virtual ShareableContent content() = 0;
-  virtual std::unique_ptr<StreamControlling> makeStream(const StreamConfiguration& configuration,
-                                                        SerialQueue& sampleQueue,
-                                                        StreamCallbacks callbacks) = 0;
+  /// Opens what `options` choose: of them only display, area, window and resolution count. Where the user
+  /// chooses, it ends with the choice. May block for a bounded time; off the main thread. Throws
+  /// CaptureError, or ScreenError as `content` does.
+  virtual Task<std::unique_ptr<ScreenSession>> openSession(CaptureOptions options) = 0;
 };
 
 }  // namespace quillant

@@ -21,6 +21,11 @@ std::filesystem::path folderOf(const std::filesystem::path& path) {
   return path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
 }
 
+/// How the names of the temporary files begin that come before `path`; `randomLength` letters follow.
+std::string temporaryPrefix(const std::filesystem::path& path) {
+  return "." + path.filename().string() + ".";
+}
+
 constexpr std::size_t randomLength = 6;
 
 /// Makes a fresh file beside `path`. The name is put into `name`.
@@ -29,7 +34,7 @@ FileDescriptor createBeside(const std::filesystem::path& path, mode_t mode, std:
   FileDescriptor file;
   for (int i = 0; !file && (i == 0 || (errno == EEXIST && i < tries)); ++i) {
     const auto random = UUID::random().text().substr(0, randomLength);
-    name = (folderOf(path) / ("." + path.filename().string() + "." + random)).string();
+    name = (folderOf(path) / (temporaryPrefix(path) + random)).string();
     file = FileDescriptor(::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
   }
   return file;
@@ -82,11 +87,28 @@ void write(const std::filesystem::path& path, std::string_view contents, std::op
     ::fsync(opened.get());
 }
 
+void removeTemporaries(const std::filesystem::path& path) noexcept {
+  try {
+    const auto prefix = temporaryPrefix(path);
+    std::error_code error;
+    for (auto file = std::filesystem::directory_iterator(folderOf(path), error);
+         !error && file != std::filesystem::directory_iterator(); file.increment(error)) {
+      const auto name = file->path().filename().string();
+      if (name.starts_with(prefix) && name.size() == prefix.size() + randomLength)
+        ::unlink(file->path().c_str());
+    }
+  } catch (const std::exception&) {
+    // They stay for the next time.
+  }
+}
+
 std::string read(const std::filesystem::path& path, std::size_t limit) {
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0) throw FileError("read", path, lastError());
   if (S_ISDIR(status.st_mode)) throw FileError("read", path, std::make_error_code(std::errc::is_a_directory));
+  if (!S_ISREG(status.st_mode))
+    throw FileError("read", path, std::make_error_code(std::errc::operation_not_supported));
   std::string contents;
   contents.resize(std::min(limit, static_cast<std::size_t>(status.st_size)) + 1);
   std::size_t size = 0;

@@ -33,7 +33,12 @@ namespace AtomicFile {
 void write(const std::filesystem::path& path, std::string_view contents,
            std::optional<unsigned> mode = std::nullopt);
 
-/// The whole file; one larger than `limit` bytes is refused with `file_too_large`.
+/// Removes what writes of `path` have left behind whose process was killed. Only for who knows that nobody
+/// writes it meanwhile. Throws nothing.
+void removeTemporaries(const std::filesystem::path& path) noexcept;
+
+/// The whole file; one larger than `limit` bytes is refused with `file_too_large`. What is no file, such as a
+/// pipe that would have to be waited for, is refused.
 std::string read(const std::filesystem::path& path, std::size_t limit = std::size_t{1} << 30);
 
 /// Whether a file of this name may be what `write` left behind when its process was killed.

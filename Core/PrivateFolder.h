@@ -9,4 +9,8 @@ namespace quillant::PrivateFolder {
 /// that nobody else may look into it. Blocking; throws `FileError`.
 void ensure(const std::filesystem::path& folder);
 
+/// Makes sure that `file`, in such a folder, is a file of this user's and no link to one, and that nobody
+/// else may read or write it. Blocking; throws `FileError`.
+void ensureFile(const std::filesystem::path& file);
+
 }  // namespace quillant::PrivateFolder

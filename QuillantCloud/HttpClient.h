@@ -53,7 +53,7 @@ class TransportError : public Error {
  public:
   enum class Kind {
     unreachable,     ///< No connection: the name, the network, the certificate.
-    interrupted,     ///< The connection broke off.
+    interrupted,     ///< The connection broke off, or the server agreed before the whole body was sent.
     timedOut,        ///< See `HttpRequest::timeout`.
     cancelled,       ///< The awaiting coroutine was.
     unreadableBody,  ///< The body's file cannot be opened, or ended early.

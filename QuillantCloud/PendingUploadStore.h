@@ -6,27 +6,40 @@
 #include <vector>
 
 #include "QuillantCloud/PendingUpload.h"
+#include "QuillantCloud/UploadClaim.h"
 
 namespace quillant {
 
-/// The folder of pending uploads, a file each. Blocking; files are replaced whole, which is all the
-/// protection that a reader beside a writer has.
+/// The folder of pending uploads, a file each, named after the entry's id: a UUID. What has another name,
+/// says that it is another entry, or cannot be understood, is none of them and left alone.
+///
+/// Blocking. Files are replaced whole, so that reading needs nothing else. Who runs an entry or writes its
+/// files has its claim, and reads the entry again once it has it.
 struct PendingUploadStore {
-  std::filesystem::path directory;  ///< Made when the first entry is saved.
+  std::filesystem::path directory;  ///< Made, for its user alone, when the first entry is claimed or saved.
 
-  /// Throws `FileError`.
+  /// Nothing while another run has it, in this process or another one. Throws `FileError`.
+  std::optional<UploadClaim> claim(const std::string& id) const;
+  /// The process that has the claim, 0 if that is not known; nothing if nobody has it.
+  std::optional<pid_t> claimant(const std::string& id) const;
+
+  /// Throws `FileError`, and `UploadError` if one of its paths is not UTF-8.
   void save(const PendingUpload& entry) const;
   /// For what is only noted: where it cannot be saved, the entry stays as it was and is tried again.
   void saveIfPossible(const PendingUpload& entry) const;
-  /// Nothing if there is no such file or it cannot be understood.
+  /// Nothing if there is no such entry.
   std::optional<PendingUpload> load(const std::string& id) const;
   /// The poster made for the entry goes with it. A file that is not there, or that cannot be removed, is no
   /// error.
   void remove(const std::string& id) const;
-  /// Oldest first. Files that cannot be read or understood are left out and left alone.
+  /// Oldest first; none if the folder cannot be listed. Throws `FileError` if it is not the user's own: what
+  /// somebody else put there is not sent.
   std::vector<PendingUpload> all() const;
-  /// Where a poster is kept that is made for the entry's upload alone. Makes the folder.
-  std::filesystem::path makePosterPath(const std::string& id) const;
+  /// Where a poster is kept that is made for the entry's upload alone.
+  std::filesystem::path posterPath(const std::string& id) const;
+  /// Removes what processes have left here that were killed: posters without an entry, halves of files.
+  /// Throws as `all` does.
+  void removeLitter() const;
 };
 
 }  // namespace quillant

@@ -1,28 +1,34 @@
 #include "QuillantCloud/PresignedPut.h"
 
+#include <optional>
 #include <utility>
 
 #include "Core/Text.h"
+#include "QuillantCloud/URL.h"
 #include "QuillantCloud/UploadError.h"
 
 namespace quillant::PresignedPut {
 
 namespace {
 
-/// Thins reports of bytes out to one for each tenth.
+/// Thins reports of bytes out to one for each tenth, and has them made by `executor`: whoever is told may be
+/// slow, as a terminal is that stands still, and the thread that the reports come from has a transfer to keep
+/// going.
 class TenthsOfProgress {
  public:
-  explicit TenthsOfProgress(UploadTransport::Progress progress) : progress_(std::move(progress)) {}
+  TenthsOfProgress(Executor executor, UploadTransport::Progress progress)
+      : executor_(std::move(executor)), progress_(std::move(progress)) {}
 
   void operator()(std::int64_t sent, std::int64_t total) {
     if (total < 1) return;
     const double fraction = static_cast<double>(sent) / static_cast<double>(total);
     const int tenth = static_cast<int>(fraction * 10);
     if (tenth == std::exchange(lastReported_, tenth)) return;
-    progress_(fraction);
+    asio::post(executor_, [progress = progress_, fraction] { progress(fraction); });
   }
 
  private:
+  Executor executor_;
   UploadTransport::Progress progress_;
   int lastReported_ = -1;
 };
@@ -39,15 +45,19 @@ std::optional<std::string> excerpt(const std::string& body) {
 
 Task<> upload(HttpClient& http, std::filesystem::path file, std::string url, std::string contentType,
               UploadTransport::Progress progress) {
+  const auto address = URL::parse(url);
+  if (!address || !address->isSecure()) throw UploadError(UploadError::InsecureURL{});
+  const auto executor = co_await asio::this_coro::executor;
   HttpRequest request{.method = "PUT",
                       .url = std::move(url),
                       .headers = {{"Content-Type", std::move(contentType)}},
                       .body = HttpFileBody{std::move(file)},
-                      .progress = TenthsOfProgress(std::move(progress))};
+                      .progress = TenthsOfProgress(executor, std::move(progress))};
   HttpResponse response;
   try {
     response = co_await http.send(std::move(request));
   } catch (const TransportError& error) {
+    if (error.kind() == TransportError::Kind::cancelled) throw;
     const bool answered = error.kind() == TransportError::Kind::notHTTP;
     throw UploadError(UploadError::Put{-1, answered ? "no HTTP response" : error.description()});
   }

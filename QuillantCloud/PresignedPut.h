@@ -10,8 +10,8 @@
 /// Puts a file to an address that was signed for it, and is all the authority that is needed.
 namespace quillant::PresignedPut {
 
-/// Streams `file`. `progress` hears of each tenth that has been sent. Throws `UploadError`. `http` outlives
-/// the call.
+/// Streams `file`. `progress` hears of each tenth that has been sent, as `UploadTransport` has it. Throws
+/// `UploadError`, and the `TransportError` of a transfer that was cancelled. `http` outlives the call.
 Task<> upload(HttpClient& http, std::filesystem::path file, std::string url, std::string contentType,
               UploadTransport::Progress progress);
 

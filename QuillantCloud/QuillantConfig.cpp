@@ -4,6 +4,7 @@
 
 #include "Core/Environment.h"
 #include "Core/Text.h"
+#include "QuillantCloud/ConfigError.h"
 
 namespace quillant::QuillantConfig {
 
@@ -12,6 +13,12 @@ namespace {
 std::string_view trimmingTrailingSlashes(std::string_view text) {
   while (text.ends_with('/')) text.remove_suffix(1);
   return text;
+}
+
+URL configuredURL() {
+  const auto configured = Environment::value("QUILLANT_BASE_URL");
+  if (const auto url = URL::parse(trimmingTrailingSlashes(configured))) return *url;
+  return productionURL();
 }
 
 }  // namespace
@@ -23,16 +30,16 @@ URL productionURL() {
 }
 
 URL baseURL() {
-  const auto configured = Environment::value("QUILLANT_BASE_URL");
-  if (const auto url = URL::parse(trimmingTrailingSlashes(configured))) return *url;
-  return productionURL();
+  auto url = configuredURL();
+  if (!url.isSecure()) throw ConfigError(ConfigError::Kind::insecureURL);
+  return url;
 }
 
 std::string scope() {
   if (profileOverride && !profileOverride->empty()) return sanitizeScope(*profileOverride);
   if (const auto profile = Environment::value("QUILLANT_PROFILE"); !profile.empty())
     return sanitizeScope(profile);
-  const auto host = baseURL().host();
+  const auto host = configuredURL().host();
   const auto production = productionURL().host();
   return host == production || host.ends_with("." + production) ? "prod" : "dev";
 }
@@ -56,10 +63,12 @@ std::string keychainAccount() {
 }
 
 std::filesystem::path supportDirectory() {
-  std::filesystem::path data = Environment::value("XDG_DATA_HOME");
   // The base directory rules have a relative path ignored.
-  if (!data.is_absolute()) data = std::filesystem::path(Environment::value("HOME")) / ".local/share";
-  return data / "Quillant";
+  if (const std::filesystem::path data = Environment::value("XDG_DATA_HOME"); data.is_absolute())
+    return data / "Quillant";
+  const std::filesystem::path home = Environment::value("HOME");
+  if (!home.is_absolute()) throw ConfigError(ConfigError::Kind::noHomeFolder);
+  return home / ".local/share/Quillant";
 }
 
 std::filesystem::path pendingUploadsDirectory() {

@@ -20,7 +20,7 @@ inline std::optional<std::string> profileOverride;
 /// The service that this program was built for; `QUILLANT_PRODUCTION_ORIGIN` when the build is configured.
 URL productionURL();
 /// `QUILLANT_BASE_URL` from the environment if that is an address, without slashes at its end; otherwise the
-/// production service.
+/// production service. Throws `ConfigError` unless it is https, or http to this machine.
 URL baseURL();
 
 /// The profile's name, fit for a file name: "prod" or "dev", unless one was asked for by `profileOverride` or
@@ -31,7 +31,8 @@ std::string sanitizeScope(std::string_view text);
 
 /// With `keychainService`, what the account's token is kept under.
 std::string keychainAccount();
-/// "Quillant" in the user's folder for applications' data.
+/// "Quillant" in the user's folder for applications' data. Throws `ConfigError` where there is none: never is
+/// it the working folder.
 std::filesystem::path supportDirectory();
 std::filesystem::path pendingUploadsDirectory();
 std::filesystem::path projectsDirectory();

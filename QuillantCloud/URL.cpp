@@ -1,7 +1,9 @@
 #include "QuillantCloud/URL.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <fmt/format.h>
+#include <netinet/in.h>
 
 namespace quillant {
 
@@ -58,6 +60,58 @@ bool isScheme(std::string_view text) {
   });
 }
 
+std::string lowercased(std::string_view text) {
+  std::string result(text);
+  std::transform(result.begin(), result.end(), result.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return result;
+}
+
+/// The address in a host's brackets.
+std::optional<in6_addr> bracketedAddress(std::string_view host) {
+  in6_addr address{};
+  if (host.size() < 2 || host.front() != '[' || host.back() != ']') return std::nullopt;
+  const std::string text(host.substr(1, host.size() - 2));
+  if (::inet_pton(AF_INET6, text.c_str(), &address) != 1) return std::nullopt;
+  return address;
+}
+
+bool isHost(std::string_view text) {
+  if (text.starts_with('[')) return bracketedAddress(text).has_value();
+  return isWritten(text, "") && text.find_first_of(":@/") == std::string_view::npos;
+}
+
+bool isPort(std::string_view text) {
+  constexpr std::size_t mostDigits = 5;
+  return text.size() <= mostDigits && std::all_of(text.begin(), text.end(), isDigit) &&
+         (text.empty() || std::stoi(std::string(text)) <= 65535);
+}
+
+/// The host of "user@host:port"; nothing if the text is no such thing.
+std::optional<std::string_view> hostOf(std::string_view authority) {
+  const auto at = authority.find('@');
+  if (at != std::string_view::npos) {
+    if (!isWritten(authority.substr(0, at), "")) return std::nullopt;
+    authority.remove_prefix(at + 1);
+  }
+  // The colons in brackets belong to the host.
+  const auto bracket = authority.find(']');
+  const auto colon = authority.find(':', bracket == std::string_view::npos ? 0 : bracket);
+  const auto host = authority.substr(0, colon);
+  const auto port = colon == std::string_view::npos ? std::string_view() : authority.substr(colon + 1);
+  if (!isHost(host) || !isPort(port)) return std::nullopt;
+  return host;
+}
+
+bool isThisMachine(const std::string& host) {
+  constexpr std::uint32_t loopbackNetwork = 127;
+  in_addr address{};
+  if (::inet_pton(AF_INET, host.c_str(), &address) == 1)
+    return ntohl(address.s_addr) >> 24 == loopbackNetwork;
+  const auto bracketed = bracketedAddress(host);
+  return host == "localhost" || (bracketed && IN6_IS_ADDR_LOOPBACK(&*bracketed));
+}
+
 std::string percentDecoded(std::string_view text) {
   std::string result;
   for (std::size_t index = 0; index < text.size(); ++index) {
@@ -94,21 +148,18 @@ std::optional<std::string> cutAt(std::string_view& text, char mark) {
 }  // namespace
 
 std::optional<URL> URL::parse(std::string_view text) {
-  if (text.empty()) return std::nullopt;
   URL url;
   url.fragment = cutAt(text, '#');
   url.query = cutAt(text, '?');
   const auto colon = text.find(':');
-  if (colon < text.find('/')) {
-    url.scheme = text.substr(0, colon);
-    if (!isScheme(url.scheme)) return std::nullopt;
-    text.remove_prefix(colon + 1);
-  }
+  url.scheme = text.substr(0, colon);
+  if (colon == std::string_view::npos || !isScheme(url.scheme)) return std::nullopt;
+  text.remove_prefix(colon + 1);
   if (text.starts_with("//")) {
     text.remove_prefix(2);
     url.authority = text.substr(0, text.find('/'));
     text.remove_prefix(url.authority->size());
-    if (!isWritten(*url.authority, "[]")) return std::nullopt;
+    if (!hostOf(*url.authority)) return std::nullopt;
   }
   url.path = text;
   if (!isWritten(url.path, "") || !isWritten(url.query.value_or(""), "?") ||
@@ -118,8 +169,7 @@ std::optional<URL> URL::parse(std::string_view text) {
 }
 
 std::string URL::text() const {
-  std::string result;
-  if (!scheme.empty()) result += scheme + ":";
+  std::string result = scheme + ":";
   if (authority) result += "//" + *authority;
   result += path;
   if (query) result += "?" + *query;
@@ -128,14 +178,16 @@ std::string URL::text() const {
 }
 
 std::string URL::host() const {
-  std::string_view host = authority ? std::string_view(*authority) : std::string_view();
-  if (const auto user = host.rfind('@'); user != std::string_view::npos) host.remove_prefix(user + 1);
-  // The colons of a bracketed address belong to the host.
-  const auto port = host.find(':', host.find(']') == std::string_view::npos ? 0 : host.find(']'));
-  std::string result(host.substr(0, port));
-  std::transform(result.begin(), result.end(), result.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return result;
+  return authority ? lowercased(hostOf(*authority).value_or("")) : std::string();
+}
+
+bool URL::isWebAddress() const {
+  const auto protocol = lowercased(scheme);
+  return (protocol == "https" || protocol == "http") && !host().empty();
+}
+
+bool URL::isSecure() const {
+  return isWebAddress() && (lowercased(scheme) == "https" || isThisMachine(host()));
 }
 
 std::vector<URL::QueryItem> URL::queryItems() const {

@@ -1,5 +1,6 @@
 #include "QuillantCloud/UploadError.h"
 
+#include <fmt/format.h>
 #include <utility>
 
 namespace quillant {
@@ -21,6 +22,18 @@ struct Describe {
   std::string operator()(const UploadError::CaptionsFileMissing&) const {
     return "The captions file for this share is missing. Try sharing again.";
   }
+  std::string operator()(const UploadError::InsecureURL&) const {
+    return "the address to upload to is not https; nothing was sent";
+  }
+  std::string operator()(const UploadError::SizeChanged& size) const {
+    return fmt::format("the file has changed since it was queued ({} bytes then, {} now); upload it again",
+                       size.queued, size.found);
+  }
+  std::string operator()(const UploadError::PathNotUTF8& text) const {
+    return "the path " + text.path +
+           " is not UTF-8, so it cannot be kept until the upload is done; rename it";
+  }
+  std::string operator()(const UploadError::Cancelled&) const { return "the upload was cancelled"; }
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <variant>
@@ -20,10 +21,24 @@ class UploadError : public Error {
   struct BadReservation {};
   struct CaptionsUnsupported {};
   struct CaptionsFileMissing {};
-  using Reason = std::variant<Put, BadReservation, CaptionsUnsupported, CaptionsFileMissing>;
+  /// The signed URL would let others read along.
+  struct InsecureURL {};
+  /// The file is not the one that was queued.
+  struct SizeChanged {
+    std::int64_t queued = 0;
+    std::int64_t found = 0;
+  };
+  /// A path that the upload's record cannot hold.
+  struct PathNotUTF8 {
+    std::string path;
+  };
+  struct Cancelled {};
+  using Reason = std::variant<Put, BadReservation, CaptionsUnsupported, CaptionsFileMissing, InsecureURL,
+                              SizeChanged, PathNotUTF8, Cancelled>;
 
   explicit UploadError(Reason reason);
   const Reason& reason() const { return reason_; }
+  bool isCancelled() const { return std::holds_alternative<Cancelled>(reason_); }
 
  private:
   Reason reason_;

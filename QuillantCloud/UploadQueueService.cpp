@@ -7,9 +7,10 @@
 #include <memory>
 #include <utility>
 
+#include "Core/AtomicFile.h"
 #include "QuillantCloud/APIError.h"
 #include "QuillantCloud/HttpUploadTransport.h"
-#include "QuillantCloud/Uploader.h"
+#include "QuillantCloud/UploadError.h"
 
 namespace quillant {
 
@@ -25,6 +26,8 @@ double UploadQueueService::retryDelay(std::int64_t attempts) const {
 
 double UploadQueueService::secondsUntilDue(const PendingUpload& entry, Date now) const {
   const auto last = entry.lastAttemptAt.value_or(Date::distantPast());
+  // A clock that has been set right since: how long ago the attempt was nobody knows.
+  if (last > now) return 0;
   return last.secondsSince2001 + retryDelay(entry.attempts) - now.secondsSince2001;
 }
 
@@ -33,7 +36,9 @@ std::vector<UploadQueueService::EntrySummary> UploadQueueService::sweep(Date now
   for (auto& entry : store.all()) {
     if (entry.isFinished()) continue;
     EntryState state = Eligible{};
-    if (entry.blockedOnAuth.value_or(false) || !signedIn)
+    if (const auto process = store.claimant(entry.id))
+      state = UnderWay{*process};
+    else if (entry.blockedOnAuth.value_or(false) || !signedIn)
       state = BlockedOnAuth{};
     else if (const double retryIn = secondsUntilDue(entry, now); retryIn > 0)
       state = BackingOff{retryIn};
@@ -49,32 +54,57 @@ Task<UploadQueueService::RunResult> UploadQueueService::resumePending(QuillantAP
                           .store = store,
                           .transport = transport,
                           .log = log,
+                          .progress = progress,
                           .clock = clock};
   RunResult result;
-  for (auto& entry : store.all()) {
-    if (entry.isFinished()) {
-      // Its process died between the last answer and this.
-      store.remove(entry.id);
-      continue;
-    }
-    if (!force && secondsUntilDue(entry, now) > 0) {
-      result.skippedBackoff.push_back(entry.id);
-      continue;
-    }
-    try {
-      co_await uploader.runRemaining(entry, false);
-      (entry.completed ? result.completed : result.stillPending).push_back(entry.id);
-    } catch (const Error& error) {
-      result.stillPending.push_back(entry.id);
-      if (APIError::isTokenExpired(error)) {
-        recordExpiredSignIn(entry, now);
-        result.needAuth = true;
-        break;  // the others would fail alike
-      }
-      recordFailure(entry, now, error.description());
-    }
+  store.removeLitter();
+  for (const auto& listed : store.all()) {
+    const auto claim = claimed(listed, result);
+    if (!claim) continue;
+    // Whoever had the claim before may have finished it, or have come further.
+    auto entry = store.load(listed.id);
+    if (!entry) continue;
+    if (entry->isFinished())
+      store.remove(entry->id);  // its process died between the last answer and this
+    else if (!force && secondsUntilDue(*entry, now) > 0)
+      result.skippedBackoff.push_back(entry->id);
+    else
+      co_await run(uploader, *entry, now, result);
+    if (result.needAuth || result.cancelled) break;  // the others would fail alike
   }
   co_return result;
+}
+
+Task<> UploadQueueService::run(const Uploader& uploader, PendingUpload& entry, Date now,
+                               RunResult& result) const {
+  try {
+    co_await uploader.runRemaining(entry, false);
+    (entry.completed ? result.completed : result.stillPending).push_back(entry.id);
+  } catch (const Error& error) {
+    result.stillPending.push_back(entry.id);
+    const auto* uploadError = dynamic_cast<const UploadError*>(&error);
+    result.cancelled = uploadError != nullptr && uploadError->isCancelled();
+    result.needAuth = APIError::isTokenExpired(error);
+    if (result.needAuth)
+      recordExpiredSignIn(entry, now);
+    else if (!result.cancelled)
+      recordFailure(entry, now, error.description());
+  }
+}
+
+std::optional<UploadClaim> UploadQueueService::claimed(const PendingUpload& entry, RunResult& result) const {
+  try {
+    auto claim = store.claim(entry.id);
+    if (claim) return claim;
+    const auto process = store.claimant(entry.id).value_or(0);
+    log(process > 0 ? fmt::format("upload {} is under way in process {}", entry.shortId(), process)
+                    : fmt::format("upload {} is under way in another process", entry.shortId()));
+    result.underWay.push_back(entry.id);
+  } catch (const FileError& error) {
+    log(fmt::format("upload {} is left alone: {}", entry.shortId(), error.description()));
+    result.stillPending.push_back(entry.id);
+  }
+  return std::nullopt;
 }
 
 void UploadQueueService::recordExpiredSignIn(PendingUpload& entry, Date now) const {

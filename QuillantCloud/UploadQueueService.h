@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <sys/types.h>
 #include <variant>
 #include <vector>
 
@@ -10,6 +11,8 @@
 #include "QuillantCloud/PendingUploadStore.h"
 #include "QuillantCloud/QuillantAPI.h"
 #include "QuillantCloud/UploadClock.h"
+#include "QuillantCloud/UploadProgress.h"
+#include "QuillantCloud/Uploader.h"
 
 namespace quillant {
 
@@ -26,20 +29,27 @@ struct UploadQueueService {
   struct BlockedOnAuth {
     friend bool operator==(const BlockedOnAuth&, const BlockedOnAuth&) = default;
   };
-  using EntryState = std::variant<BackingOff, Eligible, BlockedOnAuth>;
+  struct UnderWay {
+    pid_t process = 0;  ///< Which runs it; 0 if that is not known.
+    friend bool operator==(const UnderWay&, const UnderWay&) = default;
+  };
+  using EntryState = std::variant<BackingOff, Eligible, BlockedOnAuth, UnderWay>;
 
   struct EntrySummary {
     PendingUpload entry;
     EntryState state;
   };
 
-  /// What became of the entries of a run, by their ids. After `needAuth` the rest was not tried and is in no
-  /// list.
+  /// What became of the entries of a run, by their ids. After `needAuth` or `cancelled` the rest was not
+  /// tried and is in no list.
   struct RunResult {
     std::vector<std::string> completed;
     std::vector<std::string> stillPending;
     std::vector<std::string> skippedBackoff;
+    std::vector<std::string> underWay;  ///< Left to another run, of this process or another one.
     bool needAuth = false;
+    bool cancelled =
+        false;  ///< The entry that was under way is still pending; that is no failure of its own.
 
     friend bool operator==(const RunResult&, const RunResult&) = default;
   };
@@ -48,19 +58,26 @@ struct UploadQueueService {
   std::function<void(const std::string&)> log = printLine;  ///< Any thread.
   double baseSeconds = 30;
   double capSeconds = 3600;
+  /// As `Uploader` has it.
+  std::function<void(const UploadProgress&)> progress = [](const UploadProgress&) {};
   UploadClock clock{};
 
   /// The pause after so many failures, in seconds.
   double retryDelay(std::int64_t attempts) const;
-  /// The unfinished entries, oldest first, and what keeps each. Reads the folder only.
+  /// The unfinished entries, oldest first, and what keeps each. Reads the folder only; throws `FileError` if
+  /// that is not the user's own.
   std::vector<EntrySummary> sweep(Date now, bool signedIn) const;
-  /// Runs the unfinished entries, one after another, oldest first; `force` pays no heed to the pauses. Two
-  /// runs must not overlap. The service outlives the run.
+  /// Runs the unfinished entries, one after another, oldest first; `force` pays no heed to the pauses. An
+  /// entry that another run has is left to it, and the log says who that is. Await it on a strand; the
+  /// service outlives the run. Throws as `sweep` does.
   Task<RunResult> resumePending(QuillantAPI api, Date now, bool force) const;
 
   static void printLine(const std::string& line);
 
  private:
+  Task<> run(const Uploader& uploader, PendingUpload& entry, Date now, RunResult& result) const;
+  /// Nothing if the entry cannot be run now, which is told.
+  std::optional<UploadClaim> claimed(const PendingUpload& entry, RunResult& result) const;
   /// Seconds until the entry's next attempt; zero or less when it is due.
   double secondsUntilDue(const PendingUpload& entry, Date now) const;
   void recordExpiredSignIn(PendingUpload& entry, Date now) const;

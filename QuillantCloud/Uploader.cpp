@@ -1,8 +1,9 @@
 #include "QuillantCloud/Uploader.h"
 
-#include <exception>
+#include <asio/error.hpp>
 #include <filesystem>
 #include <fmt/format.h>
+#include <system_error>
 #include <utility>
 
 #include "Core/ByteSize.h"
@@ -14,6 +15,8 @@ namespace quillant {
 
 namespace {
 
+using Phase = UploadProgress::Phase;
+
 /// How long signed URLs are taken to last; the service does not say.
 constexpr double presignSeconds = 3600;
 constexpr int mostAttempts = 3;
@@ -24,9 +27,24 @@ bool isAddress(const std::optional<std::string>& text) {
   return text && URL::parse(*text);
 }
 
+/// The link, if it is one that may be handed out.
+std::string webAddress(std::string link) {
+  const auto url = URL::parse(link);
+  if (!url || !url->isWebAddress()) throw UploadError(UploadError::BadReservation{});
+  return link;
+}
+
 bool fileExists(const std::string& path) {
   std::error_code ignored;
   return std::filesystem::exists(path, ignored);
+}
+
+/// What is not the file that was queued is not sent. A file that cannot be read is the transfer's to tell.
+void requireQueuedSize(const PendingUpload& entry) {
+  std::error_code failed;
+  const auto size = std::filesystem::file_size(entry.videoPath, failed);
+  if (!failed && static_cast<std::int64_t>(size) != entry.sizeBytes)
+    throw UploadError(UploadError::SizeChanged{entry.sizeBytes, static_cast<std::int64_t>(size)});
 }
 
 /// Whether the service says that it no longer holds what was sent.
@@ -34,13 +52,30 @@ bool saysReclaimed(const APIError& error) {
   return error.isRefusal(409, "object_missing") || error.isRefusal(409, "captions_missing");
 }
 
+bool isCancellation(const TransportError& error) {
+  return error.kind() == TransportError::Kind::cancelled;
+}
+
+bool isCancellation(const Error& error) {
+  if (const auto* transport = dynamic_cast<const TransportError*>(&error)) return isCancellation(*transport);
+  const auto* upload = dynamic_cast<const UploadError*>(&error);
+  if (upload != nullptr) return upload->isCancelled();
+  const auto* api = dynamic_cast<const APIError*>(&error);
+  const auto* lost = api != nullptr ? std::get_if<APIError::Transport>(&api->reason()) : nullptr;
+  return lost != nullptr && isCancellation(lost->error);
+}
+
+/// The status with which object storage refused, if that is what the error is about.
+std::optional<int> putStatus(const Error& error) {
+  const auto* upload = dynamic_cast<const UploadError*>(&error);
+  const auto* put = upload != nullptr ? std::get_if<UploadError::Put>(&upload->reason()) : nullptr;
+  return put != nullptr ? std::optional(put->status) : std::nullopt;
+}
+
 /// Whether the same PUT may succeed when it is tried again.
 bool isRetryable(const Error& error) {
-  if (dynamic_cast<const TransportError*>(&error) != nullptr) return true;
-  const auto* uploadError = dynamic_cast<const UploadError*>(&error);
-  if (uploadError == nullptr) return false;
-  const auto* put = std::get_if<UploadError::Put>(&uploadError->reason());
-  return put != nullptr && (put->status == 429 || put->status == -1 || put->status > 499);
+  if (const auto status = putStatus(error)) return *status == 429 || *status == -1 || *status > 499;
+  return dynamic_cast<const TransportError*>(&error) != nullptr;
 }
 
 void setUploaded(PendingUpload& entry, bool video, bool thumb, bool captions) {
@@ -49,154 +84,245 @@ void setUploaded(PendingUpload& entry, bool video, bool thumb, bool captions) {
   entry.captionsUploaded = captions;
 }
 
-}  // namespace
+/// One file on its way.
+struct Shipment {
+  Phase phase;
+  std::string path;
+  std::string url;
+  std::string contentType;
+};
+
+/// An entry on its way, and where on it.
+class Run {
+ public:
+  Run(const Uploader& uploader, PendingUpload& entry) : uploader_(uploader), entry_(entry) {}
+
+  Task<std::string> reserve(bool replacingBytes);
+  Task<> runRemaining(bool replacingBytes);
+
+  /// Awaits a part of the run, and tells of an end that is not well.
+  template <class Result>
+  Task<Result> telling(Task<Result> part) {
+    try {
+      co_return co_await std::move(part);
+    } catch (const Error& error) {
+      if (isCancellation(error)) throw cancelled();
+      at_.failure = error.description();
+      uploader_.progress(at_);
+      throw;
+    } catch (const std::system_error& error) {
+      // What a cancelled wait throws.
+      if (error.code() == asio::error::operation_aborted) throw cancelled();
+      throw;
+    }
+  }
+
+ private:
+  Task<std::string> create();
+  Task<std::string> refresh(bool replacingBytes);
+  Task<> sendAll(bool replacingBytes);
+  Task<> sendVideo();
+  Task<> sendPoster();
+  Task<> sendCaptions();
+  Task<> put(Shipment shipment);
+  Task<> putWithRetry(const Shipment& shipment);
+  Task<> complete();
+  void forgetBytes();
+
+  UploadError cancelled() {
+    at_.cancelled = true;
+    uploader_.progress(at_);
+    return UploadError(UploadError::Cancelled{});
+  }
+  void reach(Phase phase, double fraction = 0) {
+    at_ = {.phase = phase, .fraction = fraction};
+    uploader_.progress(at_);
+  }
+  void save() const { uploader_.store.save(entry_); }
+  void leaseURLs() {
+    entry_.presignExpiresAt = Date{uploader_.clock.now().secondsSince2001 + presignSeconds};
+  }
+  /// With no lease left, the next reservation asks for new URLs, and what the service really holds.
+  void endLease() { entry_.presignExpiresAt.reset(); }
+
+  const Uploader& uploader_;
+  PendingUpload& entry_;
+  UploadProgress at_;
+};
 
 // Reservation
 
-Task<std::string> Uploader::reserve(PendingUpload& entry, bool replacingBytes) const {
-  if (!entry.videoId) co_return co_await create(entry);
-  if (entry.reservationIsValid(clock.now()) && entry.shareURL) co_return *entry.shareURL;
-  co_return co_await refresh(entry, replacingBytes);
+Task<std::string> Run::reserve(bool replacingBytes) {
+  reach(Phase::reserving);
+  if (!entry_.videoId) co_return co_await create();
+  if (entry_.reservationIsValid(uploader_.clock.now()) && entry_.shareURL)
+    co_return webAddress(*entry_.shareURL);
+  co_return co_await refresh(replacingBytes);
 }
 
-Task<std::string> Uploader::create(PendingUpload& entry) const {
-  const auto reservation =
-      co_await api->createUpload(entry.title, entry.sizeBytes, entry.durationMs, entry.width, entry.height);
-  entry.videoId = reservation.videoId;
-  entry.slug = reservation.slug;
-  entry.shareURL = reservation.shareURL;
-  entry.putVideoURL = reservation.putVideoURL;
-  entry.putThumbURL = reservation.putThumbURL;
-  entry.putCaptionsURL = reservation.putCaptionsURL;
-  entry.presignExpiresAt = Date{clock.now().secondsSince2001 + presignSeconds};
-  setUploaded(entry, false, false, false);
-  entry.lastError.reset();
-  store.save(entry);
+Task<std::string> Run::create() {
+  const auto reservation = co_await uploader_.api->createUpload(
+      entry_.title, entry_.sizeBytes, entry_.durationMs, entry_.width, entry_.height);
+  entry_.shareURL = webAddress(reservation.shareURL);
+  entry_.videoId = reservation.videoId;
+  entry_.slug = reservation.slug;
+  entry_.putVideoURL = reservation.putVideoURL;
+  entry_.putThumbURL = reservation.putThumbURL;
+  entry_.putCaptionsURL = reservation.putCaptionsURL;
+  leaseURLs();
+  setUploaded(entry_, false, false, false);
+  entry_.lastError.reset();
+  save();
   co_return reservation.shareURL;
 }
 
 /// The link and the service's id stay as they are, whatever the answer says of them.
-Task<std::string> Uploader::refresh(PendingUpload& entry, bool replacingBytes) const {
-  const auto fresh = co_await api->refreshPresign(*entry.videoId);
-  entry.putVideoURL = fresh.putVideoURL;
-  entry.putThumbURL = fresh.putThumbURL;
-  entry.putCaptionsURL = fresh.putCaptionsURL;
-  entry.presignExpiresAt = Date{clock.now().secondsSince2001 + presignSeconds};
+Task<std::string> Run::refresh(bool replacingBytes) {
+  const auto fresh = co_await uploader_.api->refreshPresign(*entry_.videoId);
+  const auto link = webAddress(entry_.shareURL.value_or(fresh.shareURL));
+  entry_.putVideoURL = fresh.putVideoURL;
+  entry_.putThumbURL = fresh.putThumbURL;
+  entry_.putCaptionsURL = fresh.putCaptionsURL;
+  leaseURLs();
   if (replacingBytes)
-    setUploaded(entry, false, false, false);
+    setUploaded(entry_, false, false, false);
   else
-    setUploaded(entry, fresh.videoPresent, fresh.thumbPresent, fresh.captionsPresent.value_or(false));
-  entry.lastError.reset();
-  store.save(entry);
-  co_return entry.shareURL.value_or(fresh.shareURL);
+    setUploaded(entry_, fresh.videoPresent, fresh.thumbPresent, fresh.captionsPresent.value_or(false));
+  entry_.lastError.reset();
+  save();
+  co_return link;
 }
 
 // The objects
 
-Task<> Uploader::sendVideo(PendingUpload& entry) const {
-  if (entry.videoUploaded) co_return;
-  if (!isAddress(entry.putVideoURL)) throw UploadError(UploadError::BadReservation{});
-  log("uploading video (" + ByteSize::fileSize(entry.sizeBytes) + ")…");
-  co_await putFileWithRetry(entry.videoPath, *entry.putVideoURL, "video/mp4", "video");
-  entry.videoUploaded = true;
-  store.save(entry);
+Task<> Run::sendVideo() {
+  if (entry_.videoUploaded) co_return;
+  if (!isAddress(entry_.putVideoURL)) throw UploadError(UploadError::BadReservation{});
+  requireQueuedSize(entry_);
+  uploader_.log("uploading video (" + ByteSize::fileSize(entry_.sizeBytes) + ")…");
+  Shipment video{Phase::video, entry_.videoPath, *entry_.putVideoURL, "video/mp4"};
+  co_await put(std::move(video));
+  entry_.videoUploaded = true;
+  save();
 }
 
 /// A poster never stops an upload: without one the video is still the video.
-Task<> Uploader::sendPoster(PendingUpload& entry) const {
-  if (!entry.thumbPath || entry.thumbUploaded) co_return;
-  if (isAddress(entry.putThumbURL) && fileExists(*entry.thumbPath)) {
-    log("uploading thumbnail…");
+Task<> Run::sendPoster() {
+  if (!entry_.thumbPath || entry_.thumbUploaded) co_return;
+  if (isAddress(entry_.putThumbURL) && fileExists(*entry_.thumbPath)) {
+    uploader_.log("uploading thumbnail…");
+    Shipment poster{Phase::thumb, *entry_.thumbPath, *entry_.putThumbURL, "image/jpeg"};
     try {
-      co_await putFileWithRetry(*entry.thumbPath, *entry.putThumbURL, "image/jpeg", "thumb");
-    } catch (const Error&) {
+      co_await put(std::move(poster));
+    } catch (const Error& error) {
       // The log has it.
+      if (isCancellation(error)) throw;
     }
   }
-  entry.thumbUploaded = true;
-  store.save(entry);
+  entry_.thumbUploaded = true;
+  save();
 }
 
-Task<> Uploader::sendCaptions(PendingUpload& entry) const {
-  if (!entry.captionsDeclared.value_or(false) || !entry.captionsPath || !entry.captionsLanguage ||
-      entry.captionsUploaded.value_or(false))
+Task<> Run::sendCaptions() {
+  if (!entry_.captionsDeclared.value_or(false) || !entry_.captionsPath || !entry_.captionsLanguage ||
+      entry_.captionsUploaded.value_or(false))
     co_return;
-  if (!fileExists(*entry.captionsPath)) throw UploadError(UploadError::CaptionsFileMissing{});
-  if (!isAddress(entry.putCaptionsURL)) throw UploadError(UploadError::CaptionsUnsupported{});
-  log("uploading captions…");
-  co_await putFileWithRetry(*entry.captionsPath, *entry.putCaptionsURL, "text/vtt", "captions");
-  entry.captionsUploaded = true;
-  store.save(entry);
+  if (!fileExists(*entry_.captionsPath)) throw UploadError(UploadError::CaptionsFileMissing{});
+  if (!isAddress(entry_.putCaptionsURL)) throw UploadError(UploadError::CaptionsUnsupported{});
+  uploader_.log("uploading captions…");
+  Shipment captions{Phase::captions, *entry_.captionsPath, *entry_.putCaptionsURL, "text/vtt"};
+  co_await put(std::move(captions));
+  entry_.captionsUploaded = true;
+  save();
 }
 
-Task<> Uploader::putFileWithRetry(std::string path, std::string url, std::string contentType,
-                                  std::string label) const {
-  const auto report = [this, label](double fraction) {
-    log(fmt::format("  {} {}%", label, static_cast<int>(fraction * 100)));
-    progress(fraction);
-  };
+Task<> Run::put(Shipment shipment) {
+  reach(shipment.phase);
+  try {
+    co_await putWithRetry(shipment);
+  } catch (const UploadError& error) {
+    if (putStatus(error) == 403) {
+      endLease();
+      uploader_.store.saveIfPossible(entry_);
+    }
+    throw;
+  }
+}
+
+Task<> Run::putWithRetry(const Shipment& shipment) {
+  const auto report = [this, phase = shipment.phase](double fraction) { reach(phase, fraction); };
   for (int attempt = 1;; ++attempt) {
     // Nothing can be awaited inside the handler.
     try {
-      co_await transport->put(path, url, contentType, report);
+      co_await uploader_.transport->put(shipment.path, shipment.url, shipment.contentType, report);
       co_return;
     } catch (const Error& error) {
+      if (isCancellation(error)) throw;
       const bool again = isRetryable(error);
-      log(fmt::format("  {} attempt {} failed: {} {}", label, attempt, error.description(),
-                      again ? "(retrying)" : ""));
+      uploader_.log(fmt::format("  {} attempt {} failed: {} {}", rawText(shipment.phase), attempt,
+                                error.description(), again ? "(retrying)" : ""));
       if (!again || attempt == mostAttempts) throw;
     }
-    co_await clock.sleep(std::chrono::seconds(1 << (attempt - 1)));
+    co_await uploader_.clock.sleep(std::chrono::seconds(1 << (attempt - 1)));
   }
-}
-
-bool Uploader::isProgressLine(std::string_view line) {
-  return line.starts_with("  ") && line.ends_with('%');
 }
 
 // The whole run
 
-Task<> Uploader::sendAll(PendingUpload& entry, bool replacingBytes) const {
-  co_await reserve(entry, replacingBytes);
-  co_await sendVideo(entry);
-  co_await sendPoster(entry);
-  co_await sendCaptions(entry);
-  checkpoint("after-video-put");
+Task<> Run::sendAll(bool replacingBytes) {
+  if (!entry_.videoUploaded) requireQueuedSize(entry_);
+  co_await reserve(replacingBytes);
+  co_await sendVideo();
+  co_await sendPoster();
+  co_await sendCaptions();
+  uploader_.checkpoint("after-video-put");
 }
 
-Task<> Uploader::complete(PendingUpload& entry) const {
-  if (!entry.videoId) throw UploadError(UploadError::BadReservation{});
-  log("finalizing…");
+Task<> Run::complete() {
+  if (!entry_.videoId) throw UploadError(UploadError::BadReservation{});
+  reach(Phase::finalizing);
+  uploader_.log("finalizing…");
   const auto result =
-      co_await api->completeUpload(*entry.videoId, entry.sizeBytes, entry.captionsDeclaration());
-  entry.completed = result.isReady();
-  store.save(entry);
+      co_await uploader_.api->completeUpload(*entry_.videoId, entry_.sizeBytes, entry_.captionsDeclaration());
+  entry_.completed = result.isReady();
+  save();
 }
 
-/// With no lease left, the next reservation asks the service what it really holds.
-void Uploader::forgetBytes(PendingUpload& entry) const {
-  log("bytes were reclaimed before finalize — re-uploading before retrying complete");
-  setUploaded(entry, false, false, false);
-  entry.presignExpiresAt.reset();
-  store.save(entry);
+void Run::forgetBytes() {
+  uploader_.log("bytes were reclaimed before finalize — re-uploading before retrying complete");
+  setUploaded(entry_, false, false, false);
+  endLease();
+  save();
 }
 
-Task<> Uploader::runRemaining(PendingUpload& entry, bool replacingBytes) const {
+Task<> Run::runRemaining(bool replacingBytes) {
   for (int reclaims = 0;; ++reclaims) {
-    co_await sendAll(entry, replacingBytes && reclaims == 0);
-    if (entry.completed) break;
+    co_await sendAll(replacingBytes && reclaims == 0);
+    if (entry_.completed) break;
     try {
-      co_await complete(entry);
+      co_await complete();
       break;
     } catch (const APIError& error) {
       if (!saysReclaimed(error)) throw;
-      forgetBytes(entry);
+      forgetBytes();
       if (reclaims == mostReclaims) throw;
     }
   }
-  if (!entry.completed) co_return;
-  store.remove(entry.id);
-  log(entry.shareURL ? "done — " + *entry.shareURL : "uploaded");
+  if (!entry_.completed) co_return;
+  uploader_.store.remove(entry_.id);
+  uploader_.log(entry_.shareURL ? "done — " + *entry_.shareURL : "uploaded");
+}
+
+}  // namespace
+
+Task<std::string> Uploader::reserve(PendingUpload& entry, bool replacingBytes) const {
+  Run run(*this, entry);
+  co_return co_await run.telling(run.reserve(replacingBytes));
+}
+
+Task<> Uploader::runRemaining(PendingUpload& entry, bool replacingBytes) const {
+  Run run(*this, entry);
+  co_await run.telling(run.runRemaining(replacingBytes));
 }
 
 }  // namespace quillant

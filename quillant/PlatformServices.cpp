@@ -6,7 +6,6 @@
 #include "Linux/Desktop/DesktopClipboard.h"
 #include "Linux/Desktop/DesktopSession.h"
 #include "Linux/Http/CurlHttpClient.h"
-#include "Linux/Input/X11ClickEventSource.h"
 #include "Linux/Secrets/LinuxSecretStore.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "quillant/Commands/Console.h"
@@ -31,12 +30,7 @@ std::shared_ptr<WebAuthenticating> makeSignInPage() {
 }  // namespace
 
 CaptureServices PlatformServices::captureServices() {
-  return {.screen = &screen_,
-          .windowFrames = &windowFrames_,
-          .sound = &sound_,
-          .camera = &camera_,
-          .pointer = [this] { return pointer_.read(); },
-          .makeClickEvents = [] { return makeX11ClickEventSource(); }};
+  return {.screen = &screen_, .sound = &sound_, .camera = &camera_};
 }
 
 CloudServices PlatformServices::cloudServices() {

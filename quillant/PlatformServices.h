@@ -6,8 +6,6 @@
 #include "CaptureEngine/CameraSessionBroker.h"
 #include "CaptureEngine/CaptureServices.h"
 #include "Linux/Camera/DeviceCameraSession.h"
-#include "Linux/Input/X11Pointer.h"
-#include "Linux/Input/X11WindowFrameProbe.h"
 #include "Linux/Screen/X11ScreenService.h"
 #include "Linux/Sound/PulseSoundService.h"
 #include "quillant/CloudServices.h"
@@ -27,8 +25,6 @@ class PlatformServices {
 
  private:
   X11ScreenService screen_;
-  X11WindowFrameProbe windowFrames_;
-  X11Pointer pointer_;
   PulseSoundService sound_;
   CameraSessionBroker cameraBroker_{std::make_unique<DeviceCameraSession>()};
   BrokeredCameraService camera_{cameraBroker_};

@@ -196,7 +196,17 @@ void CurlTransfer::fail(TransportError::Kind kind, std::string text) {
   if (!failure_) failure_.emplace(kind, std::move(text));
 }
 
+/// An answer that agrees to what it has not heard out says nothing about the rest.
+void CurlTransfer::requireWholeBodySent() {
+  curl_off_t sent = 0;
+  if (!handle_ || response_.status < 200 || response_.status > 299 ||
+      curl_easy_getinfo(handle_.get(), CURLINFO_SIZE_UPLOAD_T, &sent) != CURLE_OK || sent >= bodySize_)
+    return;
+  fail(TransportError::Kind::interrupted, "the server answered before the whole body was sent");
+}
+
 void CurlTransfer::complete(CURLcode code) {
+  requireWholeBodySent();
   handle_.reset();
   const auto completion = std::exchange(completion_, nullptr);
   if (!failure_ && (code == CURLE_OK || response_.bodyWasCut))

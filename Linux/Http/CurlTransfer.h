@@ -65,6 +65,7 @@ class CurlTransfer {
   bool takeHeader(std::string_view line);
   bool takeBody(std::string_view bytes);
   void startAnswering();
+  void requireWholeBodySent();
   void fail(TransportError::Kind kind, std::string text);
   TransportError error(CURLcode code) const;
 

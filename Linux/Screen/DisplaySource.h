@@ -3,18 +3,17 @@
 #include <cstdint>
 #include <optional>
 
-#include "Core/Geometry.h"
 #include "Linux/Screen/CaptureSource.h"
 #include "Linux/Screen/DamageWatch.h"
-#include "Linux/X11/X11Layout.h"
+#include "Linux/Screen/X11Target.h"
 
 namespace quillant {
 
 /// A display, or an area of it. It ends when its display moves, changes size or is unplugged.
 class DisplaySource : public CaptureSource {
  public:
-  /// `area` is in points from the display's top left; what of it lies beyond the display is black.
-  DisplaySource(const X11Connection& connection, std::uint32_t displayID, const std::optional<Rect>& area);
+  /// What of the target's source lies beyond its display is black. Throws ScreenError.
+  DisplaySource(const X11Connection& connection, const X11Target& target);
 
   const Picture& picture() const override { return picture_; }
   Change handle(const xcb_generic_event_t& event) override;
@@ -22,8 +21,11 @@ class DisplaySource : public CaptureSource {
   ScreenError ended() const override;
 
  private:
+  /// Throws unless the display is where it was when the target was frozen.
+  void checkLayout() const;
+
   const X11Connection& x_;
-  X11Monitor monitor_;
+  const X11Monitor monitor_;
   std::optional<std::uint8_t> randrFirstEvent_;
   DamageWatch damage_;
   Picture picture_;

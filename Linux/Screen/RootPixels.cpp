@@ -16,7 +16,7 @@ void requireBGRA(const X11Connection& x) {
       redMask |= it.data->visual_id == x.screen().root_visual && it.data->red_mask == 0xff0000;
   if (!fourBytes || !redMask || setup->image_byte_order != XCB_IMAGE_ORDER_LSB_FIRST)
     throw ScreenError(
-        ScreenError::Kind::unsupportedFormat,
+        ScreenError::Kind::notRecordable,
         "the display server's pixels are not of 8 bits a colour (the screen's depth must be 24)");
 }
 

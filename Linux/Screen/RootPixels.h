@@ -4,7 +4,7 @@
 
 namespace quillant::RootPixels {
 
-/// Throws `ScreenError` of kind unsupportedFormat unless the root window's pixels are BGRA. It holds for as
+/// Throws `ScreenError` of kind notRecordable unless the root window's pixels are BGRA. It holds for as
 /// long as the server runs.
 void requireBGRA(const X11Connection& x);
 

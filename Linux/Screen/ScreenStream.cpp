@@ -9,7 +9,6 @@
 
 #include "Core/HostClock.h"
 #include "Linux/Screen/DisplaySource.h"
-#include "Linux/Screen/RootPixels.h"
 #include "Linux/Screen/WindowSource.h"
 
 namespace quillant {
@@ -30,15 +29,18 @@ std::exception_ptr failureOf(Work&& work) {
   }
 }
 
-ScreenError serverLost() {
-  return {ScreenError::Kind::serverLost, "the display server has gone away"};
+ScreenError serverLost(const X11Connection& x) {
+  return {ScreenError::Kind::serverLost, x.whyDead()};
 }
 
 }  // namespace
 
-ScreenStream::ScreenStream(std::string displayName, const StreamConfiguration& configuration,
-                           SerialQueue& sampleQueue, StreamCallbacks callbacks)
+ScreenStream::ScreenStream(std::string displayName, X11Connection::Duration patience, const X11Target& target,
+                           const StreamConfiguration& configuration, SerialQueue& sampleQueue,
+                           StreamCallbacks callbacks)
     : displayName_(std::move(displayName)),
+      patience_(patience),
+      target_(target),
       configuration_(configuration),
       interval_(std::chrono::nanoseconds(configuration.minimumFrameInterval.converted(1'000'000'000).value)),
       sampleQueue_(sampleQueue),
@@ -62,6 +64,11 @@ Task<void> ScreenStream::startCapture() {
     thread_.join();
     std::rethrow_exception(error);
   }
+}
+
+void ScreenStream::refresh() {
+  refresh_ = true;
+  wakeUp_->signal();
 }
 
 Task<void> ScreenStream::stopCapture() {
@@ -103,6 +110,11 @@ void ScreenStream::run() {
 
 void ScreenStream::captureUntilStopped() {
   while (!stopping_) {
+    if (refresh_.exchange(false)) {
+      reader_->replace(source_->picture());
+      pending_ = true;
+      due_ = Clock::now();
+    }
     handleEvents();
     if (pending_ && !starved_ && Clock::now() >= due_)
       capture();
@@ -112,12 +124,16 @@ void ScreenStream::captureUntilStopped() {
 }
 
 void ScreenStream::setUp() {
-  x_.emplace(displayName_);
-  RootPixels::requireBGRA(*x_);
-  if (configuration_.windowID)
-    source_ = std::make_unique<WindowSource>(*x_, *configuration_.windowID);
-  else
-    source_ = std::make_unique<DisplaySource>(*x_, configuration_.displayID, configuration_.sourceRect);
+  x_.emplace(displayName_, patience_);
+  try {
+    if (target_.window != XCB_WINDOW_NONE)
+      source_ = std::make_unique<WindowSource>(*x_, target_.window);
+    else
+      source_ = std::make_unique<DisplaySource>(*x_, target_);
+  } catch (const ScreenError&) {
+    if (x_->isAlive()) throw;
+  }
+  if (!x_->isAlive()) throw serverLost(*x_);  // and not what its silence was taken for
   pool_ = std::make_shared<FramePool>(configuration_.width, configuration_.height, configuration_.queueDepth,
                                       wakeUp_);
   reader_.emplace(*x_, *pool_, source_->picture());
@@ -138,7 +154,7 @@ void ScreenStream::handleEvents() {
         break;
     }
   }
-  if (!x_->isAlive()) throw serverLost();
+  if (!x_->isAlive()) throw serverLost(*x_);
 }
 
 void ScreenStream::waitForNews() {
@@ -177,7 +193,7 @@ void ScreenStream::capture() {
   pixelsFetched_ = reader_->pixelsFetched();
   if (!changed) {
     pool_->putBack(*slot);
-    throw x_->isAlive() ? source_->ended() : serverLost();
+    throw x_->isAlive() ? source_->ended() : serverLost(*x_);
   }
   pending_ = false;
   if (changed->empty())

@@ -12,6 +12,7 @@
 #include "Linux/Screen/FramePool.h"
 #include "Linux/Screen/PictureReader.h"
 #include "Linux/Screen/WakeUp.h"
+#include "Linux/Screen/X11Target.h"
 #include "Linux/X11/X11Connection.h"
 
 namespace quillant {
@@ -19,16 +20,18 @@ namespace quillant {
 /// Pictures of a display, an area or a window from an X server, without the pointer.
 ///
 /// A thread of its own waits on a connection of its own, so the server may hang or die without holding anyone
-/// else up. Started, stopped and destroyed by one owner; the sample queue outlives it. Used once.
+/// else up; one that hangs longer than the connection's patience has ended the stream. Started, stopped and
+/// destroyed by one owner; the sample queue outlives it. Used once.
 class ScreenStream : public StreamControlling {
  public:
   /// `displayName` as X11Connection takes it.
-  ScreenStream(std::string displayName, const StreamConfiguration& configuration, SerialQueue& sampleQueue,
-               StreamCallbacks callbacks);
+  ScreenStream(std::string displayName, X11Connection::Duration patience, const X11Target& target,
+               const StreamConfiguration& configuration, SerialQueue& sampleQueue, StreamCallbacks callbacks);
   /// Stops what runs; a callback that is being run at this moment may still run to its end.
   ~ScreenStream() override;
 
   Task<void> startCapture() override;
+  void refresh() override;
   /// Prompt even when the server does not answer. Harmless when nothing runs.
   Task<void> stopCapture() override;
 
@@ -53,12 +56,15 @@ class ScreenStream : public StreamControlling {
   void requestStop();
 
   const std::string displayName_;
+  const X11Connection::Duration patience_;
+  const X11Target target_;
   const StreamConfiguration configuration_;
   const Clock::duration interval_;
   SerialQueue& sampleQueue_;
   const std::shared_ptr<Delivery> delivery_;
   const std::shared_ptr<WakeUp> wakeUp_;
   std::atomic<bool> stopping_ = false;
+  std::atomic<bool> refresh_ = false;
   std::atomic<std::uint64_t> pixelsFetched_ = 0;
   const Executor strand_;
   const Continuation<std::exception_ptr> started_;

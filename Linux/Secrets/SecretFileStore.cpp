@@ -15,7 +15,6 @@ namespace quillant {
 namespace {
 
 constexpr mode_t fileMode = 0600;
-constexpr mode_t othersAccess = 0077;
 constexpr std::size_t longestSecret = std::size_t{1} << 16;
 
 [[noreturn]] void throwErrno(int number, const std::string& what) {
@@ -31,16 +30,6 @@ std::string fileNamePart(const std::string& text) {
         plain ? std::string(1, character) : fmt::format("%{:02X}", static_cast<unsigned char>(character));
   }
   return result;
-}
-
-/// Takes away what others may do with a secret's file. Throws if it is not a file of the user's own.
-void secure(const std::filesystem::path& file) {
-  struct stat status {};
-  if (::lstat(file.c_str(), &status) != 0) throwErrno(errno, file.string());
-  if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid())
-    throw SecretStoreError(EPERM, file.string() + " belongs to someone else");
-  if ((status.st_mode & othersAccess) != 0 && ::chmod(file.c_str(), fileMode) != 0)
-    throwErrno(errno, file.string());
 }
 
 /// Runs `use`, and lets its file errors out as the store's.
@@ -72,13 +61,14 @@ std::optional<std::string> SecretFileStore::load(const SecretName& name) const {
   if (!std::filesystem::exists(std::filesystem::symlink_status(file, ignored))) return std::nullopt;
   return asStoreError([&] {
     PrivateFolder::ensure(folder_);
-    secure(file);
+    PrivateFolder::ensureFile(file);
     return AtomicFile::read(file, longestSecret);
   });
 }
 
 void SecretFileStore::remove(const SecretName& name) const {
   const auto file = path(name);
+  AtomicFile::removeTemporaries(file);
   if (::unlink(file.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR) throwErrno(errno, file.string());
 }
 

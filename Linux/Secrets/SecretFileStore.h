@@ -16,6 +16,7 @@ class SecretFileStore {
   /// True if there was nothing under `name` before.
   bool store(const SecretName& name, const std::string& secret) const;
   std::optional<std::string> load(const SecretName& name) const;
+  /// What a process left that was killed while it stored a secret under `name` goes too.
   void remove(const SecretName& name) const;
 
   std::filesystem::path path(const SecretName& name) const;

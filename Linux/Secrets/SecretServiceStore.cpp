@@ -84,9 +84,9 @@ class SecretServiceStore::Worker {
 
   std::optional<std::string> load(const SecretName& name) {
     const auto service = connect();
-    const auto items = service ? find(service.get(), name) : Items();
-    if (items.empty()) return std::nullopt;
-    const Owned<SecretValue> value(secret_item_get_secret(items.front().get()));
+    const auto items = service ? find(service.get(), name) : std::nullopt;
+    if (!items || items->empty()) return std::nullopt;
+    const Owned<SecretValue> value(secret_item_get_secret(items->front().get()));
     if (!value) {
       if (userCanBeAsked()) throwLocked();
       return std::nullopt;
@@ -96,22 +96,25 @@ class SecretServiceStore::Worker {
     return std::string(text, length);
   }
 
-  void remove(const SecretName& name) {
+  bool remove(const SecretName& name) {
     const auto service = connect();
-    const auto items = service ? find(service.get(), name) : Items();
-    for (const auto& item : items) {
+    const auto items = service ? find(service.get(), name) : std::nullopt;
+    if (!items) return false;
+    for (const auto& item : *items) {
       if (secret_item_get_locked(item.get())) throwLocked();
       const auto result = wait([&](auto* cancellable, auto callback, auto* data) {
         secret_item_delete(item.get(), cancellable, callback, data);
       });
       GError* error = nullptr;
       secret_item_delete_finish(item.get(), result.get(), &error);
-      check(error);
+      if (!check(error)) return false;
     }
+    return true;
   }
 
  private:
-  using Items = std::vector<Owned<SecretItem>>;
+  /// Nothing: the service did not answer.
+  using Items = std::optional<std::vector<Owned<SecretItem>>>;
   using Begin = std::function<void(GCancellable*, GAsyncReadyCallback, gpointer)>;
 
   /// Runs the operation that `begin` starts, and cancels it when its time is over.
@@ -155,8 +158,9 @@ class SecretServiceStore::Worker {
   /// What is kept under `name`, with its secrets; what is locked has none, even after its user was asked.
   Items find(SecretService* service, const SecretName& name) {
     auto items = search(service, name);
+    if (!items) return std::nullopt;
     GList* locked = nullptr;
-    for (const auto& item : items)
+    for (const auto& item : *items)
       if (secret_item_get_locked(item.get())) locked = g_list_prepend(locked, item.get());
     if (locked && userCanBeAsked()) {
       const auto result = wait([&](auto* cancellable, auto callback, auto* data) {
@@ -180,11 +184,11 @@ class SecretServiceStore::Worker {
     });
     GError* error = nullptr;
     GList* list = secret_service_search_finish(service, result.get(), &error);
-    Items items;
+    std::vector<Owned<SecretItem>> items;
     for (const GList* link = list; link; link = link->next)
       items.emplace_back(static_cast<SecretItem*>(link->data));
     g_list_free(list);
-    check(error);
+    if (!check(error)) return std::nullopt;
     return items;
   }
 
@@ -224,12 +228,10 @@ Task<std::optional<std::string>> SecretServiceStore::load(SecretName name) {
   co_return secret;
 }
 
-Task<> SecretServiceStore::remove(SecretName name) {
-  const auto operation = [&]() -> Task<> {
-    worker_->remove(name);
-    co_return;
-  };
-  co_await runOn(queue_, operation());
+Task<bool> SecretServiceStore::remove(SecretName name) {
+  const auto operation = [&]() -> Task<bool> { co_return worker_->remove(name); };
+  const bool answered = co_await runOn(queue_, operation());
+  co_return answered;
 }
 
 }  // namespace quillant

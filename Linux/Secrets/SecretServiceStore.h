@@ -21,8 +21,8 @@ class SecretServiceStore {
   Task<bool> store(SecretName name, std::string secret);
   /// Nothing if there is no service that answers, too.
   Task<std::optional<std::string>> load(SecretName name);
-  /// No service that answers is no error.
-  Task<> remove(SecretName name);
+  /// False if there is no service that answers.
+  Task<bool> remove(SecretName name);
 
  private:
   class Worker;

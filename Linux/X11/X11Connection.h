@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -13,7 +15,7 @@
 
 namespace quillant {
 
-/// The X server cannot be reached; the description says what to look at.
+/// The X server cannot be reached, or does not answer; the description says what to look at.
 class X11Error : public Error {
  public:
   explicit X11Error(std::string description) : Error(std::move(description)) {}
@@ -26,28 +28,46 @@ struct X11Free {
 template <class T>
 using X11Reply = std::unique_ptr<T, X11Free>;
 
-/// One connection to an X server, and its default screen. XCB itself may be called from any thread; the cache
-/// of atoms belongs to one thread at a time.
+/// One connection to an X server, and its default screen. No call waits longer than the connection's
+/// patience: a server that has not answered by then counts as hung, and the connection as dead. Used by one
+/// thread at a time; what XCB itself does for several threads, such as ending a wait by a shutdown of the
+/// socket, it does here too.
 class X11Connection {
  public:
-  /// `displayName` is of the form ":0"; empty means what DISPLAY says. Blocks; throws X11Error.
-  explicit X11Connection(const std::string& displayName = {});
-  ~X11Connection();
+  using Duration = std::chrono::steady_clock::duration;
+  /// Longer than any pause of a server that goes on afterwards.
+  static constexpr Duration defaultPatience = std::chrono::seconds(10);
+
+  /// `displayName` is of the form ":0"; empty means what DISPLAY says. Throws X11Error.
+  explicit X11Connection(const std::string& displayName = {}, Duration patience = defaultPatience);
   X11Connection(const X11Connection&) = delete;
   X11Connection& operator=(const X11Connection&) = delete;
 
-  xcb_connection_t* get() const { return connection_; }
+  xcb_connection_t* get() const { return connection_.get(); }
   const xcb_screen_t& screen() const { return *screen_; }
   xcb_window_t root() const { return screen_->root; }
-  /// False once the server has gone away; it never comes back.
-  bool isAlive() const { return xcb_connection_has_error(connection_) == 0; }
+  /// False once the server has gone away or has not answered; it never becomes true again.
+  bool isAlive() const { return !isHung_ && xcb_connection_has_error(get()) == 0; }
+  /// Why it is not alive, in words for the user.
+  const char* whyDead() const;
 
   /// Waits for the answer to a request: `wait(xcb_get_geometry_reply, xcb_get_geometry(x.get(), window))`.
-  /// The wait ends with null when the server refuses or goes away.
+  /// The wait ends with null when the server refuses, goes away, or hangs.
   template <class Reply, class Cookie>
   X11Reply<Reply> wait(Reply* (*reply)(xcb_connection_t*, Cookie, xcb_generic_error_t**),
                        Cookie cookie) const {
-    return X11Reply<Reply>(reply(connection_, cookie, nullptr));
+    auto answer = answerWithin(patience_, reply, cookie);
+    if (!answer) isHung_ = true;
+    return answer ? std::move(*answer) : nullptr;
+  }
+  /// The same for at most `limit`. Absent: there is no answer yet, and it may be asked for again.
+  template <class Reply, class Cookie>
+  std::optional<X11Reply<Reply>> answerWithin(Duration limit,
+                                              Reply* (*)(xcb_connection_t*, Cookie, xcb_generic_error_t**),
+                                              Cookie cookie) const {
+    void* answer = nullptr;
+    if (!readAnswer(cookie.sequence, limit, answer)) return std::nullopt;
+    return X11Reply<Reply>(static_cast<Reply*>(answer));
   }
   /// Waits until a request made by a function `xcb_…_checked` has been carried out.
   bool succeeded(xcb_void_cookie_t cookie) const;
@@ -61,8 +81,14 @@ class X11Connection {
   std::string property(xcb_window_t window, xcb_atom_t property) const;
 
  private:
-  xcb_connection_t* connection_;
+  bool readAnswer(unsigned sequence, Duration limit, void*& answer) const;
+  /// Waits until the server has carried out all that was asked of it.
+  void synchronize() const;
+
+  std::shared_ptr<xcb_connection_t> connection_;
+  const Duration patience_;
   const xcb_screen_t* screen_ = nullptr;
+  mutable std::atomic<bool> isHung_ = false;
   std::unordered_map<std::string, xcb_atom_t> atoms_;
 };
 

@@ -11,33 +11,30 @@ namespace {
 
 /// Desktops with and without events, in the test's hands.
 struct Clicks : ClickEventSource {
-  Clicks(bool available, Handlers& keep) : isAvailable(available), handlers(keep) {}
-  bool start(Handlers given) override {
-    handlers = std::move(given);
+  bool start(Handler given) override {
+    handler = std::move(given);
     return isAvailable;
   }
   void stop() override {}
 
-  const bool isAvailable;
-  Handlers& handlers;
+  bool isAvailable = true;
+  Handler handler;
 };
 
 TEST(CursorTelemetryRecorder, RecordsSamplesAndClicksUntilItIsStopped) {
-  enum class Events { available, lost, missing };
-  for (const auto events : {Events::available, Events::lost, Events::missing}) {
+  for (const bool isAvailable : {true, false}) {
     std::atomic<bool> rightDown = false;
-    ClickEventSource::Handlers handlers;
+    Clicks clicks;
+    clicks.isAvailable = isAvailable;
     CursorTelemetryRecorder recorder({.region = {0, 0, 100, 100},
                                       .source =
                                           [&] {
                                             return CursorTrack::Snapshot{{7, 9}, false, rightDown};
                                           }},
-                                     std::make_unique<Clicks>(events != Events::missing, handlers));
+                                     &clicks);
     const auto payload = [&] { return recorder.payload(MediaTime::zero()); };
     recorder.start();
-    if (events == Events::lost) handlers.onLost();
-    if (events == Events::available)
-      handlers.onEvent({MouseButton::right, ClickEvent::Kind::down, HostClock::now()});
+    if (isAvailable) clicks.handler({MouseButton::right, ClickEvent::Kind::down, HostClock::now()});
     rightDown = true;  // looked at only without events
     ASSERT_TRUE(eventually([&] { return payload().samples.size() > 3 && !payload().clicks.empty(); }));
     recorder.stop();
@@ -46,7 +43,7 @@ TEST(CursorTelemetryRecorder, RecordsSamplesAndClicksUntilItIsStopped) {
     EXPECT_EQ(stopped.clicks[0].button, "right");
     EXPECT_EQ(stopped.samples[0].x, 7);
     EXPECT_EQ(stopped.samples[0].y, 9);
-    EXPECT_EQ(recorder.clickDiagnostics().fromSystemEvents, events == Events::available);
+    EXPECT_EQ(recorder.clickDiagnostics().fromSystemEvents, isAvailable);
     std::this_thread::sleep_for(std::chrono::milliseconds(40));  // in which it would sample again
     EXPECT_EQ(payload(), stopped);
   }

@@ -47,12 +47,9 @@ struct ScriptedTrack {
   }
 
   CursorTrack::Snapshot pointer;
-  Rect liveRegion{0, 0, 1000.4, 299.5};
   std::shared_ptr<PauseClock> clock = std::make_shared<PauseClock>();
-  CursorTrack track{{.region = liveRegion,
-                     .liveRegion = [this] { return liveRegion; },
-                     .source = [this] { return pointer; },
-                     .pauseClock = clock}};
+  CursorTrack track{
+      {.region = {0, 0, 1000.4, 299.5}, .source = [this] { return pointer; }, .pauseClock = clock}};
 };
 
 TEST(CursorTrack, TakesEachPressForAClickOfItsSample) {
@@ -89,15 +86,15 @@ TEST(CursorTrack, TakesEachPressForAClickOfItsSample) {
 TEST(CursorTrack, TellsTheVideosTimeAndTheRegionsPoints) {
   ScriptedTrack scripted(false);
   EXPECT_EQ(scripted.track.payload(ms(0)), (CursorTelemetryPayload{.width = 1000, .height = 300}));
+  Rect live{100, 50, 1000, 299};
   const auto tick = [&](MediaTime time, Point location, bool leftDown = false) {
-    scripted.pointer = {location, leftDown, false};
+    scripted.pointer = {location, leftDown, false, live};
     scripted.track.tick(time);
   };
-  scripted.liveRegion = {100, 50, 1000, 299};
   tick(ms(990), {300, 200});  // before the first frame
   tick(ms(1000), {110.5, 60.4});
   scripted.play("[1010 t1500 ]2010");
-  scripted.liveRegion = {0, 0, 2000, 299};  // grown: fitted into the region at the start
+  live = {0, 0, 2000, 299};  // grown: fitted into the region at the start
   tick(ms(2017) + MediaTime{1, 2000}, {300, 200}, true);
   tick(ms(2030), {9000, -9});  // outside: on the edge
   EXPECT_EQ(scripted.track.payload(ms(1000)),

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <set>
 
+#include "CaptureEngine/CaptureTarget.h"
 #include "CaptureEngine/RecordingFiles.h"
 #include "CaptureEngine/ScreenCapturer.h"
 #include "CaptureEngine/Telemetry/CursorTelemetryCodec.h"
@@ -38,10 +39,11 @@ struct ScriptedMachine : ScreenService, SoundService, CameraService {
       machine.failAt(name + " starts");
       machine.journal.push_back(name + " starts");
     }
-    bool start(Handlers) override {
+    bool start(Handler) override {
       start();
       return true;
     }
+    void refresh() override { machine.journal.push_back(name + " refreshes"); }
     void stop() override { machine.journal.push_back(name + " stops"); }
     Task<void> finish() override {
       machine.journal.push_back(name + " closes");
@@ -59,16 +61,30 @@ struct ScriptedMachine : ScreenService, SoundService, CameraService {
     std::string name;
   };
 
+  struct Session : ScreenSession {
+    Session(ScriptedMachine& owner, const CaptureOptions& options)
+        : machine(owner), chosen(CaptureTarget::resolve(options, owner.content()).source()) {}
+    const RecordedSource& source() const override { return chosen; }
+    std::unique_ptr<StreamControlling> makeStream(const StreamConfiguration& asked, SerialQueue& queue,
+                                                  StreamCallbacks given) override {
+      machine.configuration = asked;
+      machine.sampleQueue = &queue;
+      machine.screen = std::move(given);
+      return std::make_unique<Source>(machine, "screen");
+    }
+    CursorTrack::Snapshot pointer() override { return {{6, 5}, false, false}; }
+    ClickEventSource* clickEvents() override { return &clicks.emplace(machine, "pointer"); }
+
+    ScriptedMachine& machine;
+    RecordedSource chosen;
+    std::optional<Source> clicks;
+  };
   ShareableContent content() override {
     if (displays.empty()) throw ScreenError(ScreenError::Kind::unavailable, "no server");
     return {.displays = displays, .windows = {{.id = 9, .frame = {10, 20, 31, 21}}}};
   }
-  std::unique_ptr<StreamControlling> makeStream(const StreamConfiguration& asked, SerialQueue& queue,
-                                                StreamCallbacks given) override {
-    configuration = asked;
-    sampleQueue = &queue;
-    screen = std::move(given);
-    return std::make_unique<Source>(*this, "screen");
+  Task<std::unique_ptr<ScreenSession>> openSession(CaptureOptions options) override {
+    co_return std::make_unique<Session>(*this, options);
   }
   Task<bool> requestMicrophoneAccess() override { co_return isAllowed; }
   std::unique_ptr<SoundStream> makeMicrophone(const std::optional<std::string>&,
@@ -122,15 +138,7 @@ class ScreenCapturerTest : public testing::Test {
  protected:
   std::unique_ptr<ScreenCapturer> make(CaptureOptions options) {
     options.outputURL = video;
-    const CaptureServices services{
-        .screen = &machine,
-        .sound = &machine,
-        .camera = &machine,
-        .pointer =
-            [] {
-              return CursorTrack::Snapshot{{134, 5}, false, false};
-            },
-        .makeClickEvents = [this] { return std::make_unique<ScriptedMachine::Source>(machine, "pointer"); }};
+    const CaptureServices services{.screen = &machine, .sound = &machine, .camera = &machine};
     return runBlocking(ScreenCapturer::make(
         services, options, [this](const std::exception_ptr& error) { failures.push_back(describe(error)); }));
   }
@@ -170,11 +178,13 @@ TEST_F(ScreenCapturerTest, StartsAndStopsEverySourceInOrderAndLeavesItsFiles) {
   machine.cameraStart = begin + MediaTime{-7'500'000, 1'000'000'000};
   machine.onMicrophone({.time = begin, .samples = std::vector<float>(480, -0.5F)});
   ASSERT_TRUE(eventually([&] { return HostClock::now() - begin > MediaTime(1, 30); }));
+  capturer->pauseClock().pause(HostClock::now());
+  capturer->pauseClock().resume(HostClock::now());
   const auto [artifacts, stopError] = stop(*capturer);
 
   EXPECT_THAT(machine.journal, ElementsAre("screen starts", "system starts", "mic starts", "camera starts",
-                                           "pointer starts", "pointer stops", "mic stops", "camera stops",
-                                           "screen stops", "system stops", "camera closes"));
+                                           "pointer starts", "screen refreshes", "pointer stops", "mic stops",
+                                           "camera stops", "screen stops", "system stops", "camera closes"));
   EXPECT_EQ(stopError, nullptr);
   const RecordingArtifacts expected{.screenVideo = video,
                                     .facecam = facecam,
@@ -195,16 +205,11 @@ TEST_F(ScreenCapturerTest, AsksTheStreamForThePicturesOfItsTarget) {
     EXPECT_EQ(machine.configuration, asked) << asked.width << " by " << asked.height;
     std::filesystem::remove(video);
   };
-  expect({}, {.displayID = 2, .width = 128, .height = 48});
-  expect({.displayID = 1, .frameRate = 60},
-         {.displayID = 1, .width = 128, .height = 48, .minimumFrameInterval = {1, 60}});
+  expect({}, {.width = 128, .height = 48});
+  expect({.displayID = 1, .frameRate = 60}, {.width = 128, .height = 48, .minimumFrameInterval = {1, 60}});
   expect({.displayID = 1, .area = CaptureArea{4, 8, 21, 20}, .frameRate = 0},
-         {.displayID = 1,
-          .sourceRect = Rect{4, 20, 20, 20},
-          .width = 20,
-          .height = 20,
-          .minimumFrameInterval = {1, 1}});
-  expect({.windowID = 9}, {.displayID = 2, .windowID = 9, .width = 30, .height = 20});
+         {.width = 20, .height = 20, .minimumFrameInterval = {1, 1}});
+  expect({.windowID = 9}, {.width = 30, .height = 20});
 }
 
 TEST_F(ScreenCapturerTest, SaysWhyItCannotStart) {

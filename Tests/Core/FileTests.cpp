@@ -56,12 +56,14 @@ TEST(AtomicFile, LeavesNothingBehindWhenItFails) {
   }
 }
 
-TEST(AtomicFile, RefusesFilesBeyondTheLimitAndFolders) {
+TEST(AtomicFile, RefusesFilesBeyondTheLimitAndWhatIsNoFile) {
   const TemporaryFolder folder;
   AtomicFile::write(folder / "ten", "0123456789");
   EXPECT_EQ(AtomicFile::read(folder / "ten", 10), "0123456789");
   EXPECT_THROW(AtomicFile::read(folder / "ten", 9), FileError);
   EXPECT_THROW(AtomicFile::read(folder.path()), FileError);
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_THROW(AtomicFile::read(folder / "pipe"), FileError) << "nobody waits for a writer";
 }
 
 TEST(AtomicFile, LeavesTheOldOrTheNewFileWhenKilled) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -19,12 +20,14 @@ class ScriptedHttpClient : public HttpClient {
  public:
   std::deque<std::variant<HttpResponse, TransportError>> answers;
   std::vector<HttpRequest> requests;
+  std::function<void()> onRequest = [] {};
 
   void answer(int status, std::string body) {
     answers.emplace_back(HttpResponse{.status = status, .body = std::move(body)});
   }
   Task<HttpResponse> send(HttpRequest request) override {
     requests.push_back(std::move(request));
+    onRequest();
     auto next = std::move(answers.at(0));
     answers.pop_front();
     if (auto* error = std::get_if<TransportError>(&next)) throw TransportError(*error);

@@ -1,9 +1,12 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "Core/AtomicFile.h"
 #include "Core/JSON.h"
+#include "QuillantCloud/UploadError.h"
 #include "QuillantCloud/UploadQueueService.h"
 #include "Tests/QuillantCloud/CloudFakes.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -38,6 +41,10 @@ class UploadQueueServiceTest : public testing::Test {
   }
   Service::EntryState firstState(bool signedIn = true) { return service.sweep(now, signedIn).at(0).state; }
 
+  const std::string a = "AAAAAAAA-0000-4000-8000-000000000000";
+  const std::string b = "BBBBBBBB-0000-4000-8000-000000000000";
+  const std::string c = "CCCCCCCC-0000-4000-8000-000000000000";
+  const std::string d = "DDDDDDDD-0000-4000-8000-000000000000";
   static inline const Date now = *Date::parseISO8601("2026-05-04T10:00:00Z");
   TemporaryFolder folder;
   PendingUploadStore store{folder / "queue"};
@@ -53,74 +60,131 @@ TEST_F(UploadQueueServiceTest, WaitsTheWholePauseAndNotASecondMore) {
       {INT64_MIN, 0}, {0, 0}, {1, 30}, {2, 60}, {7, 1920}, {8, 3600}, {5000, 3600}, {INT64_MAX, 3600}};
   for (const auto& [attempts, seconds] : cases) EXPECT_EQ(service.retryDelay(attempts), seconds) << attempts;
 
-  auto entry = add("a", 100, 1);
+  auto entry = add(a, 100, 1);
   EXPECT_EQ(firstState(), Service::EntryState(Service::Eligible{})) << "never tried";
   entry.lastAttemptAt = before(29);
   store.save(entry);
   EXPECT_EQ(firstState(), Service::EntryState(Service::BackingOff{1}));
   EXPECT_EQ(firstState(false), Service::EntryState(Service::BlockedOnAuth{}));
-  EXPECT_EQ(resume(), (Service::RunResult{.skippedBackoff = {"a"}}));
+  EXPECT_EQ(resume(), (Service::RunResult{.skippedBackoff = {a}}));
 
   http->answer(500, R"({"error":"busy"})");
-  EXPECT_EQ(resume(true), (Service::RunResult{.stillPending = {"a"}})) << "force pays no heed to the pause";
-  EXPECT_EQ(store.load("a")->attempts, 2);
-  EXPECT_EQ(store.load("a")->lastError, "server error 500: busy");
-  EXPECT_EQ(log.back(), "upload a failed (attempt 2); will retry in ~60s — recording safe at /a.mp4");
+  EXPECT_EQ(resume(true), (Service::RunResult{.stillPending = {a}})) << "force pays no heed to the pause";
+  EXPECT_EQ(store.load(a)->attempts, 2);
+  EXPECT_EQ(store.load(a)->lastError, "server error 500: busy");
+  EXPECT_EQ(log.back(),
+            "upload AAAAAAAA failed (attempt 2); will retry in ~60s — recording safe at /" + a + ".mp4");
 
   entry.lastAttemptAt = before(30);
   store.save(entry);
   EXPECT_EQ(firstState(), Service::EntryState(Service::Eligible{}));
   answer("ready");
-  EXPECT_EQ(resume(), (Service::RunResult{.completed = {"a"}}));
+  EXPECT_EQ(resume(), (Service::RunResult{.completed = {a}}));
   EXPECT_TRUE(store.all().empty());
 }
 
 TEST_F(UploadQueueServiceTest, StopsAtAnExpiredSignInAndLeavesTheRestAlone) {
-  add("12345678-9", 20, 3);
-  const auto second = add("b", 10);
+  add(a, 20, 3);
+  const auto second = add(b, 10);
   http->answer(401, "");
-  EXPECT_EQ(resume(), (Service::RunResult{.stillPending = {"12345678-9"}, .needAuth = true}));
-  const auto blocked = *store.load("12345678-9");
+  EXPECT_EQ(resume(), (Service::RunResult{.stillPending = {a}, .needAuth = true}));
+  const auto blocked = *store.load(a);
   EXPECT_EQ(blocked.attempts, 3) << "the upload did not fail";
   EXPECT_EQ(blocked.lastError, "authentication expired — run `quillant login`");
   EXPECT_EQ(blocked.lastAttemptAt, now);
-  EXPECT_EQ(store.load("b"), second);
-  EXPECT_EQ(log.back(), "upload 12345678 is waiting for sign-in — recording is safe at /12345678-9.mp4");
+  EXPECT_EQ(store.load(b), second);
+  EXPECT_EQ(log.back(), "upload AAAAAAAA is waiting for sign-in — recording is safe at /" + a + ".mp4");
   EXPECT_EQ(firstState(), Service::EntryState(Service::BlockedOnAuth{}));
 
   answer("ready");
   answer("processing");
-  EXPECT_EQ(resume(true), (Service::RunResult{.completed = {"12345678-9"}, .stillPending = {"b"}}))
+  EXPECT_EQ(resume(true), (Service::RunResult{.completed = {a}, .stillPending = {b}}))
       << "the service's answer decides, not the flag";
-  EXPECT_EQ(store.load("b")->attempts, 0);
+  EXPECT_EQ(store.load(b)->attempts, 0);
 }
 
-TEST_F(UploadQueueServiceTest, ReadsTheGoodFilesAndLeavesTheOthers) {
-  add("young", 10);
-  add("old", 30);
-  auto done = add("done", 20);
+TEST_F(UploadQueueServiceTest, LeavesAnEntryToWhoeverHasItAndReadsItAgainAfterwards) {
+  add(a, 20);
+  add(b, 10);
+  auto other = store.claim(a);
+  EXPECT_FALSE(store.claim(a));
+  EXPECT_EQ(firstState(), Service::EntryState(Service::UnderWay{::getpid()}));
+  answer("ready");
+  EXPECT_EQ(resume(), (Service::RunResult{.completed = {b}, .underWay = {a}}));
+  EXPECT_EQ(log.front(), "upload AAAAAAAA is under way in process " + std::to_string(::getpid()));
+  other.reset();
+  EXPECT_EQ(firstState(), Service::EntryState(Service::Eligible{}));
+
+  add(b, 10);
+  http->onRequest = [&] { store.remove(b); };  // as another program does that finishes it meanwhile
+  answer("ready");
+  EXPECT_EQ(resume(), (Service::RunResult{.completed = {a}}));
+  EXPECT_TRUE(std::filesystem::is_empty(store.directory));
+}
+
+TEST_F(UploadQueueServiceTest, NeitherCancellationsNorClocksThatWereWrongCount) {
+  auto entry = add(a, 20, 3);
+  add(b, 10);
+  http->answers.emplace_back(TransportError(TransportError::Kind::cancelled, "ended"));
+  EXPECT_EQ(resume(), (Service::RunResult{.stillPending = {a}, .cancelled = true}));
+  EXPECT_EQ(store.load(a), entry);
+  entry.lastAttemptAt = before(-1e8);
+  store.save(entry);
+  EXPECT_EQ(firstState(), Service::EntryState(Service::Eligible{}));
+  answer("ready");
+  answer("ready");
+  EXPECT_EQ(resume(), (Service::RunResult{.completed = {a, b}}));
+}
+
+TEST_F(UploadQueueServiceTest, ReadsItsOwnFilesSweepsWhatKillsLeftAndLeavesTheOthers) {
+  add(c, 10);
+  add(a, 30);
+  auto done = add(b, 20);
   done.completed = true;
   store.save(done);
-  const auto good = AtomicFile::read(store.directory / "old.json");
+  const auto file = [&](const std::string& name) { return store.directory / name; };
+  const auto good = AtomicFile::read(file(a + ".json"));
   const std::vector<std::pair<std::string, std::string>> others = {
-      {"half.json", good.substr(0, good.size() / 2)},
-      {"empty.json", ""},
-      {"wrong.json", R"({"id": 7})"},
-      {"date.json", R"({"lastAttemptAt": "soon", )" + good.substr(1)},
+      {d + ".json", good},
+      {"E" + d.substr(1) + ".json", good.substr(0, good.size() / 2)},
+      {"F" + d.substr(1) + ".json", R"({"id": 7})"},
+      {"entry.json", good},
       {"notes.txt", good},
-      {".old.json.XyZ123", good},
+      {".notes.json.XyZ123", good},
+      {d + ".jpg", "the poster of an entry that cannot be read"},
   };
-  for (const auto& [name, contents] : others) std::ofstream(store.directory / name) << contents;
-  std::filesystem::create_directory(store.directory / "folder.json");
+  for (const auto& [name, contents] : others) std::ofstream(file(name)) << contents;
+  const auto idOf = [&](char letter) { return std::string(8, letter) + d.substr(8); };
+  const std::string litter[] = {"." + a + ".json.XyZ123", idOf('1') + ".jpg", idOf('2') + ".lock",
+                                "." + idOf('3') + ".jpg.XyZ123"};
+  for (const auto& name : litter) std::ofstream(file(name)) << "half";
+  ASSERT_EQ(::mkfifo(file(idOf('4') + ".json").c_str(), 0600), 0);
+  std::filesystem::create_symlink(a + ".json", file(idOf('5') + ".json"));
+  std::filesystem::create_directory(file(idOf('6') + ".json"));
 
   Ids ids;
   for (const auto& entry : store.all()) ids.push_back(entry.id);
-  EXPECT_EQ(ids, (Ids{"old", "done", "young"}));
+  EXPECT_EQ(ids, (Ids{a, b, c}));
   answer("ready");
   answer("ready");
-  EXPECT_EQ(resume(), (Service::RunResult{.completed = {"old", "young"}}));
+  EXPECT_EQ(resume(), (Service::RunResult{.completed = {a, c}}));
   EXPECT_TRUE(store.all().empty()) << "what was finished, and not removed, is removed now";
-  for (const auto& [name, contents] : others) EXPECT_EQ(AtomicFile::read(store.directory / name), contents);
+  for (const auto& [name, contents] : others) EXPECT_EQ(AtomicFile::read(file(name)), contents);
+  for (const auto& name : litter) EXPECT_FALSE(std::filesystem::exists(file(name))) << name;
+}
+
+TEST_F(UploadQueueServiceTest, SendsNothingThatSomebodyElseMayHavePutThere) {
+  auto entry = add(a, 10);
+  std::filesystem::permissions(store.directory, std::filesystem::perms(0777));
+  EXPECT_EQ(store.all().size(), 1u);
+  EXPECT_EQ(std::filesystem::status(store.directory).permissions(), std::filesystem::perms(0700));
+  EXPECT_FALSE(store.load("../queue/" + a));
+  std::filesystem::rename(store.directory, folder / "elsewhere");
+  std::filesystem::create_directory_symlink(folder / "elsewhere", store.directory);
+  EXPECT_THROW(resume(), FileError);
+  std::filesystem::remove(store.directory);
+  entry.captionsPath = "/\xFF.vtt";
+  EXPECT_THROW(store.save(entry), UploadError) << "it could not be found again";
 }
 
 TEST(PendingUpload, IsWrittenAsItAlwaysWasAndReadAsEarlierVersionsWroteIt) {

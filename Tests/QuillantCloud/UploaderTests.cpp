@@ -1,3 +1,4 @@
+#include <asio/io_context.hpp>
 #include <deque>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -14,6 +15,7 @@ namespace quillant {
 namespace {
 
 using Lines = std::vector<std::string>;
+using Phase = UploadProgress::Phase;
 
 /// A service and its object store that keep nothing, say what they are told to say, and note what they are
 /// asked.
@@ -24,13 +26,14 @@ class ScriptedService : public QuillantUploadAPI, public UploadTransport {
   bool thumbPresent = false;
   std::optional<std::string> captionsURL = "https://s/captions";
   std::string status = "ready";
+  std::string link = "https://q/slug";
   std::deque<APIError> completeErrors;
   std::deque<std::variant<UploadError, TransportError>> putErrors;
 
   Task<UploadReservation> createUpload(std::optional<std::string>, std::int64_t, std::int64_t, std::int64_t,
                                        std::int64_t) override {
     asked.emplace_back("create");
-    UploadReservation made{"v1", "slug", "https://q/slug", "https://s/video", "https://s/thumb", captionsURL};
+    UploadReservation made{"v1", "slug", link, "https://s/video", "https://s/thumb", captionsURL};
     co_return made;
   }
   Task<RefreshResult> refreshPresign(std::string videoId) override {
@@ -103,6 +106,7 @@ class UploaderTest : public testing::Test {
                             .store = store,
                             .transport = service,
                             .log = [this](const std::string& line) { log.push_back(line); },
+                            .progress = [this](const UploadProgress& now) { shown.push_back(now); },
                             .clock = clock.clock()};
     service->asked.clear();
     clock.sleeps->clear();
@@ -121,6 +125,7 @@ class UploaderTest : public testing::Test {
   std::shared_ptr<ScriptedService> service = std::make_shared<ScriptedService>();
   VirtualClock clock;
   Lines log;
+  std::vector<UploadProgress> shown;
   const std::string all = "video video/mp4, thumb image/jpeg";
 };
 
@@ -132,9 +137,14 @@ TEST_F(UploaderTest, TakesAllStepsInOrderAndStaysOnDiskUntilTheServiceSaysReady)
   service->status = "ready";
   EXPECT_EQ(run(), "complete v1 de") << "nothing is sent again";
   EXPECT_TRUE(!isOnDisk() && entry.completed);
-  EXPECT_EQ(log, (Lines{"uploading video (1.5 MB)…", "  video 50%", "  video 100%", "uploading thumbnail…",
-                        "  thumb 50%", "  thumb 100%", "uploading captions…", "  captions 50%",
-                        "  captions 100%", "finalizing…", "finalizing…", "done — https://q/slug"}));
+  EXPECT_EQ(log, (Lines{"uploading video (1.5 MB)…", "uploading thumbnail…", "uploading captions…",
+                        "finalizing…", "finalizing…", "done — https://q/slug"}));
+  std::vector<UploadProgress> expected = {{.phase = Phase::reserving}};
+  for (const auto phase : {Phase::video, Phase::thumb, Phase::captions})
+    for (const double fraction : {0.0, 0.5, 1.0}) expected.push_back({.phase = phase, .fraction = fraction});
+  for (const auto phase : {Phase::finalizing, Phase::reserving, Phase::finalizing})
+    expected.push_back({.phase = phase});
+  EXPECT_EQ(shown, expected);
 }
 
 TEST_F(UploaderTest, TriesAPutThreeTimesIfThatMayHelp) {
@@ -158,6 +168,53 @@ TEST_F(UploaderTest, TriesAPutThreeTimesIfThatMayHelp) {
   }
   EXPECT_EQ(log[1], "  video attempt 1 failed: PUT failed (503): why (retrying)");
   EXPECT_EQ(log.back(), "  video attempt 1 failed: PUT failed (499): why ");
+  EXPECT_EQ(shown.back(), (UploadProgress{.phase = Phase::video, .failure = "PUT failed (499): why"}));
+
+  service->putErrors = {refused(403)};
+  EXPECT_EQ(run(), "video video/mp4, PUT failed (403): why");
+  EXPECT_EQ(run(), "refresh v1, video2 video/mp4, complete v1")
+      << "URLs that were refused are not used again";
+}
+
+TEST_F(UploaderTest, IsCancelledWhereverItIsAndDoesNotFail) {
+  const TransportError ended(TransportError::Kind::cancelled, "ended");
+  const std::string cancelled = "the upload was cancelled";
+  const auto expectCancelled = [&](const std::string& asked) {
+    EXPECT_EQ(run(), asked + ", " + cancelled);
+    EXPECT_TRUE(shown.back().cancelled && !shown.back().failure);
+    EXPECT_EQ(fmt::format("{}", fmt::join(log, " ")).find("attempt"), std::string::npos);
+  };
+  service->putErrors = {ended};
+  expectCancelled("create, video video/mp4");
+  reserved(61), entry.videoUploaded = true, service->putErrors = {ended};
+  expectCancelled("thumb image/jpeg");
+  EXPECT_FALSE(entry.thumbUploaded);
+  entry.thumbUploaded = true, service->completeErrors = {APIError(APIError::Transport{ended})};
+  expectCancelled("complete v1");
+  // A wait that is cancelled throws what the library has for that.
+  const Uploader waiting{
+      .api = service,
+      .store = store,
+      .transport = service,
+      .clock = {.sleep = [](auto) -> Task<> {
+        throw std::system_error(asio::error::make_error_code(asio::error::operation_aborted));
+        co_return;
+      }}};
+  renew(), service->putErrors = {refused(503)};
+  EXPECT_THROW(runBlocking(waiting.runRemaining(entry, false)), UploadError);
+}
+
+TEST_F(UploaderTest, HandsOutNoLinkThatIsNoWebAddress) {
+  for (const auto* link :
+       {"javascript:alert(1)", "file:///etc/passwd", "q/slug", "https://", "http://q:port/x"}) {
+    renew();
+    service->link = link;
+    EXPECT_EQ(run(), "create, missing/invalid upload reservation") << link;
+    EXPECT_FALSE(isOnDisk());
+    reserved(61);
+    entry.shareURL = link;
+    EXPECT_EQ(run(), "missing/invalid upload reservation") << link;
+  }
 }
 
 TEST_F(UploaderTest, SkipsWhatIsDoneAndWhatCannotBe) {
@@ -187,6 +244,8 @@ TEST_F(UploaderTest, SkipsWhatIsDoneAndWhatCannotBe) {
            ", The Quillant server can't take captions yet. Turn captions off in the Captions tab to share "
            "now."},
       {[&] { reserved(61), entry.putVideoURL = "no address"; }, "missing/invalid upload reservation"},
+      {[&] { reserved(60), entry.videoPath = folder / "poster.jpg"; },
+       "the file has changed since it was queued (1500000 bytes then, 4 now); upload it again"},
       // No byte is sent for a link that would be forgotten.
       {[&] {
          std::filesystem::remove_all(store.directory);
@@ -225,34 +284,43 @@ TEST_F(UploaderTest, SendsAgainWhatTheServiceHasReclaimed) {
   EXPECT_FALSE(store.load(entry.id)->videoUploaded);
 }
 
-TEST(PresignedPut, ReportsEachTenthOnceAndShowsNoLongAnswers) {
+TEST(PresignedPut, ReportsEachTenthBesideTheTransferAndShowsNoLongAnswers) {
   ScriptedHttpClient http;
   http.answer(200, "");
   http.answer(403, std::string(600, 'x'));
   http.answer(500, "\xFF");
   http.answers.emplace_back(TransportError(TransportError::Kind::notHTTP, "SSH-2.0"));
   http.answers.emplace_back(TransportError(TransportError::Kind::timedOut, "too slow"));
+  http.answers.emplace_back(TransportError(TransportError::Kind::cancelled, "ended"));
   std::vector<double> reports;
-  const auto put = [&]() -> std::string {
-    try {
-      runBlocking(PresignedPut::upload(http, "/v", "https://s/v", "video/mp4",
-                                       [&](double fraction) { reports.push_back(fraction); }));
-      return {};
-    } catch (const UploadError& error) {
-      return error.description();
-    }
+  asio::io_context loop;
+  const auto runLoop = [&] { loop.restart(), loop.run(); };
+  const auto put = [&](const std::string& url = "https://s/v") {
+    std::string text;
+    asio::co_spawn(loop,
+                   PresignedPut::upload(http, "/v", url, "video/mp4",
+                                        [&](double fraction) { reports.push_back(fraction); }),
+                   [&](std::exception_ptr error) { text = describe(error); });
+    runLoop();
+    return text;
   };
-  EXPECT_EQ(put(), "");
+  for (const auto* insecure : {"http://s/v", "ftp://s/v", "s/v"})
+    EXPECT_EQ(put(insecure), "the address to upload to is not https; nothing was sent");
+  EXPECT_TRUE(http.requests.empty());
+  EXPECT_EQ(put("http://127.0.0.1/v"), "no error");
   const auto& request = http.requests.at(0);
   EXPECT_EQ(request.headers, (std::vector<HttpHeader>{{"Content-Type", "video/mp4"}}))
       << "no second authority";
   for (int sent = 0; sent <= 100; ++sent) request.progress(sent, 100);
   request.progress(0, 0);
+  EXPECT_TRUE(reports.empty()) << "the transfer's thread does not wait for whoever is told";
+  runLoop();
   EXPECT_EQ(reports, (std::vector<double>{0, .1, .2, .3, .4, .5, .6, .7, .8, .9, 1}));
   EXPECT_EQ(put(), "PUT failed (403): " + std::string(500, 'x'));
   EXPECT_EQ(put(), "PUT failed (500)");
   EXPECT_EQ(put(), "PUT failed (-1): no HTTP response");
   EXPECT_EQ(put(), "PUT failed (-1): too slow");
+  EXPECT_EQ(put(), "ended");
 }
 
 }  // namespace

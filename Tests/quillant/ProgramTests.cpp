@@ -82,8 +82,8 @@ TEST(ProgramTest, CannotRecordWithoutADisplayAndLeavesNothing) {
   EXPECT_THAT(
       result.errors,
       testing::StartsWith("quillant: could not start recording: cannot enumerate displays — Screen Recording "
-                          "permission is likely missing for this process's responsible app (Settings "
-                          "→ Privacy & Security → Screen Recording): "));
+                          "permission is likely missing for this process's responsible app ("
+                          "Settings → Privacy & Security → Screen Recording): "));
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 
   std::ofstream(video) << "precious";

@@ -25,6 +25,7 @@ constexpr const char* noUploads = "No pending uploads.";
 UploadQueueService makeQueue(const CloudServices& services, UploadLines& lines) {
   return {.store = {QuillantConfig::pendingUploadsDirectory()},
           .log = [&lines](const std::string& line) { lines.write(line); },
+          .progress = [&lines](const UploadProgress& progress) { lines.show(progress); },
           .clock = services.clock};
 }
 
@@ -60,7 +61,7 @@ void describe(const UploadQueueService::RunResult& result) {
     Console::print(
         fmt::format("Nothing eligible yet — {} upload(s) backing off. Force with `quillant resume --force`.",
                     result.skippedBackoff.size()));
-  } else if (result.completed.empty()) {
+  } else if (result.completed.empty() && result.underWay.empty()) {
     Console::print(noUploads);
   }
 }
@@ -81,6 +82,10 @@ struct DescribeState {
   }
   std::string operator()(const UploadQueueService::Eligible&) const { return "ready to resume"; }
   std::string operator()(const UploadQueueService::BlockedOnAuth&) const { return "waiting for sign-in"; }
+  std::string operator()(const UploadQueueService::UnderWay& state) const {
+    return state.process > 0 ? fmt::format("under way in process {}", state.process)
+                             : "under way in another process";
+  }
 };
 
 void describe(const UploadQueueService::EntrySummary& summary) {

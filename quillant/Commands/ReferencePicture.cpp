@@ -4,15 +4,16 @@
 
 namespace quillant::ReferencePicture {
 
-PixelBufferRef grab(ScreenService& screen, const StreamConfiguration& configuration) {
+PixelBufferRef grab(ScreenService& screen, std::uint32_t displayID, const RecordedSource& size) {
   PixelBufferRef picture;
   SerialQueue queue{"quillant.reference"};
-  const auto stream = screen.makeStream(configuration, queue,
-                                        {.onFrame =
-                                             [&](PixelBufferRef pixelBuffer, MediaTime) {
-                                               if (!picture) picture = std::move(pixelBuffer);
-                                             },
-                                         .onStopped = [](const std::exception_ptr&) {}});
+  const auto session = runBlocking(screen.openSession({.displayID = displayID}));
+  const auto stream = session->makeStream({.width = size.width, .height = size.height}, queue,
+                                          {.onFrame =
+                                               [&](PixelBufferRef pixelBuffer, MediaTime) {
+                                                 if (!picture) picture = std::move(pixelBuffer);
+                                               },
+                                           .onStopped = [](const std::exception_ptr&) {}});
   // The first picture is with the queue once the stream has started, and taken before an end of it is.
   runBlocking(stream->startCapture());
   queue.sync([] {});

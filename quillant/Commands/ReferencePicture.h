@@ -6,8 +6,8 @@
 /// What the picture of a recording is compared with. All pictures are BGRA.
 namespace quillant::ReferencePicture {
 
-/// What a stream shows first. Blocking; throws `ScreenError`.
-PixelBufferRef grab(ScreenService& screen, const StreamConfiguration& configuration);
+/// What a display shows, at the given size. Blocking; throws `CaptureError` or `ScreenError`.
+PixelBufferRef grab(ScreenService& screen, std::uint32_t displayID, const RecordedSource& size);
 
 /// A part of `picture`, which shares its memory.
 PixelBufferRef crop(const PixelBufferRef& picture, const PixelRect& part);

@@ -44,7 +44,7 @@ std::optional<std::uint32_t> SelfCheck::displayChoice(const std::vector<std::str
 CaptureTarget SelfCheck::wholeDisplay(std::optional<std::uint32_t> choice, const ShareableContent& content) {
   const auto other = std::ranges::find(content.displays, false, &DisplayInfo::isMain);
   if (!choice && other != content.displays.end()) choice = other->id;
-  return CaptureTarget::resolve({.displayID = choice}, content, nullptr);
+  return CaptureTarget::resolve({.displayID = choice}, content);
 }
 
 }  // namespace quillant

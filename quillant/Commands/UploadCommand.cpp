@@ -32,11 +32,12 @@ void tell(const std::string& text) {
   Console::writeError("quillant: " + text + "\n");
 }
 
-/// Where the video is, also when the entry is resumed from another folder.
+/// Where the video is: this very file, also when the upload is resumed from another folder, or when a link on
+/// the way to it leads elsewhere by then.
 fs::path existingFile(const std::string& file) {
   std::error_code missing;
-  const auto path = fs::absolute(file, missing);
-  if (!missing && fs::is_regular_file(path, missing)) return path.lexically_normal();
+  const auto path = fs::canonical(file, missing);
+  if (!missing && fs::is_regular_file(path, missing)) return path;
   tell("no such file: " + file);
   throw Failure{ExitCode::failure};
 }
@@ -50,27 +51,31 @@ VideoFacts probe(const CloudServices& services, const fs::path& video) {
   }
 }
 
-/// An entry that is on disk. The upload goes without a poster where none can be made.
-PendingUpload makeEntry(const CloudServices& services, const PendingUploadStore& store, const fs::path& video,
-                        std::optional<std::string> title) {
-  const auto facts = probe(services, video);
-  auto entry = PendingUpload::make(video, std::nullopt, std::move(title), facts.sizeBytes, facts.durationMs,
-                                   facts.width, facts.height);
+/// The upload goes without a poster where none can be made.
+void addPoster(const CloudServices& services, const PendingUploadStore& store, PendingUpload& entry) {
   try {
-    const auto poster = store.makePosterPath(entry.id);
-    services.makePoster(video, poster);
+    const auto poster = store.posterPath(entry.id);
+    services.makePoster(entry.videoPath, poster);
     entry.thumbPath = poster;
   } catch (const Error& error) {
     tell(fmt::format("warning: thumbnail generation failed ({})", error.description()));
   }
+}
+
+/// Puts the entry on disk. For as long as the claim lasts nobody else runs it.
+UploadClaim persist(const CloudServices& services, const PendingUploadStore& store, PendingUpload& entry) {
   try {
+    store.removeLitter();
+    auto claim = store.claim(entry.id);
+    if (!claim) throw FileError("lock", store.directory, std::make_error_code(std::errc::file_exists));
+    addPoster(services, store, entry);
     store.save(entry);
-  } catch (const FileError& error) {
+    return std::move(*claim);
+  } catch (const Error& error) {
     tell("could not persist upload record: " + error.description());
     store.remove(entry.id);
     throw Failure{ExitCode::failure};
   }
-  return entry;
 }
 
 /// Notes on disk what the upload waits for.
@@ -133,14 +138,19 @@ Task<int> run(CloudServices services, Options options) {
       tell("not signed in — run `quillant login`");
       co_return ExitCode::noPermission;
     }
+    const auto api = std::make_shared<QuillantAPI>(*token, services.http);
     const PendingUploadStore store{QuillantConfig::pendingUploadsDirectory()};
-    auto entry = makeEntry(services, store, video, std::move(options.title));
+    const auto facts = probe(services, video);
+    auto entry = PendingUpload::make(video, std::nullopt, std::move(options.title), facts.sizeBytes,
+                                     facts.durationMs, facts.width, facts.height);
+    const auto claim = persist(services, store, entry);
 
     UploadLines lines;
-    const Uploader uploader{.api = std::make_shared<QuillantAPI>(*token, services.http),
+    const Uploader uploader{.api = api,
                             .store = store,
                             .transport = std::make_shared<HttpUploadTransport>(services.http),
                             .log = [&lines](const std::string& line) { lines.write(line); },
+                            .progress = [&lines](const UploadProgress& progress) { lines.show(progress); },
                             .clock = services.clock};
     const auto link = co_await reserve(uploader, entry);
     co_await handOut(*services.clipboard, link);

@@ -1,9 +1,9 @@
 #include "quillant/Commands/UploadLines.h"
 
 #include <cstdio>
+#include <fmt/format.h>
 #include <unistd.h>
 
-#include "QuillantCloud/Uploader.h"
 #include "quillant/Commands/Console.h"
 
 namespace quillant {
@@ -24,14 +24,23 @@ UploadLines::~UploadLines() {
 
 void UploadLines::write(const std::string& line) {
   const std::lock_guard lock(mutex_);
-  if (isTerminal_ && Uploader::isProgressLine(line)) {
-    std::fputs((clearLine + line).c_str(), stdout);
-    std::fflush(stdout);
-    lineIsOpen_ = true;
-    return;
-  }
   endOpenLine();
   Console::print(line);
+}
+
+void UploadLines::show(const UploadProgress& progress) {
+  // An end is told by whoever awaits it, a beginning by a line of its own.
+  if (progress.failure || progress.cancelled || progress.fraction <= 0) return;
+  const auto line =
+      fmt::format("  {} {}%", rawText(progress.phase), static_cast<int>(progress.fraction * 100));
+  const std::lock_guard lock(mutex_);
+  if (!isTerminal_) {
+    Console::print(line);
+    return;
+  }
+  std::fputs((clearLine + line).c_str(), stdout);
+  std::fflush(stdout);
+  lineIsOpen_ = true;
 }
 
 void UploadLines::endOpenLine() {

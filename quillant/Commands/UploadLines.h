@@ -3,10 +3,12 @@
 #include <mutex>
 #include <string>
 
+#include "QuillantCloud/UploadProgress.h"
+
 namespace quillant {
 
-/// The lines of an upload on standard output. On a terminal the lines that only tell how far a file has come
-/// take each other's place; elsewhere every line stands. Safe on any thread.
+/// The lines of an upload on standard output, and how far its files have come: on a terminal in one place,
+/// elsewhere in a line each. Safe on any thread.
 class UploadLines {
  public:
   UploadLines();
@@ -17,6 +19,7 @@ class UploadLines {
   UploadLines& operator=(const UploadLines&) = delete;
 
   void write(const std::string& line);
+  void show(const UploadProgress& progress);
 
  private:
   void endOpenLine();

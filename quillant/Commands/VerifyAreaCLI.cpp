@@ -39,8 +39,7 @@ bool VerifyAreaCLI::passes(const std::vector<std::string>& words) {
   });
   const double primaryHeight = (primary == displays.end() ? display : *primary).frame.height;
 
-  const auto reference = ReferencePicture::grab(
-      *services_.screen, {.displayID = display.id, .width = whole.width, .height = whole.height});
+  const auto reference = ReferencePicture::grab(*services_.screen, display.id, whole.source());
   const auto chosen = lowerLeft(*reference);
   auto wrong = chosen;
   wrong.y = reference->height - chosen.y - chosen.height;

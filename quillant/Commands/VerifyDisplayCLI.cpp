@@ -19,8 +19,7 @@ bool VerifyDisplayCLI::passes(const std::vector<std::string>& words) {
   // At the size of the recording, so that each can be laid upon its picture.
   std::vector<PixelBufferRef> references;
   for (const auto& display : displays)
-    references.push_back(ReferencePicture::grab(
-        *services_.screen, {.displayID = display.id, .width = chosen.width, .height = chosen.height}));
+    references.push_back(ReferencePicture::grab(*services_.screen, display.id, chosen.source()));
   const TrialRecording recording(services_, {.displayID = chosen.displayID, .telemetry = false});
   const auto picture = recording.firstPicture();
 

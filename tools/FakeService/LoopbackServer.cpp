@@ -42,12 +42,13 @@ std::string LoopbackRequest::query(std::string_view name) const {
 void LoopbackExchange::parseHead(std::string_view head) {
   auto line = takeUpTo(head, "\r\n");
   request.method = takeUpTo(line, " ");
-  request.url = URL::parse(takeUpTo(line, " ")).value();
+  const auto target = takeUpTo(line, " ");
   while (!head.empty()) {
     auto field = takeUpTo(head, "\r\n");
     const auto name = Text::lowercased(takeUpTo(field, ":"));
     request.headers[name] = Text::trimmed(field);
   }
+  request.url = URL::parse(fmt::format("http://{}{}", request.header("host"), target)).value();
   const auto length = request.header("content-length");
   std::from_chars(length.data(), length.data() + length.size(), request.contentLength);
   awaitsContinue_ = Text::lowercased(request.header("expect")) == "100-continue";

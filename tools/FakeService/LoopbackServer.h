@@ -18,7 +18,7 @@ namespace quillant {
 
 struct LoopbackRequest {
   std::string method;
-  URL url;                                     ///< Path and query.
+  URL url;                                     ///< With the host that the client named.
   std::map<std::string, std::string> headers;  ///< Names in lower case.
   std::uint64_t contentLength = 0;
 

@@ -95,7 +95,7 @@ TEST_F(CurlHttpClientTest, SendsWhatItIsGivenAndNothingElseOfWeight) {
                                       .body = R"({"a": 1})"});
   EXPECT_EQ(outcome.ending, Ending(418)) << outcome.errorText;
   EXPECT_EQ(outcome.response.body, "short and stout");
-  EXPECT_EQ(seen.method + " " + seen.url.text(), "POST /a/b?c=d");
+  EXPECT_EQ(seen.method + " " + seen.url.text(), "POST " + server.origin() + "/a/b?c=d");
   EXPECT_EQ(received, 8);
   EXPECT_EQ(seen.header("content-type"), "application/json");
   EXPECT_FALSE(seen.headers.contains("cookie") || seen.headers.contains("authorization"));
@@ -154,6 +154,9 @@ TEST_F(CurlHttpClientTest, SaysWhyNoAnswerCame) {
   LoopbackServer truncating([&](LoopbackExchange& exchange) -> Task<> {
     co_await exchange.readBody([&](std::string_view) { file(1'000'000); });
   });
+  LoopbackServer hasty([](LoopbackExchange& exchange) -> Task<> {
+    co_await exchange.write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
+  });
   const auto nobody = LoopbackServer([](LoopbackExchange&) -> Task<> { co_return; }).origin();
   auto injected = get(server.origin());
   injected.headers[0].value += "\r\nX-Injected: 1";
@@ -166,6 +169,7 @@ TEST_F(CurlHttpClientTest, SaysWhyNoAnswerCame) {
       {get(mute.origin()), Kind::interrupted},
       {put(server.origin(), folder / "missing.mp4"), Kind::unreadableBody},
       {put(server.origin(), folder.path()), Kind::unreadableBody},
+      {put(hasty.origin(), file(50'000'000)), Kind::interrupted},
       {put(truncating.origin(), file(50'000'000)), Kind::unreadableBody},
   };
   for (const auto& [request, expected] : cases) {

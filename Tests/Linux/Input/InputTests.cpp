@@ -1,14 +1,12 @@
-#include <atomic>
+#include <csignal>
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <mutex>
+#include <memory>
 
 #include "CaptureEngine/CursorTelemetryRecorder.h"
 #include "Core/HostClock.h"
-#include "Linux/Input/X11ClickEventSource.h"
-#include "Linux/Input/X11Pointer.h"
+#include "Linux/Input/X11Input.h"
 #include "Linux/Input/X11Time.h"
-#include "Linux/Input/X11WindowFrameProbe.h"
 #include "Tests/Support/Eventually.h"
 #include "Tests/Support/VirtualDisplay.h"
 
@@ -20,52 +18,29 @@ constexpr MediaTime ms(std::int64_t count) {
   return {count, 1000};
 }
 
-/// What a click event source tells: "l+" for the left button going down, "r-" for the right one going up.
-struct Told {
-  ClickEventSource::Handlers handlers() {
-    return {.onEvent =
-                [this](const ClickEvent& event) {
-                  const std::lock_guard guard(lock);
-                  events += rawText(event.button).substr(0, 1);
-                  events += event.kind == ClickEvent::Kind::down ? '+' : '-';
-                  lastTime = event.hostTime;
-                },
-            .onLost = [this] { lost = true; }};
-  }
-  std::string text() {
-    const std::lock_guard guard(lock);
-    return events;
-  }
-
-  std::mutex lock;
-  std::string events;
-  MediaTime lastTime;
-  std::atomic<bool> lost = false;
-};
-
 class Input : public testing::Test {
  protected:
   void SetUp() override {
     if (!VirtualDisplay::isAvailable()) GTEST_SKIP() << "no Xvfb";
     display = std::make_unique<VirtualDisplay>(1600, 900);
-    pointer.emplace(display->name());
-    source = makeX11ClickEventSource(display->name());
+    connection = std::make_unique<X11Connection>(display->name());
   }
-
-  /// A main monitor lower right, one left of it and one above it, at scale 2.
-  void arrangeMonitors() {
-    for (const char* command :
-         {"xrandr --setmonitor LEFT 600/160x400/100+0+500 none",
-          "xrandr --setmonitor '*MAIN' 1000/260x500/130+600+400 screen",
-          "xrandr --setmonitor ABOVE 1000/260x400/100+600+0 none", "echo Xft.dpi: 192 | xrdb -merge"})
-      ASSERT_EQ(run(command), 0) << command;
+  X11Input& watch(const X11Input::Origin& origin) { return input.emplace(*connection, origin); }
+  /// What is told: "l+" for the left button going down, "r-" for the right one going up.
+  ClickEventSource::Handler teller() {
+    return [this](const ClickEvent& event) {
+      told += rawText(event.button).substr(0, 1);
+      told += event.kind == ClickEvent::Kind::down ? '+' : '-';
+      lastTime = event.hostTime;
+    };
   }
-
   int run(const std::string& words) const { return display->run({"sh", "-c", words}); }
 
   std::unique_ptr<VirtualDisplay> display;
-  std::optional<X11Pointer> pointer;
-  std::unique_ptr<ClickEventSource> source;
+  std::unique_ptr<X11Connection> connection;
+  std::optional<X11Input> input;
+  std::string told;
+  MediaTime lastTime;
 };
 
 TEST(X11Time, ExtendsTheServersMillisecondsToTheHostClock) {
@@ -81,70 +56,91 @@ TEST(X11Time, ExtendsTheServersMillisecondsToTheHostClock) {
   EXPECT_EQ(hostTime(wrap - 500'000, 1000), 1000);
 }
 
-TEST_F(Input, FindsPointerAndWindowsInPointsOfTheMainDisplay) {
+TEST_F(Input, CountsFromTheCornerOfWhatIsRecorded) {
   ASSERT_EQ(run("xdotool mousemove 801 100"), 0);
-  EXPECT_EQ(pointer->read().location, (Point{801, 100}));
-  arrangeMonitors();
-  EXPECT_TRUE(eventually([&] { return pointer->read().location == Point{100.5, -150}; }));  // it looks again
+  const auto at = watch({connection->root(), {600, 400}, 2}).read();
+  EXPECT_EQ(at.location, (Point{100.5, -150}));
+  EXPECT_EQ(at.liveRegion, std::nullopt);
 
   X11Connection x(display->name());
   const xcb_window_t window = xcb_generate_id(x.get());
-  xcb_create_window(x.get(), 0, window, x.root(), 100, 600, 300, 200, 10, XCB_WINDOW_CLASS_INPUT_OUTPUT, 0, 0,
+  xcb_create_window(x.get(), 0, window, x.root(), 100, 60, 300, 200, 10, XCB_WINDOW_CLASS_INPUT_OUTPUT, 0, 0,
                     nullptr);
-  X11WindowFrameProbe probe(display->name());
-  const auto isAt = [&](const std::optional<Rect>& frame) {
-    xcb_flush(x.get());
-    return eventually([&] { return probe.frame(window) == frame; });
+  watch({.window = window, .scale = 2});
+  const auto isAt = [&](Point location, const Rect& region) {
+    x.wait(xcb_get_input_focus_reply, xcb_get_input_focus(x.get()));
+    const auto now = input->read();
+    return now.location == location && now.liveRegion == region;
   };
-  EXPECT_TRUE(isAt(Rect{-245, 105, 150, 100}));  // not mapped yet, and without its border
-  const std::uint32_t place[] = {static_cast<std::uint32_t>(-20), 30};
-  xcb_configure_window(x.get(), window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, place);
-  EXPECT_TRUE(isAt(Rect{-305, -180, 150, 100}));
+  EXPECT_TRUE(isAt({345.5, 15}, {0, 0, 150, 100}));  // not mapped yet, and without its border
+  const std::uint32_t place[] = {static_cast<std::uint32_t>(-20), 30, 500, 80};
+  xcb_configure_window(
+      x.get(), window,
+      XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, place);
+  EXPECT_TRUE(isAt({405.5, 30}, {0, 0, 250, 40}));
   xcb_destroy_window(x.get(), window);
-  EXPECT_TRUE(isAt(std::nullopt));
+  EXPECT_TRUE(isAt({405.5, 30}, {0, 0, 250, 40}));  // as it was
 }
 
-TEST_F(Input, HearsOfClicksUnderAGrabUntilItIsStoppedOrTheServerEnds) {
+TEST_F(Input, HearsOfClicksUnderAGrabUntilItIsStopped) {
   ASSERT_EQ(run("xmodmap -e 'pointer = 3 2 1 4 5 6 7 8 9 10'"), 0);
-  Told stopped;
-  const auto ended = makeX11ClickEventSource(display->name());
-  ASSERT_TRUE(ended->start(stopped.handlers()));
-  ended->stop();
-  Told told;
+  watch({.window = connection->root()});
   const MediaTime before = HostClock::now();
-  ASSERT_TRUE(source->start(told.handlers()));
+  ASSERT_TRUE(input->start(teller()));
   X11Connection other(display->name());
   const auto grab =
       other.wait(xcb_grab_pointer_reply,
                  xcb_grab_pointer(other.get(), 0, other.root(), XCB_EVENT_MASK_BUTTON_PRESS,
                                   XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, 0));
   ASSERT_EQ(grab->status, XCB_GRAB_STATUS_SUCCESS);
+  const auto tells = [&](const std::string& text) {
+    return eventually([&] { return input->read(), told == text; });
+  };
   ASSERT_EQ(run("xdotool click 2 click 4 click 5 click 3 mousedown 1"), 0);
-  EXPECT_TRUE(pointer->read().rightDown);
+  EXPECT_TRUE(input->read().rightDown);
   ASSERT_EQ(run("xdotool mouseup 1"), 0);
-  EXPECT_TRUE(eventually([&] { return told.text() == "l+l-r+r-"; })) << told.text();
+  EXPECT_TRUE(tells("l+l-r+r-")) << told;
   ASSERT_EQ(run("xmodmap -e 'pointer = 1 2 3 4 5 6 7 8 9 10'"), 0);  // while it listens
+  input->read();
   ASSERT_EQ(run("xdotool mousedown 1"), 0);
-  EXPECT_TRUE(pointer->read().leftDown);
-  EXPECT_TRUE(eventually([&] { return told.text() == "l+l-r+r-l+"; })) << told.text();
+  EXPECT_TRUE(tells("l+l-r+r-l+")) << told;
   // The server rounds its time down, to a few milliseconds on some machines.
-  EXPECT_GT(told.lastTime, before - ms(20));
-  EXPECT_LE(told.lastTime, HostClock::now());
+  EXPECT_GT(lastTime, before - ms(20));
+  EXPECT_LE(lastTime, HostClock::now());
 
+  ASSERT_EQ(run("xdotool mouseup 1 click 3"), 0);
+  input->stop();
+  EXPECT_EQ(told, "l+l-r+r-l+l-r+r-");
+  ASSERT_EQ(run("xdotool click 1"), 0);
+  input->read();
+  EXPECT_EQ(told, "l+l-r+r-l+l-r+r-");
+}
+
+TEST_F(Input, StaysWhereItWasWhileTheServerHangsAndOnceItHasGone) {
+  ASSERT_EQ(run("xdotool mousemove 30 40 mousedown 1"), 0);
+  watch({.window = connection->root()});
+  ASSERT_TRUE(input->start(teller()));
+  EXPECT_EQ(input->read().location, (Point{30, 40}));
+  ::kill(display->processID(), SIGSTOP);
+  const MediaTime begin = HostClock::now();
+  for (int sample = 0; sample < 3; ++sample) {
+    EXPECT_EQ(input->read().location, (Point{30, 40}));
+    EXPECT_TRUE(input->read().leftDown);
+  }
+  EXPECT_LT(HostClock::now() - begin, ms(5000));  // and not as long as for an answer that is needed
+  ::kill(display->processID(), SIGCONT);
+  ASSERT_EQ(run("xdotool mouseup 1 mousemove 50 60"), 0);
+  EXPECT_TRUE(eventually([&] { return input->read().location == Point{50, 60}; }));
+  EXPECT_EQ(told, "l-");
   display->kill();
-  EXPECT_TRUE(eventually([&] { return told.lost.load(); }));
-  EXPECT_EQ(stopped.text(), "");
-  EXPECT_FALSE(stopped.lost);
-  EXPECT_EQ(pointer->read().location, Point{});
-  EXPECT_EQ(X11WindowFrameProbe(display->name()).frame(1), std::nullopt);
-  EXPECT_FALSE(makeX11ClickEventSource(":60000")->start(told.handlers()));
+  EXPECT_EQ(input->read().location, (Point{50, 60}));
+  input->stop();
 }
 
 TEST_F(Input, RecordsClicksWhereAndHowOftenTheyWereMade) {
-  arrangeMonitors();
-  // The display left of the main one.
-  CursorTelemetryRecorder recorder(
-      {.region = {-300, 50, 300, 200}, .source = [this] { return pointer->read(); }}, std::move(source));
+  watch({connection->root(), {0, 500}, 2});
+  CursorTelemetryRecorder recorder({.region = {0, 0, 300, 200}, .source = [this] { return input->read(); }},
+                                   &*input);
   recorder.start();
   const auto payload = [&] { return recorder.payload(MediaTime::zero()); };
   const auto clicksAt = [&](const std::string& position, const std::string& clicks, std::size_t count) {

@@ -169,17 +169,21 @@ void ScreenFixture::flush() {
   x->wait(xcb_get_input_focus_reply, xcb_get_input_focus(x->get()));
 }
 
-StreamConfiguration ScreenFixture::wholeDisplay() {
-  const auto info = X11ScreenService(display->name()).content().displays.front();
-  return {.displayID = info.id,
-          .width = info.pixelWidth,
-          .height = info.pixelHeight,
-          .minimumFrameInterval = {1, 500}};
+StreamRequest ScreenFixture::wholeDisplay() {
+  StreamRequest request;
+  const X11Monitor monitor = X11Layout::read(*x).main();
+  request.width = static_cast<int>(monitor.frame.width);
+  request.height = static_cast<int>(monitor.frame.height);
+  request.minimumFrameInterval = {1, 500};
+  request.target = {
+      monitor,
+      {static_cast<int>(monitor.frame.x), static_cast<int>(monitor.frame.y), request.width, request.height}};
+  return request;
 }
 
-ScreenStream& ScreenFixture::start(const StreamConfiguration& configuration, const std::string& displayName) {
-  stream = std::make_unique<ScreenStream>(displayName.empty() ? display->name() : displayName, configuration,
-                                          queue, frames.callbacks());
+ScreenStream& ScreenFixture::start(const StreamRequest& request, const std::string& displayName) {
+  stream = std::make_unique<ScreenStream>(displayName.empty() ? display->name() : displayName, patience,
+                                          request.target, request, queue, frames.callbacks());
   runBlocking(stream->startCapture());
   return *stream;
 }

@@ -11,7 +11,6 @@
 
 #include "CaptureEngine/ScreenService.h"
 #include "Linux/Screen/ScreenStream.h"
-#include "Linux/Screen/X11ScreenService.h"
 #include "Linux/X11/X11Connection.h"
 #include "Tests/Support/VirtualDisplay.h"
 
@@ -65,6 +64,11 @@ class Frames {
   Grid last_{0, 0};
 };
 
+/// A stream to be tried, and what it is taken from.
+struct StreamRequest : StreamConfiguration {
+  X11Target target;
+};
+
 /// A virtual display of 400 by 300 pixels, a client that draws on it, and a model of what it shows.
 class ScreenFixture : public testing::Test {
  protected:
@@ -80,8 +84,8 @@ class ScreenFixture : public testing::Test {
   void flush();
 
   /// All of the only display, at a rate at which no test waits.
-  StreamConfiguration wholeDisplay();
-  ScreenStream& start(const StreamConfiguration& configuration, const std::string& displayName = {});
+  StreamRequest wholeDisplay();
+  ScreenStream& start(const StreamRequest& request, const std::string& displayName = {});
   void stop();
 
   std::unique_ptr<VirtualDisplay> display;
@@ -90,6 +94,7 @@ class ScreenFixture : public testing::Test {
   Frames frames;
   SerialQueue queue{"test.samples"};
   std::unique_ptr<ScreenStream> stream;
+  X11Connection::Duration patience = X11Connection::defaultPatience;
 
  private:
   xcb_gcontext_t gc_ = 0;

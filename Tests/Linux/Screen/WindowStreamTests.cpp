@@ -1,3 +1,4 @@
+#include "Linux/Screen/X11ScreenService.h"
 #include "MediaKit/Pictures/BGRAScaler.h"
 #include "Tests/Linux/Screen/ScreenFixture.h"
 
@@ -20,7 +21,9 @@ class WindowStream : public ScreenFixture {
   }
 
   void record(xcb_window_t recorded) {
-    start({.windowID = recorded, .width = 100, .height = 80, .minimumFrameInterval = {1, 500}});
+    StreamRequest request{{.width = 100, .height = 80, .minimumFrameInterval = {1, 500}}, {}};
+    request.target.window = recorded;
+    start(request);
   }
   void drawInside(const PixelRect& rect, std::uint32_t color) {
     draw({{rect, color}}, window);

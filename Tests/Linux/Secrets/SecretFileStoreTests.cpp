@@ -32,6 +32,16 @@ TEST(SecretFileStore, LetsNobodyElseReadAndGivesEachNameAFileOfItsOwn) {
   }
 }
 
+TEST(SecretFileStore, RemovesWhatAKilledProcessLeftToo) {
+  const TemporaryFolder home;
+  const SecretFileStore store(home / "secrets");
+  const SecretName name{"service", "account"};
+  store.store(name, "token");
+  std::ofstream(home / "secrets" / ("." + store.path(name).filename().string() + ".XyZ123")) << "token";
+  store.remove(name);
+  EXPECT_TRUE(std::filesystem::is_empty(home / "secrets"));
+}
+
 TEST(SecretFileStore, RefusesWhatIsNotItsOwnFile) {
   const TemporaryFolder home;
   const SecretFileStore store(home / "secrets");

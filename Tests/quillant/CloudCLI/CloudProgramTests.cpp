@@ -11,6 +11,7 @@
 #include "Core/Text.h"
 #include "Linux/Secrets/SecretFileStore.h"
 #include "QuillantCloud/PendingUploadStore.h"
+#include "Tests/Support/Eventually.h"
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/quillant/QuillantRun.h"
 #include "tools/FakeService/FakeService.h"
@@ -81,7 +82,8 @@ class CloudProgramTest : public testing::Test {
       text = std::regex_replace(text, std::regex(mark), value);
     };
     fillIn("\\{v\\}", video);
-    for (const auto& entry : queue.all()) fillIn("\\{i\\}", entry.shortId());
+    if (std::filesystem::is_directory(queue.directory))
+      for (const auto& entry : queue.all()) fillIn("\\{i\\}", entry.shortId());
     for (const auto& id : service.videoIds()) fillIn("\\{l\\}", link(id));
     return text;
   }
@@ -245,8 +247,7 @@ TEST_F(CloudProgramTest, SendsNothingThatItCannotKeepAndLetsNoServerSteerTheTerm
           "processing input"});
   std::ofstream(queue.directory) << "in the folder's place";
   const auto why = "could not use the private folder " + queue.directory.string() + ": Not a directory";
-  expect("upload {v}", 70, {},
-         {"warning: thumbnail generation failed (" + why + ")", "could not persist upload record: " + why});
+  expect("upload {v}", 70, {}, {"could not persist upload record: " + why});
   EXPECT_TRUE(service.counts().empty());
 
   std::filesystem::remove(queue.directory);
@@ -254,6 +255,42 @@ TEST_F(CloudProgramTest, SendsNothingThatItCannotKeepAndLetsNoServerSteerTheTerm
   expect("upload {v}", 70, {},
          {"could not start upload: server error 403: �[2J�no code=quota",
           "recording is safe on disk and queued: {v}"});
+}
+
+TEST_F(CloudProgramTest, LeavesAnUploadToTheProgramThatHasIt) {
+  signIn();
+  int uploads = 0;
+  for (const auto step : {Step::createUpload, Step::putVideo}) {
+    std::atomic<bool> isStopped = false;
+    running = 0;
+    watch([&](Step at) {
+      if (at != step || isStopped) return;
+      running.wait(0);
+      ::kill(running, SIGSTOP);
+      isStopped = true;
+    });
+    QuillantRun first({"upload", video}, environment());
+    const auto process = first.processID();
+    running = process;
+    running.notify_all();
+    EXPECT_TRUE(eventually([&] { return isStopped.load(); }));
+    expect("resume --force", 0, {"upload {i} is under way in process " + std::to_string(process)});
+    ::kill(process, SIGCONT);
+    EXPECT_EQ(first.wait().exitCode, 0);
+    ++uploads;
+    EXPECT_EQ(service.counts().at(Step::createUpload).performed, uploads);
+    EXPECT_EQ(service.counts().at(Step::putVideo).requests, uploads);
+  }
+}
+
+TEST_F(CloudProgramTest, SendsTheFileThatWasNamed) {
+  signIn();
+  std::filesystem::create_directories(folder / "other/deep");
+  std::filesystem::create_directory_symlink(folder / "other/deep", folder / "link");
+  const auto named = folder / "other" / video.filename();
+  TestRecording{.frames = 3}.write(named);
+  EXPECT_EQ(run("upload " + (folder / "link/.." / video.filename()).string()).exitCode, 0);
+  EXPECT_EQ(contents(service.objectPath(service.videoIds().at(0), "video")), contents(named));
 }
 
 /// Where the first process dies.
@@ -303,7 +340,7 @@ TEST_P(KilledUploadTest, IsOneUploadWithOneLinkInTheEnd) {
   const bool hasBegun = !first.output.empty() || !queue.all().empty();
   EXPECT_EQ(run(hasBegun ? "resume --force" : GetParam().command).exitCode, 0);
 
-  EXPECT_TRUE(queue.all().empty());
+  EXPECT_TRUE(std::filesystem::is_empty(queue.directory));
   Lines live;
   for (const auto& id : service.videoIds())
     if (service.upload(id)["status"] == "ready") live.push_back(id);

@@ -77,13 +77,18 @@ TEST(AuthFlow, TellsACancelFromATimeOutAndAFailure) {
 
 TEST(UploadLines, DrawsProgressInOnePlaceOnATerminalOnly) {
   for (const auto& [isTerminal, expected] :
-       {std::pair(false, "uploading…\n  video 0%\n  video 100%\nfinalizing…\n  x 50%\n"),
-        {true, "uploading…\n\r\x1b[K  video 0%\r\x1b[K  video 100%\nfinalizing…\n\r\x1b[K  x 50%\n"}}) {
+       {std::pair(false, "uploading…\n  video 0%\n  video 100%\nfinalizing…\n  thumb 50%\n"),
+        {true, "uploading…\n\r\x1b[K  video 0%\r\x1b[K  video 100%\nfinalizing…\n\r\x1b[K  thumb 50%\n"}}) {
     testing::internal::CaptureStdout();
     {
       UploadLines lines(isTerminal);
-      for (const auto* line : {"uploading…", "  video 0%", "  video 100%", "finalizing…", "  x 50%"})
-        lines.write(line);
+      using Phase = UploadProgress::Phase;
+      lines.write("uploading…");
+      for (const double fraction : {0.0, 0.004, 1.0})
+        lines.show({.phase = Phase::video, .fraction = fraction});
+      lines.show({.phase = Phase::finalizing});
+      lines.write("finalizing…");
+      lines.show({.phase = Phase::thumb, .fraction = 0.5});
     }
     EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
   }
