@@ -34,7 +34,8 @@ struct HttpRequest {
   /// The longest connecting may take, the longest pause in which no byte of the body moves, and the longest
   /// that the whole answer may take once the request has been sent.
   std::chrono::milliseconds timeout = std::chrono::seconds(60);
-  /// Bytes of the body sent so far, and all of them. May be empty. Any thread, never two calls at once.
+  /// Bytes of the body sent so far, and all of them. May be empty. Any thread, never two calls at once; all
+  /// transfers stand still until it returns.
   std::function<void(std::int64_t sent, std::int64_t total)> progress;
 };
 

@@ -1,7 +1,6 @@
 #include "QuillantCloud/PendingUploadStore.h"
 
 #include <algorithm>
-#include <set>
 
 #include "Core/AtomicFile.h"
 #include "Core/JSON.h"
@@ -110,23 +109,23 @@ std::filesystem::path PendingUploadStore::posterPath(const std::string& id) cons
 
 void PendingUploadStore::removeLitter() const {
   constexpr std::size_t idLength = 36;
-  std::set<std::string> ids;
   for (const auto& name : names(*this)) {
-    // What a write that was killed leaves begins with a dot, and whole entries are no litter.
+    // What a write that was killed leaves begins with a dot.
     const bool isTemporary = name.starts_with('.');
     const auto id = name.substr(isTemporary ? 1 : 0, idLength);
-    if (isId(id) && name != id + entryExtension) ids.insert(id);
-  }
-  for (const auto& id : ids) {
-    try {
-      // A claim that nobody has any more takes its own file along.
-      const auto claimed = claim(id);
-      if (!claimed || !claimed->isExclusive()) continue;
-      const auto entry = fileOf(*this, id, entryExtension);
-      AtomicFile::removeTemporaries(entry);
-      AtomicFile::removeTemporaries(posterPath(id));
+    const auto hasNoEntry = [&, entry = fileOf(*this, id, entryExtension)] {
       std::error_code ignored;
-      if (!std::filesystem::exists(entry, ignored)) std::filesystem::remove(posterPath(id), ignored);
+      return !std::filesystem::exists(entry, ignored);
+    };
+    const bool isPoster = name == id + posterExtension;
+    const bool isClaim = name == id + claimExtension;
+    if (!isId(id) || !(isTemporary || isClaim || (isPoster && hasNoEntry()))) continue;
+    try {
+      // The file of a claim that nobody has any more goes with this one.
+      const auto claimed = claim(id);
+      if (!claimed || !claimed->isExclusive() || isClaim) continue;
+      std::error_code ignored;
+      if (isTemporary || hasNoEntry()) std::filesystem::remove(directory / name, ignored);
     } catch (const FileError&) {
       // It stays.
     }
