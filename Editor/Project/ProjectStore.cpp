@@ -58,15 +58,19 @@ std::filesystem::path ProjectStore::documentPath(std::string_view id) const {
   return path;
 }
 
-void ProjectStore::updateIndex(std::string_view id, const ProjectDocument* document) const {
+void ProjectStore::writeIndex(std::vector<ProjectIndexEntry> entries) const {
   try {
-    auto entries = ProjectIndex::read(directory);
-    std::erase_if(entries, [&](const auto& listed) { return listed.summary.id == id; });
-    if (document) entries.push_back(ProjectIndex::entry(directory, *document));
     ProjectIndex::write(directory, std::move(entries));
   } catch (const FileError& error) {
     Log::write("the list of projects could not be updated: {}", error.description());
   }
+}
+
+void ProjectStore::updateIndex(std::string_view id, const ProjectDocument* document) const {
+  auto entries = ProjectIndex::read(directory);
+  std::erase_if(entries, [&](const auto& listed) { return listed.summary.id == id; });
+  if (document) entries.push_back(ProjectIndex::entry(directory, *document));
+  writeIndex(std::move(entries));
 }
 
 void ProjectStore::writeDocument(const ProjectDocument& document) const {
@@ -255,7 +259,7 @@ std::vector<ProjectIndexEntry> ProjectStore::refreshIndex() const {
   try {
     const FolderLock lock(directory, longest);
     entries = ProjectIndex::ofFolder(directory, ProjectIndex::read(directory));
-    ProjectIndex::write(directory, entries);
+    writeIndex(entries);
   } catch (const FileError& error) {
     Log::write("the list of projects could not be updated: {}", error.description());
   }
@@ -323,14 +327,21 @@ ProjectDocument ProjectStore::importProject(std::string_view projectJSON,
                                                .sourceName = manifest.sourceName,
                                                .showCursorOverlay = media.cursorTelemetryPath.has_value(),
                                                .cursorTelemetryPath = media.cursorTelemetryPath};
-  // A link shows one project: the one that has it keeps it.
-  if (manifest.share.slug) refreshIndex();
   const FolderLock lock(directory);
-  const auto records = manifest.share.slug ? shareRecords() : std::map<std::string, ProjectShareRecord>();
-  if (std::ranges::any_of(records,
-                          [&](const auto& entry) { return entry.second.slug == manifest.share.slug; }))
+  if (!manifest.share.slug) {
+    writeDocument(document);
+    return document;
+  }
+  // A link shows one project: the one that has it keeps it.
+  auto entries = ProjectIndex::ofFolder(directory, ProjectIndex::read(directory));
+  if (std::ranges::any_of(entries, [&](const auto& entry) {
+        return entry.share && entry.share->slug == manifest.share.slug;
+      }))
     document.share = {};
-  writeDocument(document);
+  checkPaths(document);
+  AtomicFile::write(documentPath(document.id), JSON::pretty(document));
+  entries.push_back(ProjectIndex::entry(directory, document));
+  writeIndex(std::move(entries));
   return document;
 }
 

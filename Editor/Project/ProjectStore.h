@@ -118,6 +118,7 @@ struct ProjectStore {
   std::filesystem::path documentPath(std::string_view id) const;
   void changeIfReadable(std::string_view id, const std::function<void(ProjectDocument&)>& change) const;
   void writeDocument(const ProjectDocument& document) const;
+  void writeIndex(std::vector<ProjectIndexEntry> entries) const;
   /// Without a document, the id leaves the index.
   void updateIndex(std::string_view id, const ProjectDocument* document) const;
 };
