@@ -69,12 +69,12 @@ int main(int argc, char** argv) {
   const auto coordinator = RecordingCoordinator::make(services.captureServices());
   for (const auto& [after, duration] : options.pauses)
     startDetached(backgroundExecutor(), pauseOnce(coordinator, after, duration));
-  const auto outcome = runBlocking(coordinator->record({.outputURL = options.words[2],
-                                                        .duration = std::stod(options.words[0]),
-                                                        .mic = options.sources,
-                                                        .systemAudio = options.sources,
-                                                        .telemetry = options.sources,
-                                                        .frameRate = std::stoi(options.words[1])}));
+  const auto outcome = runBlocking(coordinator->record({.options = {.outputURL = options.words[2],
+                                                                    .mic = options.sources,
+                                                                    .systemAudio = options.sources,
+                                                                    .telemetry = options.sources,
+                                                                    .frameRate = std::stoi(options.words[1])},
+                                                        .duration = std::stod(options.words[0])}));
   if (const auto* failed = std::get_if<RecordingCoordinator::FailedToStart>(&outcome))
     fmt::print(stderr, "{}\n", failed->reason);
   const auto* completed = std::get_if<RecordingCoordinator::Completed>(&outcome);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <asio/bind_cancellation_slot.hpp>
 #include <asio/cancellation_signal.hpp>
+#include <cassert>
 #include <utility>
 
 #include "CaptureEngine/DiskPressure.h"
@@ -13,20 +14,6 @@
 namespace quillant {
 
 namespace {
-
-CaptureOptions captureOptions(const RecordingCoordinator::Request& request) {
-  return {.outputURL = request.outputURL,
-          .displayID = request.displayID,
-          .area = request.area,
-          .windowID = request.windowID,
-          .mic = request.mic,
-          .micDeviceID = request.micDeviceID,
-          .systemAudio = request.systemAudio,
-          .facecam = request.facecam,
-          .telemetry = request.telemetry,
-          .frameRate = request.frameRate,
-          .resolution = request.resolution};
-}
 
 /// A plain function as a task, so that it can be run on a strand.
 template <class Work>
@@ -40,7 +27,7 @@ std::shared_ptr<RecordingCoordinator> RecordingCoordinator::make(CaptureServices
   return make(Environment{
       .makeCapturer = [services](Request request,
                                  FailureCallback onFailure) -> Task<std::shared_ptr<SessionCapturing>> {
-        co_return co_await ScreenCapturer::make(services, captureOptions(request), std::move(onFailure));
+        co_return co_await ScreenCapturer::make(services, std::move(request.options), std::move(onFailure));
       },
       .now = HostClock::now,
       .sleep = sleepSeconds,
@@ -97,6 +84,7 @@ Task<void> RecordingCoordinator::resume() {
 // The session.
 
 Task<RecordingCoordinator::Outcome> RecordingCoordinator::runSession(Request request) {
+  assert(sequence_.isCurrent());
   if (starting_ || !std::holds_alternative<Idle>(state_))
     co_return FailedToStart{"a recording is already in progress"};
 
@@ -138,6 +126,7 @@ FailureCallback RecordingCoordinator::failureCallback() {
 }
 
 void RecordingCoordinator::sessionFailed(std::uint64_t session, std::exception_ptr error) {
+  assert(sequence_.isCurrent());
   if (session != session_) return;
   if (starting_)
     failureWhileStarting_ = std::move(error);
@@ -218,12 +207,14 @@ RecordingCoordinator::Phase RecordingCoordinator::phaseOf(const State& state) {
 }
 
 std::shared_ptr<SessionCapturing> RecordingCoordinator::activeCapturer() const {
+  assert(sequence_.isCurrent());
   if (const auto* recording = std::get_if<Recording>(&state_)) return recording->capturer;
   if (const auto* paused = std::get_if<Paused>(&state_)) return paused->capturer;
   return nullptr;
 }
 
 void RecordingCoordinator::setState(State state) {
+  assert(sequence_.isCurrent());
   state_ = std::move(state);
   for (const auto& [id, observer] : phaseObservers_) observer.yield(phaseOf(state_));
 }
@@ -237,6 +228,7 @@ double RecordingCoordinator::secondsRecorded() const {
 }
 
 AsyncStream<RecordingCoordinator::Phase> RecordingCoordinator::observePhases() {
+  assert(sequence_.isCurrent());
   const auto id = UUID::random();
   auto [stream, source] = AsyncStream<Phase>::make([weak = weak_from_this(), id] {
     if (const auto self = weak.lock())

@@ -16,6 +16,7 @@
 #include "CaptureEngine/SessionCapturing.h"
 #include "Core/AsyncStream.h"
 #include "Core/MediaTime.h"
+#include "Core/OwningSequence.h"
 #include "Core/Task.h"
 #include "Core/UUID.h"
 
@@ -28,18 +29,8 @@ namespace quillant {
 class RecordingCoordinator : public std::enable_shared_from_this<RecordingCoordinator> {
  public:
   struct Request {
-    std::filesystem::path outputURL;  ///< The screen video; the names of all other files derive from it.
+    CaptureOptions options;
     double duration = 0;  ///< Seconds of wall time, pauses included, after which the session ends.
-    std::optional<std::uint32_t> displayID;  ///< Absent: the main display.
-    std::optional<CaptureArea> area;
-    std::optional<std::uint32_t> windowID;
-    bool mic = false;
-    std::optional<std::string> micDeviceID;
-    bool systemAudio = false;
-    bool facecam = false;
-    bool telemetry = true;
-    std::optional<int> frameRate;  ///< Absent: 30.
-    CaptureResolution resolution = CaptureResolution::native;
   };
 
   enum class Phase { idle, recording, paused, stopping };
@@ -126,6 +117,7 @@ class RecordingCoordinator : public std::enable_shared_from_this<RecordingCoordi
 
   const Environment environment_;
   const Executor strand_ = makeStrand();
+  const OwningSequence sequence_{strand_};
   State state_ = Idle{};
   bool starting_ = false;  // a capturer is being made and started; the phase is still idle
   std::exception_ptr failureWhileStarting_;

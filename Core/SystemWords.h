@@ -11,6 +11,11 @@ inline constexpr std::string_view computer = "computer";  ///< "saved on your co
 inline constexpr std::string_view system = "the system";
 inline constexpr std::string_view sentenceSystem = "The system";  ///< At the beginning of a sentence.
 
+/// What holds passwords for the user.
+inline constexpr std::string_view secretStore = "keyring";
+/// The keys that undo: "Use Ctrl+Z to undo the cut."
+inline constexpr std::string_view undoKeys = "Ctrl+Z";
+
 /// Where the user allows `thing`, such as "Microphone": "Settings → Privacy & Security → Microphone".
 std::string whereToAllow(std::string_view thing, std::string_view separator = " → ");
 

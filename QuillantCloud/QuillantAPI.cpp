@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Core/JSON.h"
+#include "QuillantCloud/APIError.h"
 
 namespace quillant {
 

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "Core/JSONForward.h"
-#include "QuillantCloud/APIError.h"
 #include "QuillantCloud/HttpClient.h"
 #include "QuillantCloud/Me.h"
 #include "QuillantCloud/QuillantConfig.h"

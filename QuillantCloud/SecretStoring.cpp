@@ -2,10 +2,13 @@
 
 #include <fmt/format.h>
 
+#include "Core/SystemWords.h"
+
 namespace quillant {
 
 SecretStoreError::SecretStoreError(std::int32_t status, const std::string& message)
-    : Error(fmt::format("keychain error {}: {}", status, message.empty() ? "unknown" : message)),
+    : Error(fmt::format("{} error {}: {}", SystemWords::secretStore, status,
+                        message.empty() ? "unknown" : message)),
       status_(status) {}
 
 }  // namespace quillant

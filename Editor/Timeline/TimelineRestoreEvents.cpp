@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fmt/format.h>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "Core/SystemWords.h"
 #include "Editor/Timeline/SortByStart.h"
 #include "Editor/Timeline/TimelineAudioTrack.h"
 #include "Editor/Timeline/TimelineClipList.h"
@@ -21,8 +24,13 @@ namespace {
 /// Edges this near, in seconds, are those that one cut made.
 constexpr double edgeTolerance = 0.002;
 
-constexpr std::string_view alreadyPlays = "Those words already play.";
-constexpr std::string_view inexact = "It can't be put back exactly any more. Use ⌘Z to undo the cut.";
+constexpr const char* alreadyPlays = "Those words already play.";
+
+/// The refusal of what cannot be put back as it was. `reason` is a sentence with its blank, or nothing.
+std::string inexact(std::string_view reason = {}) {
+  return fmt::format("{}It can't be put back exactly any more. Use {} to undo the cut.", reason,
+                     SystemWords::undoKeys);
+}
 
 bool isNear(double left, double right) {
   return std::abs(left - right) <= edgeTolerance;
@@ -94,31 +102,29 @@ std::optional<TimelineSpan> sourceSpan(const TimelineClip& clip, const std::opti
 }
 
 /// Puts one stretch back between its neighbours. Returns the refusal, empty on success.
-std::string_view putBack(Clips& clips, Row& voice, const std::optional<std::string>& source,
-                         const TimelineSpan& stretch) {
+std::string putBack(Clips& clips, Row& voice, const std::optional<std::string>& source,
+                    const TimelineSpan& stretch) {
   const auto found = neighbours(
       clips, stretch, [&](const TimelineClip& clip) { return sourceSpan(clip, source); },
       [](std::size_t left, std::size_t right) { return left + 1 == right; });
-  if (!found) return inexact;
+  if (!found) return inexact();
   const auto [left, right] = *found;
   const bool touchesLeft = left && isNear(clips[*left].end, stretch.start);
   const bool touchesRight = right && isNear(clips[*right].start, stretch.end);
   // Between two speeds, and touching both or none, nobody knows how fast it played.
   if (left && right && touchesLeft == touchesRight && !haveSameSpeed(clips[*left].speed, clips[*right].speed))
-    return inexact;
+    return inexact();
 
   const bool followsLeft = touchesLeft || (left && !touchesRight);
   auto piece = clips[followsLeft ? *left : *right];
   piece.start = stretch.start;
   piece.end = stretch.end;
-  if (!touchesLeft && !touchesRight && !isLongEnoughForClip(piece.outputLength())) return inexact;
+  if (!touchesLeft && !touchesRight && !isLongEnoughForClip(piece.outputLength())) return inexact();
 
   const auto placed = TimelineClipList::placed(clips);
   const double time = left ? placed[*left].end : placed[*right].start;
   auto shifted = TimelineAudioTrack::insertTime(voice, time, piece.outputLength());
-  if (!shifted)
-    return "A voice clip now plays across this spot. It can't be put back exactly any more. "
-           "Use ⌘Z to undo the cut.";
+  if (!shifted) return inexact("A voice clip now plays across this spot. ");
   voice = std::move(*shifted);
 
   const auto at = clips.begin() + static_cast<std::ptrdiff_t>(left ? *left + 1 : *right);
@@ -136,9 +142,9 @@ std::string_view putBack(Clips& clips, Row& voice, const std::optional<std::stri
   return {};
 }
 
-std::string_view restore(const RestoreVideoGap& gap, Clips& clips, Row& voice) {
+std::string restore(const RestoreVideoGap& gap, Clips& clips, Row& voice) {
   const TimelineSpan wanted = {std::max(0.0, gap.lo), std::min(gap.hi, gap.limit)};
-  if (!(gap.lo < gap.hi && wanted.start < wanted.end)) return inexact;
+  if (!(gap.lo < gap.hi && wanted.start < wanted.end)) return inexact();
   std::vector<TimelineSpan> playing;
   for (const auto& clip : clips)
     if (const auto span = sourceSpan(clip, gap.source)) playing.push_back(*span);
@@ -160,7 +166,7 @@ void storeVoice(TimelineEditState& state, const Row& voice) {
 
 void RestoreVideoGap::apply(TimelineEditState& state) const {
   Row voice = state.snapshot.audioClips;
-  std::string_view refusal;
+  std::string refusal;
   const auto restored = [&](Clips clips) -> std::optional<Clips> {
     refusal = restore(*this, clips, voice);
     return refusal.empty() ? std::optional(std::move(clips)) : std::nullopt;
@@ -204,10 +210,10 @@ std::optional<TimelineSpan> sourceSpan(const TimelineAudioClip& clip, const std:
 }
 
 /// Fills the gap that one stretch left. Returns the refusal, empty on success.
-std::string_view fill(Row& row, const RestoreVoiceGap& gap, const Clips& video, const TimelineSpan& stretch) {
-  const auto refusal = [&](const TimelineSpan& where) -> std::string_view {
-    if (!isVideoCut(video, gap.duration, where)) return inexact;
-    return "The video was cut here too. It can't be put back exactly any more. Use ⌘Z to undo the cut.";
+std::string fill(Row& row, const RestoreVoiceGap& gap, const Clips& video, const TimelineSpan& stretch) {
+  const auto refusal = [&](const TimelineSpan& where) -> std::string {
+    if (!isVideoCut(video, gap.duration, where)) return inexact();
+    return inexact("The video was cut here too. ");
   };
   std::optional<TimelineSpan> tooShort;
   const auto fits = [&](std::size_t left, std::size_t right) {
@@ -220,7 +226,7 @@ std::string_view fill(Row& row, const RestoreVoiceGap& gap, const Clips& video, 
   };
   const auto found = neighbours(
       row, stretch, [&](const TimelineAudioClip& clip) { return sourceSpan(clip, gap.source); }, fits);
-  if (!found) return tooShort ? refusal(*tooShort) : inexact;
+  if (!found) return tooShort ? refusal(*tooShort) : inexact();
 
   const auto [left, right] = *found;
   const bool touchesLeft = left && isNear(row[*left].sourceEnd, stretch.start);
@@ -244,7 +250,7 @@ std::string_view fill(Row& row, const RestoreVoiceGap& gap, const Clips& video, 
     row[*right].start = piece.start;
     row[*right].sourceStart = stretch.start;
   } else {
-    if (!isLongEnoughForClip(piece.outputLength())) return inexact;
+    if (!isLongEnoughForClip(piece.outputLength())) return inexact();
     piece.id = UUID::random();
     row.push_back(std::move(piece));
   }
@@ -252,9 +258,9 @@ std::string_view fill(Row& row, const RestoreVoiceGap& gap, const Clips& video, 
   return {};
 }
 
-std::string_view restore(const RestoreVoiceGap& gap, Row& row, const Clips& video) {
+std::string restore(const RestoreVoiceGap& gap, Row& row, const Clips& video) {
   const TimelineSpan wanted = {std::max(0.0, gap.lo), gap.hi};
-  if (!(gap.lo < gap.hi && wanted.start < wanted.end) || video.empty()) return inexact;
+  if (!(gap.lo < gap.hi && wanted.start < wanted.end) || video.empty()) return inexact();
   std::vector<TimelineSpan> playing;
   for (const auto& clip : row)
     if (const auto span = sourceSpan(clip, gap.source)) playing.push_back(*span);

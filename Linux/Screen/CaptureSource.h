@@ -1,10 +1,10 @@
 #pragma once
 
 #include <vector>
+#include <xcb/xcb.h>
 
 #include "CaptureEngine/ScreenService.h"
 #include "Core/PixelBuffer.h"
-#include "Linux/X11/X11Connection.h"
 
 namespace quillant {
 

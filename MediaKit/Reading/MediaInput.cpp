@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "Core/AtomicFile.h"
+#include "Core/FileDescriptor.h"
 #include "MediaKit/Reading/MovieFragments.h"
 
 namespace quillant {

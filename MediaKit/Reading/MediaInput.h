@@ -7,7 +7,6 @@
 #include <memory>
 #include <optional>
 
-#include "Core/FileDescriptor.h"
 #include "MediaKit/FFmpegHandles.h"
 #include "MediaKit/Reading/MediaTrack.h"
 #include "MediaKit/Reading/MovieFragments.h"

@@ -6,7 +6,6 @@
 #include "CaptureEngine/FragmentedMP4Writer.h"
 #include "Core/HostClock.h"
 #include "Tests/Support/Media/StampedFrames.h"
-#include "Tests/Support/ScriptedSession.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace quillant {

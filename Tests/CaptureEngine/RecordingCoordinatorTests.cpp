@@ -33,7 +33,7 @@ class RecordingCoordinatorTest : public testing::Test {
   std::future<Coordinator::Outcome> startRecording() {
     const auto expected = limitsSet + 1;
     auto outcome = std::async(std::launch::async, [this] {
-      return runBlocking(coordinator->record({.outputURL = folder / "x.mp4"}));
+      return runBlocking(coordinator->record({.options = {.outputURL = folder / "x.mp4"}}));
     });
     EXPECT_TRUE(eventually([&] { return limitsSet == expected; }));
     EXPECT_EQ(phase(), Phase::recording);
@@ -75,7 +75,7 @@ TEST_F(RecordingCoordinatorTest, TellsEveryPhaseToThoseWhoWatch) {
 TEST_F(RecordingCoordinatorTest, RefusesASecondRecordingWhileOneStartsOrRuns) {
   std::vector<std::string> reasons;
   const auto tryASecond = [&]() -> Task<void> {
-    const Coordinator::Request request{.outputURL = folder / "y.mp4"};
+    const Coordinator::Request request{.options = {.outputURL = folder / "y.mp4"}};
     const auto outcome = co_await coordinator->record(request);
     reasons.push_back(std::get<Coordinator::FailedToStart>(outcome).reason);
   };
@@ -143,7 +143,7 @@ TEST_F(RecordingCoordinatorTest, EndsASessionThatFailsWhileItStarts) {
     script.onFailure(scriptedError("too soon"));
     co_await coordinator->phase();  // until the coordinator has heard of it
   };
-  const auto outcome = runBlocking(coordinator->record({.outputURL = folder / "x.mp4"}));
+  const auto outcome = runBlocking(coordinator->record({.options = {.outputURL = folder / "x.mp4"}}));
   EXPECT_EQ(std::get<Coordinator::SessionFailed>(outcome).reason, "too soon");
 }
 

@@ -7,7 +7,6 @@
 #include <iostream>
 #include <thread>
 
-#include "Core/Error.h"
 #include "MediaKit/MediaError.h"
 #include "MediaKit/Reading/AssetProbe.h"
 #include "Tests/Support/ChildProcess.h"

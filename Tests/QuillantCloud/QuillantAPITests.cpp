@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Core/JSON.h"
+#include "QuillantCloud/APIError.h"
 #include "QuillantCloud/QuillantAPI.h"
 #include "Tests/QuillantCloud/CloudFakes.h"
 

@@ -72,8 +72,8 @@ TEST_F(HeadlessCLITest, TellsEveryOtherEnd) {
 
 TEST_F(HeadlessCLITest, AsksForWhatTheWordsSay) {
   record({"--mic-device", "ABC", "--display", "7", "--no-telemetry", "--pause-after", "1"});
-  const auto& request = script.request;
-  EXPECT_EQ(request.duration, 5);
+  EXPECT_EQ(script.request.duration, 5);
+  const auto& request = script.request.options;
   EXPECT_TRUE(request.mic);
   EXPECT_EQ(request.micDeviceID, "ABC");
   EXPECT_EQ(request.displayID, 7U);

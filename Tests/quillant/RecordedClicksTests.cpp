@@ -16,12 +16,13 @@ namespace {
 /// A double click and a right one inside of a window; then the window moves, and the pointer with it.
 class RecordedClicksTest : public RecordingFixture {
  protected:
-  /// Records what `target` asks for, and tells what the pointer's track holds.
-  std::string clicksIn(RecordingCoordinator::Request target) {
+  /// Records the target, and tells what the pointer's track holds.
+  std::string clicksIn(CaptureOptions target) {
     target.outputURL = video;
-    target.duration = 60;
     const auto coordinator = RecordingCoordinator::make(services->captureServices());
-    auto outcome = std::async(std::launch::async, [&] { return runBlocking(coordinator->record(target)); });
+    auto outcome = std::async(std::launch::async, [&] {
+      return runBlocking(coordinator->record({.options = target, .duration = 60}));
+    });
     EXPECT_TRUE(eventually(
         [&] { return runBlocking(coordinator->phase()) == RecordingCoordinator::Phase::recording; }));
     const auto moveWindow = "search --name Clicked windowmove --sync ";

@@ -96,7 +96,8 @@ TEST_F(SideSourcesTest, LeavesNothingWhenItIsDiscarded) {
   const auto coordinator = RecordingCoordinator::make(services.captureServices());
   auto outcome = std::async(std::launch::async, [&] {
     return runBlocking(coordinator->record(
-        {.outputURL = video, .duration = 60, .mic = true, .systemAudio = true, .facecam = true}));
+        {.options = {.outputURL = video, .mic = true, .systemAudio = true, .facecam = true},
+         .duration = 60}));
   });
   EXPECT_TRUE(eventually([&] { return isLarger(facecam, 10'000) && isLarger(video, 10'000); }));
   runBlocking(coordinator->discard());

@@ -16,14 +16,14 @@ namespace {
 using Coordinator = RecordingCoordinator;
 
 Coordinator::Request makeRequest(const RecordOptions& options) {
-  return {.outputURL = options.output,
-          .duration = options.duration,
-          .displayID = options.display,
-          .mic = options.mic,
-          .micDeviceID = options.micDeviceID,
-          .systemAudio = options.systemAudio,
-          .facecam = options.facecam,
-          .telemetry = options.telemetry};
+  return {.options = {.outputURL = options.output,
+                      .displayID = options.display,
+                      .mic = options.mic,
+                      .micDeviceID = options.micDeviceID,
+                      .systemAudio = options.systemAudio,
+                      .facecam = options.facecam,
+                      .telemetry = options.telemetry},
+          .duration = options.duration};
 }
 
 void describe(const char* prefix, const RecordingArtifacts& artifacts) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "QuillantCloud/APIError.h"
 #include "QuillantCloud/AuthFlow.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "QuillantCloud/TokenStore.h"

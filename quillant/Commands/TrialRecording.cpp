@@ -4,6 +4,7 @@
 #include <utility>
 #include <variant>
 
+#include "CaptureEngine/RecordingCoordinator.h"
 #include "MediaKit/Reading/FrameGrabber.h"
 #include "quillant/Commands/SelfCheck.h"
 
@@ -16,8 +17,9 @@ using Coordinator = RecordingCoordinator;
 constexpr double trialSeconds = 1;
 
 std::filesystem::path makeFolder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "quillant-check-XXXXXX").string();
-  if (!::mkdtemp(pattern.data()))
+  std::error_code error;
+  std::string pattern = (std::filesystem::temp_directory_path(error) / "quillant-check-XXXXXX").string();
+  if (error || !::mkdtemp(pattern.data()))
     throw SelfCheck::Failure(ExitCode::failure, "no folder can be made in the place of " + pattern);
   return pattern;
 }
@@ -37,12 +39,11 @@ struct ArtifactsOf {
 
 }  // namespace
 
-TrialRecording::TrialRecording(const CaptureServices& services, Coordinator::Request request)
+TrialRecording::TrialRecording(const CaptureServices& services, CaptureOptions options)
     : folder_(makeFolder()) {
-  request.outputURL = folder_ / "trial.mp4";
-  request.duration = trialSeconds;
-  artifacts_ =
-      std::visit(ArtifactsOf{}, runBlocking(Coordinator::make(services)->record(std::move(request))));
+  options.outputURL = folder_ / "trial.mp4";
+  artifacts_ = std::visit(ArtifactsOf{}, runBlocking(Coordinator::make(services)->record(
+                                             {.options = std::move(options), .duration = trialSeconds})));
 }
 
 TrialRecording::~TrialRecording() {

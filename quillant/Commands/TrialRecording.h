@@ -2,8 +2,9 @@
 
 #include <filesystem>
 
+#include "CaptureEngine/CaptureOptions.h"
 #include "CaptureEngine/CaptureServices.h"
-#include "CaptureEngine/RecordingCoordinator.h"
+#include "CaptureEngine/RecordingArtifacts.h"
 #include "Core/PixelBuffer.h"
 
 namespace quillant {
@@ -12,9 +13,8 @@ namespace quillant {
 /// which goes with the object.
 class TrialRecording {
  public:
-  /// Records what `request` asks for; the path and the duration are filled in here. Blocking; throws
-  /// `SelfCheck::Failure`.
-  TrialRecording(const CaptureServices& services, RecordingCoordinator::Request request);
+  /// Records what `options` ask for; the path is filled in here. Blocking; throws `SelfCheck::Failure`.
+  TrialRecording(const CaptureServices& services, CaptureOptions options);
   ~TrialRecording();
   TrialRecording(const TrialRecording&) = delete;
   TrialRecording& operator=(const TrialRecording&) = delete;

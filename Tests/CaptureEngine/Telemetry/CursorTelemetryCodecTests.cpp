@@ -76,19 +76,20 @@ TEST(CursorTelemetryCodec, NamesThePlaceOfWhatItRefuses) {
       {inSamples(good), Kind::malformed, ""},
       {inSamples("") + "x", Kind::malformed, ""},
       {R"({"width":1e999})", Kind::malformed, ""},
-      {deep, Kind::wrongType, ""},
+      {deep, Kind::malformed, ""},
       {inSamples(R"({"unknown":)" + deep), Kind::malformed, ""},
       {"[]", Kind::wrongType, ""},
       {R"({"width":3,"height":4,"samples":[]})", Kind::missing, "clicks"},
       {R"({"width":"3"})", Kind::wrongType, "width"},
-      {R"({"samples":{}})", Kind::wrongType, "samples"},
+      {R"({"width":3,"height":4,"samples":{}})", Kind::wrongType, "samples"},
+      {R"({"samples":{"x":{}}})", Kind::wrongType, "samples[0]"},
       {inSamples(good + "7"), Kind::wrongType, "samples[1]"},
       {inSamples(good + "{}"), Kind::missing, "samples[1].x"},
       // what the sample before had does not count
       {inSamples(good + R"({"x":1,"y":2,"cursorType":"arrow"})"), Kind::missing, "samples[1].timestamp"},
-      {inSamples(R"({"y":9223372036854775808)"), Kind::invalidValue, "samples[0].y"},
-      {inSamples(R"({"cursorType":["arrow"])"), Kind::wrongType, "samples[0].cursorType"},
-      {R"({"clicks":[{"button":1)", Kind::wrongType, "clicks[0].button"},
+      {inSamples(R"({"x":1,"y":9223372036854775808})"), Kind::invalidValue, "samples[0].y"},
+      {inSamples(R"([{"x":1}])"), Kind::wrongType, "samples[0]"},
+      {R"({"clicks":[{"x":"1"}]})", Kind::wrongType, "clicks[0].x"},
   };
   for (const auto& [text, kind, path] : cases) {
     try {

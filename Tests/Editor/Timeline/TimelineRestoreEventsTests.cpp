@@ -10,7 +10,7 @@ namespace {
 using namespace TimelineEvents;
 
 const std::string plays = "status Those words already play.";
-const std::string inexact = "status It can't be put back exactly any more. Use ⌘Z to undo the cut.";
+const std::string inexact = "status It can't be put back exactly any more. Use Ctrl+Z to undo the cut.";
 
 TEST_F(TimelineEventRules, AStretchOfVideoComesBackWhereItsNeighboursMeet) {
   const auto gap = [](double lo, double hi) { return RestoreVideoGap{{}, lo, hi, duration, duration}; };
@@ -20,7 +20,7 @@ TEST_F(TimelineEventRules, AStretchOfVideoComesBackWhereItsNeighboursMeet) {
   // The voice runs across the joint at 4 s; without it, what comes back moves the later voice on.
   expect(before, {{gap(4, 5),
                    "status A voice clip now plays across this spot. It can't be put back exactly "
-                   "any more. Use ⌘Z to undo the cut."}});
+                   "any more. Use Ctrl+Z to undo the cut."}});
   auto start = after(before, DeleteAudioClip{numbered(11)});
   expect(start, {{gap(4, 5), back("1:0-5 2:6-10x2 3:10-20", "9")},
                  {gap(5, 6), back("1:0-4 2:5-10x2 3:10-20", "8.5")},
@@ -55,7 +55,7 @@ TEST_F(TimelineEventRules, AStretchOfVoiceFillsTheGapItLeft) {
   const auto gap = [](double lo, double hi) { return RestoreVoiceGap{"voice", lo, hi, duration}; };
   const auto back = [](const std::string& voice) { return "voice " + voice + "|status Restored."; };
   const std::string videoCut =
-      "status The video was cut here too. It can't be put back exactly any more. Use ⌘Z to undo the cut.";
+      "status The video was cut here too. It can't be put back exactly any more. Use Ctrl+Z to undo the cut.";
   const TimelineAudioClip head = {numbered(11), "voice", 7, 1, 2};
   expectAfter({head, {numbered(12), "voice", 9, 3, 5}},
               {{gap(2, 3), back("11:1-5@7")},

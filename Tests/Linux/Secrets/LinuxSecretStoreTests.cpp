@@ -126,11 +126,11 @@ TEST_F(LinuxSecretStoreTest, ALockedKeyringIsToldFromNone) {
   // Without a display nobody can be asked to unlock it. What is in it cannot be removed, which must be said.
   expect("load", "a", "nothing\n");
   expect("store", "b", notice, "x");
-  expect("remove", "a", "error: keychain error 13: the keyring is locked");
+  expect("remove", "a", "error: keyring error 13: the keyring is locked");
   // With one, somebody was asked and did not unlock it: that is no reason to write a secret to a file.
   environment["DISPLAY"] = ":4242";
-  expect("load", "a", "error: keychain error 13: the keyring is locked");
-  expect("store", "c", "error: keychain error ", "x");
+  expect("load", "a", "error: keyring error 13: the keyring is locked");
+  expect("store", "c", "error: keyring error ", "x");
   startKeyring(true);
   expect("load", "a", "found: locked away\n");
 }
