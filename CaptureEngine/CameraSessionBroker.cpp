@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "Core/Error.h"
-
 namespace quillant {
 
 namespace {
@@ -41,7 +39,7 @@ CameraSessionBroker::Token CameraSessionBroker::acquireRecorder(CameraSessionCon
     control_->setSink(std::move(sink));
     try {
       return acquire(CameraConsumerToken::Kind::recorder);
-    } catch (const Error&) {
+    } catch (...) {
       control_->setSink(nullptr);
       throw;
     }
@@ -107,7 +105,7 @@ void CameraSessionBroker::restart() {
     control_->stop();
     control_->ensureInput();
     control_->start();
-  } catch (const Error&) {
+  } catch (...) {  // memory and threads may run out, too
     isLost_ = true;
   }
 }

@@ -25,7 +25,7 @@ FacecamCapture::FacecamCapture(std::filesystem::path outputURL, CameraSessionBro
             .now = [this] { return stopTime_.isValid() ? stopTime_ : HostClock::now(); },
             .onFailure = onFailure_},
         queue_);
-  } catch (const Error&) {
+  } catch (...) {
     broker_.abandonRecording();
     throw;
   }
@@ -54,7 +54,7 @@ void FacecamCapture::receive(PixelBufferRef pixelBuffer, MediaTime time) {
   }
   try {
     writer_->append(std::move(pixelBuffer), time);
-  } catch (const Error&) {
+  } catch (...) {
     onFailure_(std::current_exception());
   }
 }

@@ -149,7 +149,13 @@ Task<void> RecordingCoordinator::finish(std::exception_ptr failure) {
   auto capturer = activeCapturer();
   if (!capturer) co_return;
   setState(Stopping{});
-  auto finalized = co_await capturer->stopAndFinalize();
+  SessionCapturing::Finalized finalized;
+  try {
+    finalized = co_await capturer->stopAndFinalize();
+  } catch (...) {  // not even its first step could be taken: what is on the disk is what there is
+    finalized.stopError = std::current_exception();
+    finalized.artifacts.screenVideo = capturer->outputURL();
+  }
   capturer.reset();
   finishContinuation_->resume(outcome(std::move(failure), std::move(finalized)));
   finishContinuation_.reset();

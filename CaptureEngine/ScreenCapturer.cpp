@@ -1,7 +1,9 @@
 #include "CaptureEngine/ScreenCapturer.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
+#include <iterator>
 #include <utility>
 
 #include "CaptureEngine/CaptureError.h"
@@ -61,6 +63,27 @@ bool carriesSound(const std::filesystem::path& video) {
     return !AssetProbe::probe(video).tracksOfKind(MediaTrack::Kind::audio).empty();
   } catch (const Error&) {
     return false;
+  }
+}
+
+void append(std::vector<std::string> more, std::vector<std::string>& warnings) {
+  std::ranges::move(more, std::back_inserter(warnings));
+}
+
+void warn(std::vector<std::string>& warnings, const char* step, const std::exception_ptr& error) noexcept {
+  try {
+    warnings.push_back(fmt::format("{} failed: {}", step, describe(error)));
+  } catch (...) {  // there is no memory left for the words
+  }
+}
+
+/// A step of the end. Whatever it throws is a warning, and the steps after it are taken all the same.
+template <class Work>
+void attempt(std::vector<std::string>& warnings, const char* step, Work&& work) noexcept {
+  try {
+    work();
+  } catch (...) {
+    warn(warnings, step, std::current_exception());
   }
 }
 
@@ -176,8 +199,8 @@ Task<void> ScreenCapturer::startSources() {
 void ScreenCapturer::receiveFrame(PixelBufferRef pixelBuffer, MediaTime time) {
   try {
     writer_->append(std::move(pixelBuffer), time);
-  } catch (const Error&) {
-    reportFailure(std::current_exception());
+  } catch (...) {
+    fail(std::current_exception());
   }
 }
 
@@ -187,9 +210,11 @@ void ScreenCapturer::receiveMicrophone(AudioBuffer buffer) {
 }
 
 void ScreenCapturer::reportFailure(std::exception_ptr error) {
-  sampleQueue_.async([this, error = std::move(error)] {
-    if (!std::exchange(failed_, true)) onFailure_(error);
-  });
+  sampleQueue_.async([this, error = std::move(error)] { fail(error); });
+}
+
+void ScreenCapturer::fail(const std::exception_ptr& error) {
+  if (!std::exchange(failed_, true)) onFailure_(error);
 }
 
 Task<SessionCapturing::Finalized> ScreenCapturer::stopAndFinalize() {
@@ -197,56 +222,50 @@ Task<SessionCapturing::Finalized> ScreenCapturer::stopAndFinalize() {
 }
 
 Task<SessionCapturing::Finalized> ScreenCapturer::finalize() {
-  if (telemetryRecorder_) telemetryRecorder_->stop();
-  if (micCapture_) micCapture_->stop();
-  if (facecamCapture_) facecamCapture_->stop();
-
   Finalized finalized;
   auto& artifacts = finalized.artifacts;
-  artifacts.screenVideo = options_.outputURL;
+  auto& warnings = artifacts.warnings;
+  attempt(warnings, "video path", [&] { artifacts.screenVideo = options_.outputURL; });
+  if (telemetryRecorder_) attempt(warnings, "cursor telemetry stop", [&] { telemetryRecorder_->stop(); });
+  if (micCapture_) attempt(warnings, "microphone stop", [&] { micCapture_->stop(); });
+  if (facecamCapture_) attempt(warnings, "facecam stop", [&] { facecamCapture_->stop(); });
   try {
     co_await control_->stopCapture();
-  } catch (const Error&) {
+  } catch (...) {
     finalized.stopError = std::current_exception();
   }
-  if (systemAudio_) systemAudio_->stop();
+  if (systemAudio_) attempt(warnings, "system audio stop", [&] { systemAudio_->stop(); });
   try {
     co_await writer_->finish();
-  } catch (const Error&) {
+  } catch (...) {
     if (!finalized.stopError) finalized.stopError = std::current_exception();
   }
-  for (auto& warning : writer_->warnings()) artifacts.warnings.push_back(std::move(warning));
+  attempt(warnings, "video check", [&] { append(writer_->warnings(), warnings); });
 
-  if (facecamCapture_) co_await finishFacecam(artifacts);
-  if (telemetryRecorder_) writeTelemetry(artifacts);
-  for (const auto& source : {micCapture_.get(), systemAudio_.get()})
-    if (source)
-      for (auto& warning : source->warnings()) artifacts.warnings.push_back(std::move(warning));
-  if (options_.mic) {
-    checkMicrophone(artifacts.warnings);
-    if (!carriesSound(options_.outputURL))
-      artifacts.warnings.emplace_back("microphone was enabled but the recording carries no audio track");
+  try {
+    if (facecamCapture_) co_await finishFacecam(artifacts);
+  } catch (...) {
+    warn(warnings, "facecam finalize", std::current_exception());
   }
-  if (artifacts.cursorTelemetry) artifacts.clickDiagnostics = telemetryRecorder_->clickDiagnostics();
-  RecoveryService::removeMarker(options_.outputURL);
+  if (telemetryRecorder_) attempt(warnings, "cursor telemetry write", [&] { writeTelemetry(artifacts); });
+  if (micCapture_) attempt(warnings, "microphone check", [&] { append(micCapture_->warnings(), warnings); });
+  if (systemAudio_)
+    attempt(warnings, "system audio check", [&] { append(systemAudio_->warnings(), warnings); });
+  if (options_.mic) attempt(warnings, "microphone check", [&] { checkMicrophone(warnings); });
+  attempt(warnings, "marker removal", [&] { RecoveryService::removeMarker(options_.outputURL); });
   co_return finalized;
 }
 
 Task<void> ScreenCapturer::finishFacecam(RecordingArtifacts& artifacts) {
-  try {
-    co_await facecamCapture_->finish();
-  } catch (const Error& error) {
-    artifacts.warnings.push_back("facecam finalize failed: " + error.description());
-    co_return;
-  }
-  for (auto& warning : facecamCapture_->warnings()) artifacts.warnings.push_back(std::move(warning));
+  co_await facecamCapture_->finish();
+  append(facecamCapture_->warnings(), artifacts.warnings);
   if (facecamCapture_->frameCount() == 0) {
     artifacts.warnings.emplace_back("facecam produced no frames — camera stream never delivered");
     co_return;
   }
-  artifacts.facecam = RecordingFiles::facecam(options_.outputURL);
   const auto offset = facecamCapture_->startTime() - writer_->sessionStartTime();
   if (offset.isValid()) artifacts.facecamOffsetMs = offset.converted(1000).value;
+  artifacts.facecam = RecordingFiles::facecam(options_.outputURL);
 }
 
 void ScreenCapturer::writeTelemetry(RecordingArtifacts& artifacts) {
@@ -256,12 +275,9 @@ void ScreenCapturer::writeTelemetry(RecordingArtifacts& artifacts) {
     return;
   }
   const auto path = RecordingFiles::cursorTelemetry(options_.outputURL);
-  try {
-    AtomicFile::write(path, CursorTelemetryCodec::encode(telemetryRecorder_->payload(videoStart)));
-    artifacts.cursorTelemetry = path;
-  } catch (const Error& error) {
-    artifacts.warnings.push_back("cursor telemetry write failed: " + error.description());
-  }
+  AtomicFile::write(path, CursorTelemetryCodec::encode(telemetryRecorder_->payload(videoStart)));
+  artifacts.cursorTelemetry = path;
+  artifacts.clickDiagnostics = telemetryRecorder_->clickDiagnostics();
 }
 
 void ScreenCapturer::checkMicrophone(std::vector<std::string>& warnings) const {
@@ -271,6 +287,8 @@ void ScreenCapturer::checkMicrophone(std::vector<std::string>& warnings) const {
   else if (level.peak < quietestPeak)
     warnings.push_back(fmt::format("no microphone signal detected (peak {:.1f} dBFS) — mic may be muted",
                                    20 * std::log10(static_cast<double>(level.peak))));
+  if (!carriesSound(options_.outputURL))
+    warnings.emplace_back("microphone was enabled but the recording carries no audio track");
 }
 
 }  // namespace quillant

@@ -15,6 +15,7 @@ namespace {
 
 /// How long to wait before a camera that had no frame is asked again.
 constexpr MediaTime pollInterval{4, 1000};
+constexpr MediaTime errorInterval{1, 10};
 /// A made-up source that is later than this goes on from now, as a camera that dropped frames would.
 constexpr MediaTime latestFrame{1, 10};
 /// What a device tells as the time of a frame is believed if it lies this close behind.
@@ -90,9 +91,18 @@ void DeviceCameraSession::disconnectPreview(CameraPreviewLayer& layer) {
 void DeviceCameraSession::run() {
   try {
     readFrames();
-  } catch (const Error&) {
-    onRuntimeError_();
+    return;
+  } catch (...) {  // whatever it was, a frame's receiver included, the broker starts the camera afresh
   }
+  const auto told = [this] {
+    try {
+      onRuntimeError_();
+      return true;
+    } catch (...) {  // no memory for even that: later
+      return false;
+    }
+  };
+  while (!told() && waitUntil(HostClock::now() + errorInterval)) continue;
 }
 
 void DeviceCameraSession::readFrames() {

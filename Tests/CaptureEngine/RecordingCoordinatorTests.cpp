@@ -136,6 +136,12 @@ TEST_F(RecordingCoordinatorTest, SaysHowASessionFailedAndWhetherTheDiskWasFull) 
     EXPECT_EQ(failed.cause, cause) << reason;
     EXPECT_EQ(failed.salvaged, script.finalized.artifacts);
   }
+  script.whileStopping = [] { throw std::bad_alloc(); };
+  auto outcome = startRecording();
+  stop();
+  const auto failed = std::get<Coordinator::SessionFailed>(outcome.get());
+  EXPECT_EQ(failed.reason, "stop failed: std::bad_alloc");
+  EXPECT_EQ(failed.salvaged.screenVideo, script.finalized.artifacts.screenVideo);
 }
 
 TEST_F(RecordingCoordinatorTest, EndsASessionThatFailsWhileItStarts) {

@@ -8,6 +8,7 @@
 #include "CaptureEngine/Telemetry/CursorTelemetryCodec.h"
 #include "Core/AtomicFile.h"
 #include "Core/HostClock.h"
+#include "MediaKit/Reading/AssetProbe.h"
 #include "Tests/Support/Eventually.h"
 #include "Tests/Support/Media/StampedFrames.h"
 #include "Tests/Support/ScriptedSession.h"
@@ -44,15 +45,21 @@ struct ScriptedMachine : ScreenService, SoundService, CameraService {
       return true;
     }
     void refresh() override { machine.journal.push_back(name + " refreshes"); }
-    void stop() override { machine.journal.push_back(name + " stops"); }
+    void stop() override { end(name + " stops"); }
+    /// What the machine throws, it throws once a step: destructors stop, too.
+    void end(const std::string& step) {
+      machine.journal.push_back(step);
+      if (machine.throwsAtTheEnd && machine.thrown.insert(step).second) throw std::bad_alloc();
+    }
     Task<void> finish() override {
-      machine.journal.push_back(name + " closes");
+      end(name + " closes");
       if (machine.cameraError) std::rethrow_exception(machine.cameraError);
       co_return;
     }
     MediaTime startTime() override { return machine.cameraStart; }
     std::uint64_t frameCount() override { return machine.cameraFrames; }
     std::vector<std::string> warnings() override {
+      if (machine.throwsAtTheEnd) throw std::bad_alloc();
       if (machine.keepsGoing) return {};
       return {name + " went away"};
     }
@@ -121,6 +128,8 @@ struct ScriptedMachine : ScreenService, SoundService, CameraService {
   std::string failingStep;
   bool isAllowed = true;
   bool keepsGoing = true;
+  bool throwsAtTheEnd = false;
+  std::set<std::string> thrown;
   std::exception_ptr stopError;
   std::exception_ptr cameraError;
   MediaTime cameraStart = MediaTime::invalid();
@@ -308,6 +317,23 @@ TEST_F(ScreenCapturerTest, KeepsTheRecordingWhenWhatIsBesideItFails) {
                   "system went away", "microphone produced no audio — check input device",
                   "microphone was enabled but the recording carries no audio track"));
   EXPECT_FALSE(artifacts.facecam || artifacts.cursorTelemetry);
+}
+
+TEST_F(ScreenCapturerTest, TakesEveryStepOfTheEndWhateverAnotherThrows) {
+  const auto capturer = make({.mic = true, .systemAudio = true, .facecam = true});
+  runBlocking(capturer->start());
+  machine.deliverFrame(HostClock::now());
+  machine.journal.clear();
+  machine.throwsAtTheEnd = true;
+  const auto [artifacts, stopError] = stop(*capturer);
+  EXPECT_THAT(machine.journal, ElementsAre("pointer stops", "mic stops", "camera stops", "screen stops",
+                                           "system stops", "camera closes"));
+  EXPECT_EQ(describe(stopError), "std::bad_alloc");
+  EXPECT_EQ(artifacts.screenVideo, video);
+  EXPECT_EQ(artifacts.cursorTelemetry, cursor);
+  EXPECT_THAT(artifacts.warnings, testing::Contains("facecam finalize failed: std::bad_alloc"));
+  EXPECT_EQ(AssetProbe::probe(video).tracks.size(), 1U);  // it is closed
+  EXPECT_FALSE(std::filesystem::exists(marker));
 }
 
 TEST_F(ScreenCapturerTest, ReportsTheFirstFailureOnlyAndTheStopErrorBeforeTheWriters) {

@@ -90,6 +90,14 @@ TEST_F(DeviceCameraSessionTest, TellsWhenTheCameraEnds) {
   session.stop();
   session.start();  // a second try, as the broker makes
   EXPECT_TRUE(eventually([&] { return errors == 2; }));
+  session.stop();
+  // Whatever a receiver throws, and though there is no memory to tell of it at first.
+  session.setSink([](const PixelBufferRef&, MediaTime) { throw std::bad_alloc(); });
+  session.setOnRuntimeError([&] {
+    if (++errors == 3) throw std::bad_alloc();
+  });
+  session.start();
+  EXPECT_TRUE(eventually([&] { return errors == 4; }));
 }
 
 TEST_F(DeviceCameraSessionTest, SaysWhichCameraItCannotUse) {
