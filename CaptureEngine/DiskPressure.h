@@ -9,7 +9,9 @@
 /// Whether disk space is short. Sizes are bytes.
 namespace quillant::DiskPressure {
 
-inline constexpr std::int64_t floorBytes = 2'000'000'000;  ///< Below this no recording starts.
+/// Below this the desktop refuses a start. A recording made by a command starts and goes on until the disk is
+/// full, with warnings (`DiskWatch`).
+inline constexpr std::int64_t floorBytes = 2'000'000'000;
 inline constexpr std::int64_t marginBytes = 500'000'000;
 
 /// What an ordinary user may still write on the volume that holds `url`, or would hold it once its folders

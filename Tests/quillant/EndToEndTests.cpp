@@ -74,12 +74,27 @@ TEST_F(EndToEndTest, EndsOnAFullDiskAndKeepsWhatWasWritten) {
   EXPECT_EQ(result.output, "quillant: partial salvaged at " + video + "\n");
   EXPECT_THAT(
       result.errors,
-      testing::StartsWith("quillant: recording failed mid-capture: asset writer failed: could not write " +
-                          video + ": No space left on device\n"));
+      testing::AllOf(
+          testing::StartsWith("quillant: warning: only 2.1 MB is free"),
+          testing::HasSubstr("quillant: recording failed mid-capture: asset writer failed: could not write " +
+                             video + ": No space left on device\n")));
   const auto media = DecodedMedia::decode(video);
   EXPECT_GT(media.frames.size(), 1U);
   EXPECT_THAT(media.errors, testing::IsEmpty());
   ::umount2(folder.path().c_str(), MNT_DETACH);
+}
+
+TEST_F(EndToEndTest, EndsOnTimeAlthoughTheServerHangs) {
+  move();
+  auto recording = record("3");
+  std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+  ::kill(display->processID(), SIGSTOP);
+  const auto result = recording.wait();  // sooner than the server would count as hung
+  ::kill(display->processID(), SIGCONT);
+  EXPECT_EQ(result.exitCode, 0) << result.errors;
+  const auto media = DecodedMedia::decode(video);
+  EXPECT_THAT(media.errors, testing::IsEmpty());
+  EXPECT_NEAR(media.duration.seconds(), 3, 0.7);
 }
 
 TEST_F(EndToEndTest, EndsWhenTheServerGoesAway) {

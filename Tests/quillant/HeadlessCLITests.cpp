@@ -1,3 +1,4 @@
+#include <atomic>
 #include <gmock/gmock.h>
 
 #include "Tests/Support/ScriptedSession.h"
@@ -12,7 +13,8 @@ namespace {
 class HeadlessCLITest : public testing::Test {
  protected:
   QuillantRun::Result record(const std::vector<std::string>& more = {}) {
-    HeadlessCLI command([&] { return coordinator = script.makeCoordinator(); });
+    HeadlessCLI command([&] { return coordinator = script.makeCoordinator(); },
+                        [&](const std::filesystem::path&) { return freeBytes(); });
     Arguments arguments{"quillant", "record", "--duration", "5", "--output", "/tmp/x.mp4"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     EXPECT_TRUE(command.shouldRun(arguments));
@@ -24,6 +26,7 @@ class HeadlessCLITest : public testing::Test {
 
   ScriptedSession::Script script{.finalized = {.artifacts = {.screenVideo = "/tmp/x.mp4"}}};
   std::shared_ptr<RecordingCoordinator> coordinator;
+  std::function<std::optional<std::int64_t>()> freeBytes = [] { return std::nullopt; };
 };
 
 TEST_F(HeadlessCLITest, NamesTheFilesOfACompletedRecording) {
@@ -50,6 +53,23 @@ TEST_F(HeadlessCLITest, NamesTheFilesOfACompletedRecording) {
             "quillant: recorded /tmp/x.mp4\nquillant: facecam /tmp/x.facecam.mov (offset -12 ms)\n"
             "quillant: telemetry /tmp/x.cursor.json\n"
             "quillant: clicks from button polling (fallback); 3 caught between samples\n");
+}
+
+TEST_F(HeadlessCLITest, WarnsOfAShortDiskBeforeItStartsAndAsItFalls) {
+  std::atomic<int> looks = 0;
+  freeBytes = [&] { return ++looks < 3 ? 1'900'000'000 : 949'000'000; };
+  script.untilLimit = [&]() -> Task<void> {
+    EXPECT_EQ(looks, 1);
+    while (looks < 4) co_await sleepSeconds(0.02);
+  };
+  EXPECT_EQ(record().errors,
+            "quillant: warning: only 1.9 GB is free — Quillant needs at least 2 GB free so a recording never "
+            "stops partway\n"
+            "quillant: warning: only 949 MB is free — Quillant needs at least 2 GB free so a recording never "
+            "stops partway\n");
+  freeBytes = [] { return 2'000'000'000; };
+  script.untilLimit = nullptr;
+  EXPECT_EQ(record().errors, "");
 }
 
 TEST_F(HeadlessCLITest, TellsEveryOtherEnd) {

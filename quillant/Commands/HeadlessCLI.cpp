@@ -1,9 +1,11 @@
 #include "quillant/Commands/HeadlessCLI.h"
 
+#include <atomic>
 #include <fmt/format.h>
 #include <utility>
 #include <variant>
 
+#include "CaptureEngine/DiskWatch.h"
 #include "CaptureEngine/RecoveryService.h"
 #include "quillant/Commands/Console.h"
 #include "quillant/Commands/ExitCodeBox.h"
@@ -26,6 +28,10 @@ Coordinator::Request makeRequest(const RecordOptions& options) {
           .duration = options.duration};
 }
 
+void warn(const std::string& warning) {
+  Console::writeError("quillant: warning: " + warning + "\n");
+}
+
 void describe(const char* prefix, const RecordingArtifacts& artifacts) {
   Console::print(fmt::format("quillant: {} {}", prefix, artifacts.screenVideo.string()));
   if (artifacts.facecam)
@@ -42,7 +48,7 @@ void describe(const char* prefix, const RecordingArtifacts& artifacts) {
               : fmt::format("quillant: clicks from button polling (fallback); {} caught between samples",
                             clicks->shortClicks));
   }
-  for (const auto& warning : artifacts.warnings) Console::writeError("quillant: warning: " + warning + "\n");
+  for (const auto& warning : artifacts.warnings) warn(warning);
 }
 
 /// Tells how the session ended, and gives the exit code for it.
@@ -75,11 +81,36 @@ Task<void> pauseOnce(std::shared_ptr<Coordinator> coordinator, double after, dou
   Console::writeError("quillant: resumed\n");
 }
 
+/// Warns before a recording and while it lasts: nobody may be there to be refused.
+struct DiskLookout {
+  std::filesystem::path output;
+  HeadlessCLI::AvailableBytes availableBytes;
+  DiskWatch watch;
+  std::atomic<bool> hasEnded = false;
+
+  void look() noexcept {
+    try {
+      if (const auto warning = watch.look(availableBytes(output))) warn(*warning);
+    } catch (const std::exception&) {  // the recording is worth more than the warning
+    }
+  }
+  static Task<void> run(std::shared_ptr<DiskLookout> self) {
+    constexpr double interval = 1;
+    while (co_await sleepSeconds(interval) && !self->hasEnded) self->look();
+  }
+};
+
 Task<void> record(std::shared_ptr<Coordinator> coordinator, RecordOptions options,
-                  std::shared_ptr<ExitCodeBox> box) {
+                  HeadlessCLI::AvailableBytes availableBytes, std::shared_ptr<ExitCodeBox> box) {
+  const auto disk = std::make_shared<DiskLookout>();
+  disk->output = options.output;
+  disk->availableBytes = std::move(availableBytes);
+  disk->look();
+  startDetached(backgroundExecutor(), DiskLookout::run(disk));
   if (options.pauseAfter && options.pauseDuration)
     startDetached(backgroundExecutor(), pauseOnce(coordinator, *options.pauseAfter, *options.pauseDuration));
   const auto outcome = co_await coordinator->record(makeRequest(options));
+  disk->hasEnded = true;
   box->code = std::visit(Report{}, outcome);
 }
 
@@ -119,7 +150,7 @@ int HeadlessCLI::runRecord(const std::vector<std::string>& words) {
   try {
     const auto options = RecordOptions::parse(words);
     // Capture needs nothing of the main thread, so that it may sleep until the session has ended.
-    runBlocking(record(makeCoordinator_(), options, box));
+    runBlocking(record(makeCoordinator_(), options, availableBytes_, box));
   } catch (const RecordOptions::ParseError& error) {
     Console::writeError(fmt::format("quillant: {}\n{}\n", error.description(), usage));
     return ExitCode::usage;

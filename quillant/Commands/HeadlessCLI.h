@@ -1,10 +1,14 @@
 #pragma once
 
+#include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "CaptureEngine/DiskPressure.h"
 #include "CaptureEngine/RecordingCoordinator.h"
 #include "quillant/Commands/Command.h"
 
@@ -14,10 +18,14 @@ namespace quillant {
 class HeadlessCLI : public Command {
  public:
   using MakeCoordinator = std::function<std::shared_ptr<RecordingCoordinator>()>;
+  /// Free bytes of the volume that holds a path. Blocking; any thread.
+  using AvailableBytes = std::function<std::optional<std::int64_t>(const std::filesystem::path&)>;
 
   static const char* const usage;
 
-  explicit HeadlessCLI(MakeCoordinator makeCoordinator) : makeCoordinator_(std::move(makeCoordinator)) {}
+  explicit HeadlessCLI(MakeCoordinator makeCoordinator,
+                       AvailableBytes availableBytes = DiskPressure::availableBytes)
+      : makeCoordinator_(std::move(makeCoordinator)), availableBytes_(std::move(availableBytes)) {}
 
   bool shouldRun(const Arguments& arguments) const override;
   int run(const Arguments& arguments) override;
@@ -27,6 +35,7 @@ class HeadlessCLI : public Command {
   int runRecover(const std::vector<std::string>& words);
 
   MakeCoordinator makeCoordinator_;
+  AvailableBytes availableBytes_;
 };
 
 }  // namespace quillant
