@@ -22,7 +22,7 @@
 
 namespace quillant {
 
-/// The one front door of the capture engine: takes a request, runs the session, and says how it ended.
+/// The public interface of the capture engine: takes a request, runs the session, and returns its outcome.
 ///
 /// An actor: every operation may be called on any thread and runs on the coordinator's own strand. It records
 /// many times in a row, one session at a time.

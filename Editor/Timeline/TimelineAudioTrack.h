@@ -23,7 +23,8 @@ using Row = std::vector<TimelineAudioClip>;
 
 /// Takes a stretch of output out: what lies in it goes, what lies behind it moves up.
 std::optional<Row> removeTime(const Row& row, double from, double to);
-/// The same for several stretches, none overlapping another, all told on the row as it is given.
+/// The same for several stretches, none overlapping another, all in the output times of the row as it is
+/// given.
 std::optional<Row> removeTimes(const Row& row, std::vector<TimelineSpan> spans);
 /// Puts time back: what starts there or later moves on, and a clip that `removeTime` divided there is one
 /// again. Unlike elsewhere, nothing to do gives the row as it is; none means that a clip is in the way.

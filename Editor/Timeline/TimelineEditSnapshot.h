@@ -35,8 +35,8 @@ inline constexpr auto rawTexts<TimelineMuteRow> =
 /// The whole edit of a recording, as a plain value. Its big members are shared between copies, so that a copy
 /// costs next to nothing and a history can hold thousands.
 ///
-/// Times are seconds. Zooms, annotations, camera clips, trims and clips are told on the clock of a source
-/// file, so that cutting and moving clips never touches them; the two audio rows are told on the output's.
+/// Times are seconds. Those of zooms, annotations, camera clips, trims and clips are source times of a file,
+/// so that cutting and moving clips never touches them; those of the two audio rows are output times.
 ///
 /// The clips are `clipList` where it is set, and otherwise what the older trio of `trimRegions`,
 /// `clipSplitTimes` and `clipSpeeds` says: `effectiveClips` is the one way to read them, `setClips` the one

@@ -6,7 +6,7 @@
 
 namespace quillant {
 
-/// A stretch of time in seconds. Which clock it is told on is its owner's to say.
+/// A time range in seconds. Its owner says on which clock.
 struct TimelineSpan {
   double start = 0;
   double end = 0;

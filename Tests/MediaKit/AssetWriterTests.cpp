@@ -156,7 +156,7 @@ TEST(AssetWriter, ClosesFragmentsOfAStillScreen) {
   EXPECT_EQ(DecodedMedia::decode(path).frames.back().time, (MediaTime{3, 1}));
 }
 
-TEST(AssetWriter, GivesWayVisiblyWhenTheEncoderFallsBehind) {
+TEST(AssetWriter, DropsFramesAndWarnsWhenTheEncoderIsOverloaded) {
   const TemporaryFolder folder;
   AssetWriter writer(folder / "a.mp4", MediaContainer::mp4, {3, 2});
   const auto video = writer.addVideo({640, 360, 60});

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
@@ -29,6 +30,11 @@ class RecordingFixture : public testing::Test {
     std::vector<std::string> words{"record", "--duration", seconds, "--output", video};
     words.insert(words.end(), more.begin(), more.end());
     return QuillantRun(words, display->name());
+  }
+  static bool isLarger(const std::filesystem::path& file, std::uintmax_t size) {
+    std::error_code missing;
+    const auto actual = std::filesystem::file_size(file, missing);
+    return !missing && actual > size;
   }
   static void useCamera(const std::string& source) { ::setenv("QUILLANT_CAMERA", source.c_str(), 1); }
 

@@ -37,11 +37,6 @@ class SideSourcesTest : public RecordingFixture {
     return std::abs(
         *std::ranges::max_element(sound.samples, {}, [](float sample) { return std::abs(sample); }));
   }
-  static bool isLarger(const fs::path& file, std::uintmax_t size) {
-    std::error_code missing;
-    const auto actual = fs::file_size(file, missing);
-    return !missing && actual > size;
-  }
 
   std::string facecam = (folder / "x.facecam.mov").string();
   std::string cursor = (folder / "x.cursor.json").string();
