@@ -221,8 +221,4 @@ ProjectDocument CopiedBundle::registerIn(const ProjectStore& store) {
   }
 }
 
-ProjectDocument import(const fs::path& path, const ProjectStore& store, const fs::path& mediaFolder) {
-  return CopiedBundle(path, mediaFolder).registerIn(store);
-}
-
 }  // namespace quillant::ProjectBundle

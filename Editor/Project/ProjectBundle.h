@@ -55,9 +55,5 @@ class CopiedBundle {
   std::optional<std::string> editorStateJSON_;
 };
 
-/// Copies the bundle's media into `mediaFolder` and registers a new project for it.
-ProjectDocument import(const std::filesystem::path& path, const ProjectStore& store,
-                       const std::filesystem::path& mediaFolder);
-
 }  // namespace ProjectBundle
 }  // namespace quillant

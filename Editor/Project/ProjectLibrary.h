@@ -64,7 +64,7 @@ class ProjectLibrary {
 
   /// The project with its media as a folder, as `ProjectBundle::write`.
   Task<> exportProject(std::string id, std::filesystem::path bundle) const;
-  /// A new project from such a folder, as `ProjectBundle::import`.
+  /// A new project from such a folder; its media is copied into `mediaFolder`.
   Task<ProjectDocument> importProject(std::filesystem::path bundle, std::filesystem::path mediaFolder) const;
 
   /// What has just changed. Emitted on the library's strand, before the operation's task has ended.

@@ -37,7 +37,7 @@ class ProjectBundleTest : public testing::Test {
   /// Expects the import to be refused and to leave nothing.
   void expectRefused(BundleError::Kind kind) {
     try {
-      ProjectBundle::import(bundle, other, imported);
+      ProjectBundle::CopiedBundle(bundle, imported).registerIn(other);
       ADD_FAILURE();
     } catch (const BundleError& error) {
       EXPECT_EQ(error.kind(), kind) << error.description();
@@ -61,7 +61,7 @@ TEST_F(ProjectBundleTest, CarriesAWholeProjectToAnotherStore) {
   EXPECT_EQ(fs::hard_link_count(bundle / "screen.mp4"), 2U);
   EXPECT_EQ(AtomicFile::read(bundle / "screen.source-1.mov"), "added");
 
-  const auto project = ProjectBundle::import(bundle, other, imported);
+  const auto project = ProjectBundle::CopiedBundle(bundle, imported).registerIn(other);
   EXPECT_EQ(other.document(project.id), project);
   EXPECT_EQ(project.title, "../Talk: one");
   EXPECT_EQ(project.createdAt, "2026-01-01T00:00:00Z");
@@ -73,7 +73,7 @@ TEST_F(ProjectBundleTest, CarriesAWholeProjectToAnotherStore) {
   const fs::path screen = *project.recordingPath;
   EXPECT_EQ(screen.parent_path(), imported);
   EXPECT_EQ(AtomicFile::read(imported / (screen.stem().string() + ".source-1.mov")), "added");
-  EXPECT_FALSE(ProjectBundle::import(bundle, other, imported).share.slug);
+  EXPECT_FALSE(ProjectBundle::CopiedBundle(bundle, imported).registerIn(other).share.slug);
 }
 
 TEST_F(ProjectBundleTest, AppearsWholeOrNotAtAll) {
