@@ -110,8 +110,8 @@ std::filesystem::path PendingUploadStore::posterPath(const std::string& id) cons
 void PendingUploadStore::removeLitter() const {
   constexpr std::size_t idLength = 36;
   for (const auto& name : names(*this)) {
-    // What a write that was killed leaves begins with a dot.
-    const bool isTemporary = name.starts_with('.');
+    // A dot, and then the name of the file that it was to become.
+    const bool isTemporary = AtomicFile::isTemporary(name);
     const auto id = name.substr(isTemporary ? 1 : 0, idLength);
     const auto hasNoEntry = [&, entry = fileOf(*this, id, entryExtension)] {
       std::error_code ignored;
