@@ -1,10 +1,13 @@
 #include "Core/OwningSequence.h"
 
+#include <typeinfo>
+
 namespace quillant {
 
 bool OwningSequence::isCurrent() const {
-  if (const auto* strand = executor_.target<asio::strand<Executor>>())
-    return strand->running_in_this_thread();
+  using Strand = asio::strand<Executor>;
+  // `target` itself does not look at the type in every version of Asio.
+  if (executor_.target_type() == typeid(Strand)) return executor_.target<Strand>()->running_in_this_thread();
   return std::this_thread::get_id() == thread_;
 }
 

@@ -1,5 +1,7 @@
 #include "Editor/Project/ProjectAutosaveCoordinator.h"
 
+#include <cassert>
+
 #include "Core/Error.h"
 
 namespace quillant {
@@ -20,6 +22,7 @@ void ProjectAutosaveCoordinator::seed(ProjectAutosaveSnapshot snapshot) {
 }
 
 void ProjectAutosaveCoordinator::schedule(std::optional<ProjectAutosaveSnapshot> snapshot) {
+  assert(sequence_.isCurrent());
   if (isAbandoned_ || !snapshot) return;
   latestSnapshot_ = std::move(snapshot);
   if (isSaving_) {
@@ -50,6 +53,7 @@ Task<> ProjectAutosaveCoordinator::saveAfterDebounce(std::weak_ptr<ProjectAutosa
 }
 
 Task<> ProjectAutosaveCoordinator::saveLatestSnapshot() {
+  assert(sequence_.isCurrent());
   const auto self = shared_from_this();
   while (!isAbandoned_ && latestSnapshot_ && latestSnapshot_ != lastSavedSnapshot_) {
     const auto snapshot = *latestSnapshot_;
@@ -71,6 +75,7 @@ Task<> ProjectAutosaveCoordinator::saveLatestSnapshot() {
 }
 
 Task<bool> ProjectAutosaveCoordinator::flush(std::optional<ProjectAutosaveSnapshot> snapshot) {
+  assert(sequence_.isCurrent());
   const auto self = shared_from_this();
   if (isAbandoned_) co_return true;
   if (snapshot) latestSnapshot_ = std::move(snapshot);

@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "Core/OwningSequence.h"
 #include "Core/Task.h"
 #include "Editor/Project/ProjectEditorState.h"
 
@@ -67,7 +68,8 @@ class ProjectAutosaveCoordinator : public std::enable_shared_from_this<ProjectAu
   Task<> saveLatestSnapshot();
   void cancelPending() { ++pendingGeneration_; }
 
-  Executor executor_;
+  const Executor executor_;
+  const OwningSequence sequence_{executor_};
   std::chrono::nanoseconds debounce_;
   Handlers handlers_;
   std::uint64_t pendingGeneration_ = 0;  ///< A debounce of an older generation has been cancelled.

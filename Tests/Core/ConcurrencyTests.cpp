@@ -123,6 +123,8 @@ TEST(OwningSequence, KnowsItsThreadAndItsStrand) {
   EXPECT_EQ(runBlocking(both(), strand), std::pair(false, true));
   EXPECT_EQ(runBlocking(both()), std::pair(false, false));
   EXPECT_TRUE(onThread.isCurrent());
+  asio::io_context context;
+  EXPECT_TRUE(OwningSequence(context.get_executor()).isCurrent()) << "no strand: the thread counts";
 }
 
 TEST(Signal, CallsWhoIsConnectedWhateverHandlersDo) {
