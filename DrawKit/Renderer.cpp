@@ -8,6 +8,7 @@
 #include "DrawKit/DrawingError.h"
 #include "DrawKit/Rendering/BandPainter.h"
 #include "DrawKit/Rendering/FrameRing.h"
+#include "DrawKit/Rendering/Ground.h"
 #include "DrawKit/Rendering/LayerPlan.h"
 #include "DrawKit/Rendering/RectSet.h"
 #include "DrawKit/Rendering/SourceCache.h"
@@ -27,6 +28,7 @@ struct Renderer::State {
       : canvas{0, 0, options.width, options.height},
         pool(threads),
         frames(options.width, options.height),
+        ground(options.width, options.height),
         cache(options.keptBytes, threads),
         workers(static_cast<std::size_t>(threads.threads())) {}
 
@@ -39,6 +41,7 @@ struct Renderer::State {
   PixelRect canvas;
   BandPool& pool;
   FrameRing frames;
+  Ground ground;
   SourceCache cache;
   std::vector<Worker> workers;
 
@@ -52,11 +55,13 @@ struct Renderer::State {
   std::vector<PixelRect> bands;
   std::vector<PixelRect> visible;
 
+  std::size_t unchangedImages(std::span<const Image> now) const;
   void findChanges(std::span<const Image> now);
-  void loadSources(std::span<const Image> now);
-  void cutIntoBands();
-  void drawBand(Worker& worker, const PixelRect& band, const PixelBuffer& frame) const;
-  void setVisible(std::vector<PixelRect>& set, const PixelRect& area, std::size_t layer) const;
+  void draw(std::span<const Image> now, const std::vector<PixelRect>& areas, std::size_t end,
+            const PixelBuffer& frame);
+  void drawBand(Worker& worker, const PixelRect& band, std::size_t end, const PixelBuffer& frame) const;
+  void setVisible(std::vector<PixelRect>& set, const PixelRect& area, std::size_t layer,
+                  std::size_t end) const;
   PixelBufferRef render(std::span<const Image> now);
 };
 
@@ -80,38 +85,48 @@ void Renderer::State::findChanges(std::span<const Image> now) {
     if (now.size() != images.size() || now[i] != images[i]) RectSet::add(changed, places[i]);
 }
 
-/// What shows of an area of a layer below the opaque parts of those above it.
-void Renderer::State::setVisible(std::vector<PixelRect>& set, const PixelRect& area,
-                                 std::size_t layer) const {
+/// How many of the lowest are as they were.
+std::size_t Renderer::State::unchangedImages(std::span<const Image> now) const {
+  std::size_t count = 0;
+  while (count < std::min(now.size(), images.size()) && now[count] == images[count]) ++count;
+  return count;
+}
+
+/// What shows of an area below the opaque parts of the layers from `layer` to `end`.
+void Renderer::State::setVisible(std::vector<PixelRect>& set, const PixelRect& area, std::size_t layer,
+                                 std::size_t end) const {
   set.clear();
   if (area.width == 0) return;
   set.push_back(area);
-  for (std::size_t above = layer; above < layers.size(); ++above)
+  for (std::size_t above = layer; above < end; ++above)
     for (const PixelRect& hidden : layers[above].opaque()) RectSet::subtract(set, hidden);
 }
 
-void Renderer::State::loadSources(std::span<const Image> now) {
-  for (std::size_t i = 0; i < now.size(); ++i) {
+/// Draws the layers up to `end` into those areas, on top of the ground.
+void Renderer::State::draw(std::span<const Image> now, const std::vector<PixelRect>& areas, std::size_t end,
+                           const PixelBuffer& frame) {
+  for (std::size_t i = ground.layers(); i < end; ++i) {
     const auto shows = [&](const PixelRect& area) {
-      setVisible(visible, PixelRects::intersection(area, layers[i].bounds()), i + 1);
+      setVisible(visible, PixelRects::intersection(area, layers[i].bounds()), i + 1, end);
       return !visible.empty();
     };
-    if (std::ranges::any_of(changed, shows)) layers[i].load(now[i], cache);
+    if (std::ranges::any_of(areas, shows)) layers[i].load(now[i], cache);
   }
-}
-
-void Renderer::State::cutIntoBands() {
   bands.clear();
-  for (const PixelRect& rect : changed)
+  for (const PixelRect& rect : areas)
     for (int y = 0; y < rect.height; y += bandHeight)
       bands.push_back({rect.x, rect.y + y, rect.width, std::min(bandHeight, rect.height - y)});
+  pool.run(static_cast<int>(bands.size()), [&](int worker, int band) {
+    drawBand(workers[static_cast<std::size_t>(worker)], bands[static_cast<std::size_t>(band)], end, frame);
+  });
 }
 
-void Renderer::State::drawBand(Worker& worker, const PixelRect& band, const PixelBuffer& frame) const {
-  setVisible(worker.visible, band, 0);
-  for (const PixelRect& area : worker.visible) worker.painter.clear(area, frame);
-  for (std::size_t i = 0; i < layers.size(); ++i) {
-    setVisible(worker.visible, PixelRects::intersection(band, layers[i].bounds()), i + 1);
+void Renderer::State::drawBand(Worker& worker, const PixelRect& band, std::size_t end,
+                               const PixelBuffer& frame) const {
+  setVisible(worker.visible, band, ground.layers(), end);
+  for (const PixelRect& area : worker.visible) ground.copy(area, frame);
+  for (std::size_t i = ground.layers(); i < end; ++i) {
+    setVisible(worker.visible, PixelRects::intersection(band, layers[i].bounds()), i + 1, end);
     for (const PixelRect& area : worker.visible) worker.painter.draw(layers[i], area, frame);
   }
 }
@@ -120,12 +135,12 @@ PixelBufferRef Renderer::State::render(std::span<const Image> now) {
   layers.resize(now.size());
   for (std::size_t i = 0; i < now.size(); ++i) layers[i].place(now[i], canvas.width, canvas.height);
   findChanges(now);
-  loadSources(now);
-  cutIntoBands();
-  const PixelBuffer& frame = frames.begin(changed);
-  pool.run(static_cast<int>(bands.size()), [&](int worker, int band) {
-    drawBand(workers[static_cast<std::size_t>(worker)], bands[static_cast<std::size_t>(band)], frame);
-  });
+  if (const std::size_t layersToKeep = ground.next(unchangedImages(now)); layersToKeep > 0) {
+    ground.clear();
+    draw(now, {1, canvas}, layersToKeep, ground.frame());
+    ground.keep(layersToKeep);
+  }
+  draw(now, changed, now.size(), frames.begin(changed));
   images.assign(now.begin(), now.end());
   places.clear();
   for (const LayerPlan& layer : layers) places.push_back(layer.bounds());
@@ -147,6 +162,7 @@ PixelBufferRef Renderer::render(std::span<const Image> images) {
     return state_->render(images);
   } catch (const std::bad_alloc&) {
     state_->frames.forget();
+    state_->ground.clear();
     state_->cache.clear();
     state_->images.clear();
     state_->nothingDrawn = true;

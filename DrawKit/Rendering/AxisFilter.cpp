@@ -18,6 +18,10 @@ bool AxisPlacement::isWhole() const {
   return std::abs(step - 1) < 1e-9 && std::abs(first - std::round(first)) < nearlyWhole;
 }
 
+int AxisPlacement::wholeSample(int sample) const {
+  return static_cast<int>(std::lround(sample + step / 2 + origin - 0.5));
+}
+
 AxisTaps axisTaps(const AxisPlacement& placement, int sample) {
   const int taps = RowKernels::taps;
   const double place = placement.step * (sample + 0.5) + placement.origin - 0.5;
@@ -51,14 +55,18 @@ void ColumnFilter::set(const AxisPlacement& placement, int begin, int end) {
   placement_ = placement;
   firstGroup_ = first;
   groups_.resize(count);
+  copied_ = placement.isWhole() ? std::optional<int>(placement.wholeSample(0)) : std::nullopt;
   for (std::size_t g = 0; g < count; ++g) {
     auto& group = groups_[g];
     AxisTaps columns[size];
     for (int i = 0; i < size; ++i) columns[i] = axisTaps(placement, (first + static_cast<int>(g)) * size + i);
-    group.base = std::clamp(columns[0].first, 0, std::max(0, placement.count - RowKernels::groupReach));
+    for (int part = 0; part < RowKernels::groupParts; ++part)
+      group.bases[part] = std::clamp(columns[part * RowKernels::partSize].first, 0,
+                                     std::max(0, placement.count - RowKernels::groupReach));
     for (int i = 0; i < size; ++i) {
       group.lanes[2 * i] = 0x80;
-      group.lanes[2 * i + 1] = static_cast<std::uint8_t>(columns[i].first - group.base);
+      group.lanes[2 * i + 1] =
+          static_cast<std::uint8_t>(columns[i].first - group.bases[i / RowKernels::partSize]);
       for (int tap = 0; tap < RowKernels::taps; ++tap) group.weights[tap][i] = columns[i].weights[tap];
     }
   }

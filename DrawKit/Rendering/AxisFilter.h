@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "DrawKit/Rendering/RowKernels.h"
@@ -19,6 +20,8 @@ struct AxisPlacement {
   static constexpr double longestStep = 1.5;
   /// Each sample of the result is one of the source's.
   bool isWhole() const;
+  /// Then, which of the source's `sample` is.
+  int wholeSample(int sample) const;
 };
 
 /// One sample of a result: `taps` neighbouring samples from `first` on, and their weights, 1 being 2^14.
@@ -33,6 +36,7 @@ struct AxisTaps {
 struct RowTaps {
   int first = 0;
   RowKernels::RowWeights weights;
+  std::optional<int> copied;  ///< The one row that this row is the same as.
 };
 
 /// Catmull-Rom. The weights' sum is exactly 1.
@@ -45,12 +49,15 @@ class ColumnFilter {
   /// For the samples from `begin` to `end`, and those that fill their groups: groups begin at multiples of
   /// `groupSize`. Does nothing where it is that already.
   void set(const AxisPlacement& placement, int begin, int end);
+  /// How much further on the sample is that each of them is the same as, if that is so: but for the ends.
+  std::optional<int> copied() const { return copied_; }
   const RowKernels::ColumnGroup* groupAt(int sample) const {
     return groups_.data() + (sample / RowKernels::groupSize - firstGroup_);
   }
 
  private:
   AxisPlacement placement_;
+  std::optional<int> copied_;
   int firstGroup_ = 0;
   std::vector<RowKernels::ColumnGroup> groups_;
 };

@@ -31,17 +31,6 @@ std::uint8_t* rowOf(const PixelBuffer& frame, std::size_t plane, int y) {
 
 }  // namespace
 
-void BandPainter::clear(const PixelRect& area, const PixelBuffer& frame) {
-  constexpr int black[] = {16, 128, 128};
-  for (const PlaneGroup which : planeGroups) {
-    const int shift = shiftOf(which);
-    for (std::size_t plane = planesOf(which).first; plane < planesOf(which).end; ++plane)
-      for (int y = area.y >> shift; y < (area.y + area.height) >> shift; ++y)
-        std::memset(rowOf(frame, plane, y) + (area.x >> shift), black[plane],
-                    static_cast<std::size_t>(area.width >> shift));
-  }
-}
-
 void BandPainter::draw(const LayerPlan& layer, const PixelRect& area, const PixelBuffer& frame) {
   const auto width = static_cast<std::size_t>(area.width);
   for (auto& row : row_)
@@ -61,8 +50,10 @@ void BandPainter::drawGroup(const LayerPlan& layer, PlaneGroup which, const Pixe
     if (const auto& alpha = picture->alpha[static_cast<std::size_t>(which)])
       planes_[alphaPlane].open(alpha, group.columns, left, right);
   }
-  for (int y = area.y >> shift; y < (area.y + area.height) >> shift; ++y) {
-    const auto row = group.coverage.row(y, left, right, coverage_.data());
+  const int top = area.y >> shift;
+  ShapeCoverage::Row row;
+  for (int y = top; y < (area.y + area.height) >> shift; ++y) {
+    if (y == top || !group.coverage.repeats(y)) row = group.coverage.row(y, left, right, coverage_.data());
     const auto each = [&](int begin) { return Coverage{coverage_.data() + (begin - left)}; };
     drawSpan(layer, which, y, {row.begin, row.fullBegin, each(row.begin)}, frame);
     drawSpan(layer, which, y, {row.fullBegin, row.fullEnd, {nullptr, group.coverage.opacity()}}, frame);

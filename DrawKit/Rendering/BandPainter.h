@@ -13,9 +13,7 @@ namespace quillant {
 /// Draws layers into areas of a frame, with working memory of one thread.
 class BandPainter {
  public:
-  /// `area` lies on even pixels of `frame`, which is I420.
-  void clear(const PixelRect& area, const PixelBuffer& frame);
-  /// Over what is there. `area` lies on even pixels inside the layer's bounds.
+  /// Over what is there, in `frame`, which is I420. `area` lies on even pixels inside the layer's bounds.
   void draw(const LayerPlan& layer, const PixelRect& area, const PixelBuffer& frame);
 
  private:

@@ -25,8 +25,9 @@ class FilteredRows {
   const ColumnFilter* columns_ = nullptr;
   int begin_ = 0;
   int groups_ = 0;
-  std::array<int, RowKernels::taps> kept_{};
-  std::array<std::vector<std::int16_t>, RowKernels::taps> rows_;
+  /// Rows are filtered two at a time: which pair each two of `rows_` are. Four in a row touch three pairs.
+  std::array<int, 4> pairs_{};
+  std::array<std::vector<std::int16_t>, 8> rows_;
 };
 
 }  // namespace quillant

@@ -3,30 +3,18 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
-#include <cstring>
 #include <new>
 #include <utility>
 
 #include "Core/PixelRects.h"
+#include "DrawKit/Rendering/FrameMemory.h"
 
 namespace quillant {
 
 struct FrameRing::Slot {
-  Slot(int width, int height) : stale{{0, 0, width, height}} {
-    constexpr int alignment = 64;
-    const int stride = (width + alignment - 1) / alignment * alignment;
-    const auto luma = static_cast<std::size_t>(stride) * static_cast<std::size_t>(height);
-    memory = std::make_unique<std::uint8_t[]>(2 * luma);
-    buffer.format = PixelFormat::i420;
-    buffer.width = width;
-    buffer.height = height;
-    buffer.planes = {{{memory.get(), stride},
-                      {memory.get() + luma, stride / 2},
-                      {memory.get() + luma + luma / 4, stride / 2}}};
-  }
+  Slot(int width, int height) : memory(width, height), stale{{0, 0, width, height}} {}
 
-  PixelBuffer buffer;
-  std::unique_ptr<std::uint8_t[]> memory;
+  FrameMemory memory;
   std::vector<PixelRect> stale;  ///< Where it differs from the newest.
   std::atomic<bool> held = false;
   /// Where the reference count of the published frame lives, so that publishing allocates nothing.
@@ -60,19 +48,6 @@ struct SlotAllocator {
   std::shared_ptr<Slot> slot;
 };
 
-void copy(const PixelBuffer& from, const PixelBuffer& to, const PixelRect& area) {
-  for (std::size_t plane = 0; plane < 3; ++plane) {
-    const int shift = plane == 0 ? 0 : 1;
-    for (int y = area.y >> shift; y < (area.y + area.height) >> shift; ++y) {
-      const auto at = [&](const PixelBuffer& buffer) {
-        return buffer.planes[plane].data + std::ptrdiff_t{buffer.planes[plane].stride} * y +
-               (area.x >> shift);
-      };
-      std::memcpy(at(to), at(from), static_cast<std::size_t>(area.width >> shift));
-    }
-  }
-}
-
 std::int64_t areaOf(const std::vector<PixelRect>& rects) {
   std::int64_t sum = 0;
   for (const PixelRect& rect : rects) sum += PixelRects::area(rect);
@@ -98,10 +73,10 @@ PixelBuffer& FrameRing::begin(const std::vector<PixelRect>& fresh) {
   if (newest_ && begun_.get() != newest_)
     for (const PixelRect& rect : begun_->stale) {
       const auto isFresh = [&](const PixelRect& other) { return PixelRects::contains(other, rect); };
-      if (std::ranges::none_of(fresh, isFresh)) copy(newest_->buffer, begun_->buffer, rect);
+      if (std::ranges::none_of(fresh, isFresh)) copyArea(newest_->memory.frame, begun_->memory.frame, rect);
     }
   begun_->stale.clear();
-  return begun_->buffer;
+  return begun_->memory.frame;
 }
 
 PixelBufferRef FrameRing::publish(const std::vector<PixelRect>& changed) {
@@ -111,7 +86,7 @@ PixelBufferRef FrameRing::publish(const std::vector<PixelRect>& changed) {
     slot->stale = PixelRects::coalesced(std::move(slot->stale), bounds_);
   }
   newest_ = begun_.get();
-  PixelBuffer& buffer = newest_->buffer;
+  PixelBuffer& buffer = newest_->memory.frame;
   buffer.sequence = ++sequence_;
   buffer.changed = changed;
   newest_->held.store(true, std::memory_order_relaxed);

@@ -63,9 +63,10 @@ void LayerPlan::place(const Image& image, int canvasWidth, int canvasHeight) {
 
   const bool blurs = image.blurX > 0 || image.blurY > 0;
   const bool fades = blurs && image.blurEdges == Image::BlurEdges::fading;
-  Rect shape = fades ? reach : image.toCanvas.bounds(image.crop);
+  const bool slants = !image.toCanvas.keepsRectangles();
+  const Rect shape = fades || slants ? reach : image.toCanvas.bounds(image.crop);
   std::optional<Image::RoundedRect> mask;
-  if (image.mask && !fades) {
+  if (image.mask && !fades && !slants) {
     const bool turned = isTurned(image.toCanvas);
     const double scaleX = std::hypot(image.toCanvas.a, image.toCanvas.b);
     const double scaleY = std::hypot(image.toCanvas.c, image.toCanvas.d);
@@ -76,7 +77,7 @@ void LayerPlan::place(const Image& image, int canvasWidth, int canvasHeight) {
   const auto* color = std::get_if<SerializableColor>(&image.source);
   if (color) {
     color_ = ColorMath::flat(*color);
-    if (!fades) opacity *= color_.alpha;
+    if (!fades && !slants) opacity *= color_.alpha;
   }
   for (const PlaneGroup which : planeGroups) {
     const PlaneGrid grid = PlaneGrids::ofCanvas(which);
@@ -91,7 +92,8 @@ void LayerPlan::place(const Image& image, int canvasWidth, int canvasHeight) {
   bounds_ = touched(visible, canvas);
 
   const auto* picture = std::get_if<PixelBufferRef>(&image.source);
-  if (opacity < 1 || fades || (picture && (*picture)->format == PixelFormat::premultipliedBGRA)) return;
+  if (opacity < 1 || fades || slants || (picture && (*picture)->format == PixelFormat::premultipliedBGRA))
+    return;
   if (!mask) {
     opaque_[0] = covered(visible, canvas);
     return;
@@ -107,12 +109,15 @@ void LayerPlan::place(const Image& image, int canvasWidth, int canvasHeight) {
 }
 
 void LayerPlan::load(const Image& image, SourceCache& cache) {
-  const bool blurs = image.blurX > 0 || image.blurY > 0;
-  if (std::holds_alternative<SerializableColor>(image.source) &&
-      !(blurs && image.blurEdges == Image::BlurEdges::fading))
-    return;
-  picture_ = &cache.prepared(Preparation::of(image));
-  const AffineTransform& matrix = image.toCanvas;
+  const bool fades = (image.blurX > 0 || image.blurY > 0) && image.blurEdges == Image::BlurEdges::fading;
+  const bool hasSamples = std::holds_alternative<PixelBufferRef>(image.source) || fades;
+  AffineTransform matrix = image.toCanvas;
+  if (hasSamples) picture_ = &cache.prepared(Preparation::of(image));
+  if (!matrix.keepsRectangles()) {
+    picture_ = &cache.slanted(image, picture_, bounds_);
+    matrix = {};
+  }
+  if (!picture_) return;
   const bool turned = isTurned(matrix);
   for (const PlaneGroup which : planeGroups) {
     const auto index = static_cast<std::size_t>(which);
@@ -124,10 +129,9 @@ void LayerPlan::load(const Image& image, SourceCache& cache) {
     group.columns.set(
         placementOf(plane.grid.x, plane.width, turned ? matrix.c : matrix.a, matrix.tx, canvas.x), left,
         right);
-    const auto rows =
-        placementOf(plane.grid.y, plane.height, turned ? matrix.b : matrix.d, matrix.ty, canvas.y);
-    const auto change = ColorMath::toLimited(picture_->range, which);
-    group.rows.set(rows, change, bounds_.y >> shift, (bounds_.y + bounds_.height) >> shift);
+    group.rows.set(placementOf(plane.grid.y, plane.height, turned ? matrix.b : matrix.d, matrix.ty, canvas.y),
+                   ColorMath::toLimited(picture_->range, which), bounds_.y >> shift,
+                   (bounds_.y + bounds_.height) >> shift);
   }
 }
 

@@ -1,5 +1,7 @@
 #include "DrawKit/Rendering/RowFilter.h"
 
+#include <algorithm>
+
 namespace quillant {
 
 void RowFilter::set(const AxisPlacement& placement, const ColorMath::RangeChange& change, int begin,
@@ -10,8 +12,12 @@ void RowFilter::set(const AxisPlacement& placement, const ColorMath::RangeChange
   change_ = change;
   first_ = begin;
   rows_.resize(count);
-  for (std::size_t i = 0; i < count; ++i)
-    rows_[i] = ColorMath::rowTaps(axisTaps(placement, begin + static_cast<int>(i)), change);
+  const bool copies = placement.isWhole() && change == ColorMath::RangeChange{};
+  for (std::size_t i = 0; i < count; ++i) {
+    const int row = begin + static_cast<int>(i);
+    rows_[i] = ColorMath::rowTaps(axisTaps(placement, row), change);
+    if (copies) rows_[i].copied = std::clamp(placement.wholeSample(row), 0, placement.count - 1);
+  }
 }
 
 }  // namespace quillant

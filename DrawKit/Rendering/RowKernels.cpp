@@ -51,76 +51,83 @@ int coverageAt(Coverage coverage, int i) {
 
 #if HWY_TARGET == HWY_SCALAR
 
-void filterRow(const std::uint8_t* source, const ColumnGroup* groups, int count, std::int16_t* result) {
-  for (int g = 0; g < count; ++g)
-    for (int i = 0; i < groupSize; ++i) {
-      int sum = 0;
-      for (int tap = 0; tap < taps; ++tap) {
-        const int sample = source[groups[g].base + groups[g].lanes[2 * i + 1] + tap];
-        sum += mulRounded((sample - 128) * 256, groups[g].weights[tap][i]);
+void filterRows(const std::uint8_t* const sources[2], const ColumnGroup* groups, int count,
+                std::int16_t* const results[2]) {
+  for (int row = 0; row < 2; ++row)
+    for (int g = 0; g < count; ++g)
+      for (int i = 0; i < groupSize; ++i) {
+        const auto* first =
+            sources[row] + groups[g].bases[i / RowKernels::partSize] + groups[g].lanes[2 * i + 1];
+        int sum = 0;
+        for (int tap = 0; tap < taps; ++tap)
+          sum += mulRounded((first[tap] - 128) * 256, groups[g].weights[tap][i]);
+        results[row][g * groupSize + i] = static_cast<std::int16_t>(sum);
       }
-      result[g * groupSize + i] = static_cast<std::int16_t>(sum);
-    }
 }
 
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// A table look-up stays within 16 bytes, and so does a group. Where vectors hold two of them, two go at once.
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-constexpr int groupsAtOnce = 2;
+// A table look-up stays within 16 bytes, and so does a part of a group. As many as fit a vector go at once.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+constexpr int partsAtOnce = 4;
+#elif HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+constexpr int partsAtOnce = 2;
 #else
-constexpr int groupsAtOnce = 1;
+constexpr int partsAtOnce = 1;
 #endif
-using GroupBytes = hn::FixedTag<std::uint8_t, 16 * groupsAtOnce>;
-using GroupWords = hn::FixedTag<std::int16_t, 8 * groupsAtOnce>;
+using PartBytes = hn::FixedTag<std::uint8_t, 16 * partsAtOnce>;
+using PartWords = hn::FixedTag<std::int16_t, 8 * partsAtOnce>;
 
+HWY_INLINE hn::Vec<PartBytes> loadSamples(const std::uint8_t* source, const std::int32_t* bases) {
+  const hn::FixedTag<std::uint8_t, 16> bytes;
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-template <class Half, class T>
-HWY_INLINE auto loadPair(Half half, const T* low, const T* high) {
-  const hn::Twice<Half> whole;
-  return hn::Combine(whole, hn::LoadU(half, high), hn::LoadU(half, low));
-}
-#endif
-
-HWY_INLINE auto filterGroups(const std::uint8_t* source, const ColumnGroup* groups) {
-  const GroupBytes bytes;
-  const GroupWords words;
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-  const hn::FixedTag<std::uint8_t, 16> halfBytes;
-  const hn::FixedTag<std::int16_t, 8> halfWords;
-  const auto samples = loadPair(halfBytes, source + groups[0].base, source + groups[1].base);
-  const auto first = hn::BitCast(words, loadPair(halfBytes, groups[0].lanes, groups[1].lanes));
-  const auto weights = [&](int tap) {
-    return loadPair(halfWords, groups[0].weights[tap], groups[1].weights[tap]);
-  };
+  const hn::FixedTag<std::uint8_t, 32> pair;
+  const auto low =
+      hn::Combine(pair, hn::LoadU(bytes, source + bases[1]), hn::LoadU(bytes, source + bases[0]));
+#if HWY_TARGET <= HWY_AVX3
+  const auto high =
+      hn::Combine(pair, hn::LoadU(bytes, source + bases[3]), hn::LoadU(bytes, source + bases[2]));
+  return hn::Combine(PartBytes(), high, low);
 #else
-  const auto samples = hn::LoadU(bytes, source + groups[0].base);
-  const auto first = hn::BitCast(words, hn::Load(bytes, groups[0].lanes));
-  const auto weights = [&](int tap) { return hn::Load(words, groups[0].weights[tap]); };
+  return low;
 #endif
-  const auto around = hn::Xor(samples, hn::Set(bytes, std::uint8_t{0x80}));
-  const auto term = [&](int tap) {
-    // The high byte of each lane names its sample, the low byte stays empty: the sample times 256.
-    const auto lanes = hn::Add(first, hn::Set(words, static_cast<std::int16_t>(tap << 8)));
-    return hn::MulFixedPoint15(hn::BitCast(words, hn::TableLookupBytesOr0(around, hn::BitCast(bytes, lanes))),
-                               weights(tap));
-  };
-  return hn::Add(hn::Add(term(0), term(1)), hn::Add(term(2), term(3)));
+#else
+  return hn::LoadU(bytes, source + bases[0]);
+#endif
 }
 
-void filterRow(const std::uint8_t* source, const ColumnGroup* groups, int count, std::int16_t* result) {
-  int g = 0;
-  for (; g + groupsAtOnce <= count; g += groupsAtOnce)
-    hn::StoreU(filterGroups(source, groups + g), GroupWords(), result + g * groupSize);
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-  if (g < count) {
-    const ColumnGroup twice[2] = {groups[g], groups[g]};
-    const hn::FixedTag<std::int16_t, 8> half;
-    hn::StoreU(hn::LowerHalf(half, filterGroups(source, twice)), half, result + g * groupSize);
+void filterRows(const std::uint8_t* const sources[2], const ColumnGroup* groups, int count,
+                std::int16_t* const results[2]) {
+  const PartBytes bytes;
+  const PartWords words;
+  const auto sign = hn::Set(bytes, std::uint8_t{0x80});
+  const auto next = hn::Set(words, std::int16_t{1 << 8});
+  for (int g = 0; g < count; ++g) {
+    const ColumnGroup& group = groups[g];
+    for (int part = 0; part < RowKernels::groupParts; part += partsAtOnce) {
+      const int first = part * RowKernels::partSize;
+      // The high byte of each lane names its sample, the low byte stays empty: the sample times 256.
+      auto lanes = hn::BitCast(words, hn::Load(bytes, group.lanes + 2 * first));
+      const auto upper = hn::Xor(loadSamples(sources[0], group.bases + part), sign);
+      const auto lower = hn::Xor(loadSamples(sources[1], group.bases + part), sign);
+      auto upperSum = hn::Zero(words), lowerSum = hn::Zero(words);
+      for (int tap = 0; tap < taps; ++tap) {
+        const auto weights = hn::Load(words, group.weights[tap] + first);
+        const auto places = hn::BitCast(bytes, lanes);
+        upperSum =
+            hn::Add(upperSum,
+                    hn::MulFixedPoint15(hn::BitCast(words, hn::TableLookupBytesOr0(upper, places)), weights));
+        lowerSum =
+            hn::Add(lowerSum,
+                    hn::MulFixedPoint15(hn::BitCast(words, hn::TableLookupBytesOr0(lower, places)), weights));
+        lanes = hn::Add(lanes, next);
+      }
+      hn::StoreU(upperSum, words, results[0] + g * groupSize + first);
+      hn::StoreU(lowerSum, words, results[1] + g * groupSize + first);
+    }
   }
-#endif
 }
 
 using Words = hn::ScalableTag<std::int16_t>;
@@ -145,14 +152,19 @@ void combineRows(const std::int16_t* const rows[taps], const RowWeights& weights
   const auto w0 = hn::Set(words, weights.weights[0]), w1 = hn::Set(words, weights.weights[1]);
   const auto w2 = hn::Set(words, weights.weights[2]), w3 = hn::Set(words, weights.weights[3]);
   const auto bias = hn::Set(words, weights.bias);
-  for (; i + lanes <= count; i += lanes) {
-    const auto upper = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, rows[0] + i), w0),
-                               hn::MulFixedPoint15(hn::LoadU(words, rows[1] + i), w1));
-    const auto lower = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, rows[2] + i), w2),
-                               hn::MulFixedPoint15(hn::LoadU(words, rows[3] + i), w3));
-    const auto sum = hn::ShiftRight<combineBits>(hn::Add(hn::Add(upper, lower), bias));
-    hn::StoreU(hn::DemoteTo(Bytes(), sum), Bytes(), result + i);
+  const auto combined = [&](int at) HWY_ATTR {
+    const auto upper = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, rows[0] + at), w0),
+                               hn::MulFixedPoint15(hn::LoadU(words, rows[1] + at), w1));
+    const auto lower = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, rows[2] + at), w2),
+                               hn::MulFixedPoint15(hn::LoadU(words, rows[3] + at), w3));
+    return hn::ShiftRight<combineBits>(hn::Add(hn::Add(upper, lower), bias));
+  };
+  for (; i + 2 * lanes <= count; i += 2 * lanes) {
+    const auto low = combined(i), high = combined(i + lanes);
+    hn::StoreU(hn::DemoteTo(Bytes(), low), Bytes(), result + i);
+    hn::StoreU(hn::DemoteTo(Bytes(), high), Bytes(), result + i + lanes);
   }
+  for (; i + lanes <= count; i += lanes) hn::StoreU(hn::DemoteTo(Bytes(), combined(i)), Bytes(), result + i);
 #endif
   for (; i < count; ++i) {
     int sum = weights.bias;
@@ -277,7 +289,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace quillant::RowKernels {
 
-HWY_EXPORT(filterRow);
+HWY_EXPORT(filterRows);
 HWY_EXPORT(combineRows);
 HWY_EXPORT(blend);
 HWY_EXPORT(blendValue);
@@ -286,8 +298,9 @@ HWY_EXPORT(halve);
 HWY_EXPORT(average);
 HWY_EXPORT(weightedSum);
 
-void filterRow(const std::uint8_t* source, const ColumnGroup* groups, int count, std::int16_t* result) {
-  HWY_DYNAMIC_DISPATCH(filterRow)(source, groups, count, result);
+void filterRows(const std::uint8_t* const sources[2], const ColumnGroup* groups, int count,
+                std::int16_t* const results[2]) {
+  HWY_DYNAMIC_DISPATCH(filterRows)(sources, groups, count, results);
 }
 void combineRows(const std::int16_t* const rows[taps], const RowWeights& weights, std::uint8_t* result,
                  int count) {

@@ -6,22 +6,26 @@
 /// instruction set, and a sample does not depend on where a loop begins. Any thread.
 namespace quillant::RowKernels {
 
-/// Outputs of `filterRow` are made in groups of this many; a group reads `groupReach` bytes of its source
-/// row.
-constexpr int groupSize = 8;
+/// Outputs of `filterRows` are made in groups of this many. Each part of a group reads `groupReach` bytes of
+/// its source row.
+constexpr int groupSize = 32;
+constexpr int groupParts = 4;
+constexpr int partSize = groupSize / groupParts;
 constexpr int groupReach = 16;
 constexpr int taps = 4;
 
-/// One of these a group: where its bytes begin, where in them each output's first tap is (in the high byte of
-/// a lane; the low byte is 0x80), and the weights, 1 being 2^14.
+/// One of these a group: the weights (1 being 2^14), where in its part's bytes each output's first tap is (in
+/// the high byte of a lane; the low byte is 0x80), and where the bytes of the parts begin.
 struct ColumnGroup {
-  alignas(16) std::int16_t weights[taps][groupSize];
-  alignas(16) std::uint8_t lanes[2 * groupSize];
-  std::int32_t base;
+  alignas(64) std::int16_t weights[taps][groupSize];
+  alignas(64) std::uint8_t lanes[2 * groupSize];
+  std::int32_t bases[groupParts];
 };
 
-/// Weighs the samples of a row: (sample - 128) * 128, rounded. Writes whole groups, `groupSize` values each.
-void filterRow(const std::uint8_t* source, const ColumnGroup* groups, int count, std::int16_t* result);
+/// Weighs the samples of two rows at once: (sample - 128) * 128, rounded. Writes whole groups, `groupSize`
+/// values each.
+void filterRows(const std::uint8_t* const sources[2], const ColumnGroup* groups, int count,
+                std::int16_t* const results[2]);
 
 /// What makes samples of filtered rows.
 struct RowWeights {

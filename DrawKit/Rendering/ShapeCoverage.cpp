@@ -7,8 +7,9 @@ namespace quillant {
 
 namespace {
 
-/// Of the height of a row in which a corner bends. The width of each is exact.
+/// Of the height of a row in which a corner bends: few where it hardly does. The width of each is exact.
 constexpr int slices = 16;
+constexpr int fewSlices = 4;
 /// What sums of numbers leave is no part of a sample.
 constexpr double nearlyWhole = 1e-6;
 
@@ -42,22 +43,16 @@ ShapeCoverage::ShapeCoverage(const Rect& rect, const std::optional<Image::Rounde
   left = std::max(left, canvas.x), right = std::min(right, canvas.maxX());
   top = std::max(top, canvas.y), bottom = std::min(bottom, canvas.maxY());
   rect_ = {left, top, std::max(0.0, right - left), std::max(0.0, bottom - top)};
+  straightBegin_ = static_cast<int>(std::ceil(mask ? std::max(top, mask_.y + radiusY_) : top));
+  straightEnd_ = static_cast<int>(std::floor(mask ? std::min(bottom, mask_.maxY() - radiusY_) : bottom));
 }
 
-/// How far the corners push the edge in at this height.
-static double inset(const Rect& mask, double radiusX, double radiusY, double y) {
-  const double depth = std::max(mask.y + radiusY - y, y - (mask.maxY() - radiusY));
-  if (!(depth > 0) || !(radiusX > 0)) return 0;
-  const double share = std::min(1.0, depth / radiusY);
-  return radiusX * (1 - std::sqrt(1 - share * share));
-}
-
-double ShapeCoverage::leftEdge(double y) const {
-  return std::max(rect_.x, mask_.x + inset(mask_, radiusX_, radiusY_, y));
-}
-
-double ShapeCoverage::rightEdge(double y) const {
-  return std::min(rect_.maxX(), mask_.maxX() - inset(mask_, radiusX_, radiusY_, y));
+std::pair<double, double> ShapeCoverage::edgesAt(double y) const {
+  const double depth = std::max(mask_.y + radiusY_ - y, y - (mask_.maxY() - radiusY_));
+  if (!(depth > 0) || !(radiusX_ > 0)) return {rect_.x, rect_.maxX()};
+  const double share = std::min(1.0, depth / radiusY_);
+  const double inset = radiusX_ * (1 - std::sqrt(1 - share * share));
+  return {std::max(rect_.x, mask_.x + inset), std::min(rect_.maxX(), mask_.maxX() - inset)};
 }
 
 ShapeCoverage::Row ShapeCoverage::row(int y, int left, int right, std::int16_t* each) const {
@@ -66,10 +61,6 @@ ShapeCoverage::Row ShapeCoverage::row(int y, int left, int right, std::int16_t* 
   const double height = std::min(y + 1.0, canvas_.maxY()) - std::max<double>(y, canvas_.y);
 
   // The extremes of the edges within the row: where both are the same, the row has no bend.
-  const bool rounded = radiusX_ > 0;
-  const auto edgesAt = [&](double at) {
-    return rounded ? std::pair{leftEdge(at), rightEdge(at)} : std::pair{rect_.x, rect_.maxX()};
-  };
   const auto [upperLeft, upperRight] = edgesAt(top);
   const auto [lowerLeft, lowerRight] = edgesAt(bottom);
   // A row that holds all of the shape's height bends out between its ends.
@@ -96,8 +87,8 @@ ShapeCoverage::Row ShapeCoverage::row(int y, int left, int right, std::int16_t* 
     result.fullBegin = result.fullEnd = result.end;
   }
 
-  const bool bends = innerLeft - outerLeft > nearlyWhole || outerRight - innerRight > nearlyWhole;
-  const int parts = bends ? slices : 1;
+  const double bend = std::max(innerLeft - outerLeft, outerRight - innerRight);
+  const int parts = bend > 1 ? slices : bend > nearlyWhole ? fewSlices : 1;
   double edges[slices][2];
   for (int part = 0; part < parts; ++part) {
     const auto [from, to] = edgesAt(top + (bottom - top) * (part + 0.5) / parts);

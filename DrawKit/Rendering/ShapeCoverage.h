@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "Core/Geometry.h"
 #include "DrawKit/Image.h"
@@ -30,15 +31,19 @@ class ShapeCoverage {
   /// Of row `y` from `left` to `right`. Writes the coverage (0 to 32767) of every sample from `begin` to
   /// `fullBegin` and from `fullEnd` to `end` to where it belongs in `each`, which stands for `left`.
   Row row(int y, int left, int right, std::int16_t* each) const;
+  /// Whether row `y` is covered as the row above it is: both are whole and no corner bends in them.
+  bool repeats(int y) const { return y - 1 >= straightBegin_ && y < straightEnd_; }
   std::int16_t opacity() const { return opacity_; }
   const Rect& rect() const { return rect_; }
 
  private:
-  double leftEdge(double y) const;
-  double rightEdge(double y) const;
+  /// Where a line begins and ends.
+  std::pair<double, double> edgesAt(double y) const;
 
-  Rect rect_;  ///< Of what is covered, corners and all.
-  Rect mask_;  ///< With the corners.
+  Rect rect_;              ///< Of what is covered, corners and all.
+  Rect mask_;              ///< With the corners.
+  int straightBegin_ = 0;  ///< Rows between the corners.
+  int straightEnd_ = 0;
   double radiusX_ = 0;
   double radiusY_ = 0;
   Rect canvas_;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "DrawKit/Rendering/SlantedPicture.h"
+
 namespace quillant {
 
 namespace {
@@ -22,16 +24,24 @@ const PreparedPicture& SourceCache::prepared(const Preparation& preparation) {
     (*found)->lastDrawn = frame_;
     return (*found)->picture;
   }
-  std::unique_ptr<Entry> entry;
-  if (spare_.empty()) {
-    entry = std::make_unique<Entry>();
-  } else {
-    entry = std::move(spare_.back());
-    spare_.pop_back();
-  }
+  auto entry = newEntry();
   prepare(preparation, store_, pool_, entry->picture);
   entry->lastDrawn = frame_;
   return entries_.emplace_back(std::move(entry))->picture;
+}
+
+std::unique_ptr<SourceCache::Entry> SourceCache::newEntry() {
+  if (spare_.empty()) return std::make_unique<Entry>();
+  auto entry = std::move(spare_.back());
+  spare_.pop_back();
+  return entry;
+}
+
+const PreparedPicture& SourceCache::slanted(const Image& image, const PreparedPicture* source,
+                                            const PixelRect& area) {
+  auto& entry = slanted_.emplace_back(newEntry());
+  SlantedPicture::draw(image, source, area, store_, pool_, entry->picture);
+  return entry->picture;
 }
 
 void SourceCache::release(std::unique_ptr<Entry> entry) {
@@ -42,6 +52,8 @@ void SourceCache::release(std::unique_ptr<Entry> entry) {
 }
 
 void SourceCache::endFrame() {
+  for (auto& entry : slanted_) release(std::move(entry));
+  slanted_.clear();
   const auto stays = [&](const auto& entry) {
     return entry->lastDrawn == frame_ || !isGone(entry->picture.preparation);
   };
@@ -64,6 +76,7 @@ void SourceCache::endFrame() {
 
 void SourceCache::clear() {
   entries_.clear();
+  slanted_.clear();
   spare_.clear();
   store_.trim();
 }

@@ -18,6 +18,8 @@ class SourceCache {
 
   /// Of the frame that is being drawn; it stays until the end of that frame.
   const PreparedPicture& prepared(const Preparation& preparation);
+  /// The same on the grids of the canvas, for an image whose transform does not keep rectangles. Not kept.
+  const PreparedPicture& slanted(const Image& image, const PreparedPicture* source, const PixelRect& area);
   /// Lets go of what cannot come again, and of what is over the limit, the least recently drawn first.
   void endFrame();
   void clear();
@@ -28,12 +30,14 @@ class SourceCache {
     std::uint64_t lastDrawn = 0;
   };
 
+  std::unique_ptr<Entry> newEntry();
   void release(std::unique_ptr<Entry> entry);
 
   std::size_t mostBytes_;
   BandPool& pool_;
   BlockStore store_;
   std::uint64_t frame_ = 1;
+  std::vector<std::unique_ptr<Entry>> slanted_;
   std::vector<std::unique_ptr<Entry>> entries_;
   std::vector<std::unique_ptr<Entry>> spare_;
 };

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "Core/PixelBuffer.h"
+
+namespace quillant {
+
+/// A frame with memory for its planes.
+struct FrameMemory {
+  FrameMemory() = default;
+  FrameMemory(int width, int height);
+
+  PixelBuffer frame;
+  std::unique_ptr<std::uint8_t[]> bytes;
+};
+
+/// Copies an area on even pixels from one frame to the other.
+void copyArea(const PixelBuffer& from, const PixelBuffer& to, const PixelRect& area);
+
+}  // namespace quillant
