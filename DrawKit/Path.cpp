@@ -1,6 +1,15 @@
 #include "DrawKit/Path.h"
 
+#include <algorithm>
+
 namespace quillant {
+
+namespace {
+
+/// A quarter of a circle as one cubic: at most 0.03 % of the radius off.
+constexpr double kappa = 0.5522847498307936;
+
+}  // namespace
 
 Path& Path::moveTo(Point to) {
   elements.push_back(Move{to});
@@ -38,8 +47,6 @@ Path& Path::rectangle(const Rect& bounds) {
 }
 
 Path& Path::ellipse(const Rect& bounds) {
-  // A quarter of a circle as one cubic: at most 0.03 % of the radius off.
-  constexpr double kappa = 0.5522847498307936;
   const auto [x, y] = bounds.center();
   const double across = bounds.width / 2, down = bounds.height / 2;
   const auto at = [&](double right, double below) { return Point{x + across * right, y + down * below}; };
@@ -48,6 +55,22 @@ Path& Path::ellipse(const Rect& bounds) {
       .curveTo(at(-kappa, 1), at(-1, kappa), at(-1, 0))
       .curveTo(at(-1, -kappa), at(-kappa, -1), at(0, -1))
       .curveTo(at(kappa, -1), at(1, -kappa), at(1, 0))
+      .close();
+}
+
+Path& Path::roundedRectangle(const Rect& bounds, double radius) {
+  const double r = std::clamp(radius, 0.0, std::min(bounds.width, bounds.height) / 2);
+  const double left = bounds.x, top = bounds.y, right = bounds.maxX(), bottom = bounds.maxY();
+  const double far = r * (1 - kappa);
+  return moveTo({left + r, top})
+      .lineTo({right - r, top})
+      .curveTo({right - far, top}, {right, top + far}, {right, top + r})
+      .lineTo({right, bottom - r})
+      .curveTo({right, bottom - far}, {right - far, bottom}, {right - r, bottom})
+      .lineTo({left + r, bottom})
+      .curveTo({left + far, bottom}, {left, bottom - far}, {left, bottom - r})
+      .lineTo({left, top + r})
+      .curveTo({left, top + far}, {left + far, top}, {left + r, top})
       .close();
 }
 

@@ -40,6 +40,8 @@ struct Path {
   Path& polygon(std::span<const Point> corners);
   Path& rectangle(const Rect& bounds);
   Path& ellipse(const Rect& bounds);
+  /// Its corners are circles' quarters, of at most half the shorter side.
+  Path& roundedRectangle(const Rect& bounds, double radius);
 
   Path scaled(double factor) const;
   friend bool operator==(const Path&, const Path&) = default;

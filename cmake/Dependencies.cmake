@@ -19,6 +19,7 @@ quillant_pkg(PULSE libpulse)
 quillant_pkg(CURL libcurl)
 quillant_pkg(SECRET libsecret-1)
 quillant_pkg(CAIRO cairo)
+quillant_pkg(PANGO pangocairo)
 quillant_pkg(PNG libpng)
 
 find_library(YUV_LIBRARY yuv REQUIRED)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Editor/Composition/CaptionRenderer.h"
 #include "Editor/Composition/Layers/BackdropLayer.h"
 #include "Editor/Composition/Layers/VideoLayer.h"
 #include "Editor/Composition/VideoCompositorError.h"
@@ -74,6 +75,9 @@ void FrameComposer::makeComposedImage(const File& file, double outputTime, const
       effect && effect->scale > 1)
     for (Image& image : images_) image = image.transformed(transform(*effect, instruction->renderSize));
   if (settings && *amount > 0) appendCamera();
+
+  if (auto caption = CaptionRenderer::shared().image(edit.captions(), outputTime, instruction->renderSize))
+    images_.push_back(std::move(*caption));
 }
 
 void FrameComposer::prepare(const std::shared_ptr<const VideoBackgroundCompositionInstruction>& instruction) {

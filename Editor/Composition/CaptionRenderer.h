@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstddef>
+#include <list>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "Core/Geometry.h"
+#include "DrawKit/Image.h"
+#include "Editor/Composition/PreparedCaptions.h"
+
+namespace quillant {
+
+/// Draws burned-in captions, once for each word that is picked out, and keeps the last of them. Any thread;
+/// the lock is not held while drawing, so that two threads may draw the same at once, which is harmless.
+class CaptionRenderer {
+ public:
+  /// What every compositor of the process shares.
+  static CaptionRenderer& shared();
+
+  /// The caption that is read at an output time, at its place on a canvas of `renderSize` pixels; none where
+  /// nothing is read, for a canvas without a size, and where the drawing failed.
+  std::optional<Image> image(const PreparedCaptions& captions, double outputTime, const Size& renderSize);
+
+ private:
+  /// A caption as it is read during one of its words.
+  struct Entry {
+    std::string block;  ///< `PreparedCaptions::key`
+    std::optional<std::size_t> word;
+    Size canvas;
+    std::optional<Image> image;
+  };
+  /// At 2160p a caption of two lines takes some 6 MB.
+  static constexpr std::size_t capacity = 8;
+
+  std::mutex lock_;
+  std::list<Entry> entries_;  ///< The one asked for last comes first.
+};
+
+}  // namespace quillant
