@@ -1,7 +1,6 @@
 #include "Editor/Composition/VideoBackgroundCompositionInstruction.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace quillant {
 
@@ -34,17 +33,6 @@ VideoBackgroundCompositionInstruction::requiredPictures(double outputTime) const
     result.facecamTime = *time;
   }
   return result;
-}
-
-PictureOrientation PictureOrientation::of(const Size& stored, const AffineTransform& matrix,
-                                          double pixelAspect) {
-  const double aspect = std::isfinite(pixelAspect) && pixelAspect > 0 ? pixelAspect : 1;
-  const auto sign = [](double value) { return value < 0 ? -1.0 : value > 0 ? 1.0 : 0.0; };
-  AffineTransform turn{sign(matrix.a), sign(matrix.b), sign(matrix.c), sign(matrix.d), 0, 0};
-  if (!turn.keepsRectangles() || turn.determinant() == 0) turn = {};
-  const auto whole = AffineTransform::scale(aspect, 1).then(turn);
-  const Rect bounds = whole.bounds({0, 0, stored.width, stored.height});
-  return {whole.then(AffineTransform::translation(-bounds.x, -bounds.y)), {bounds.width, bounds.height}};
 }
 
 }  // namespace quillant

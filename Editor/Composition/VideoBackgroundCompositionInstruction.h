@@ -25,8 +25,9 @@ struct VideoBackgroundCompositionInstruction {
 
   VideoBackgroundStyling styling;
 
-  /// From the pixels of the track, as they are stored, to the upright picture with its corner at the origin.
-  /// Keeps rectangles. A decoded picture of another size than its track's is stretched to it.
+  /// The track's `MediaTrack::upright` and `displaySize`: from its pixels, as they are stored, to the upright
+  /// picture with its corner at the origin. Keeps rectangles. A decoded picture of another size than its
+  /// track's is stretched to it.
   AffineTransform preferredTransform;
   Size normalizedSize;  ///< The upright picture's.
   AffineTransform facecamPreferredTransform;
@@ -58,16 +59,6 @@ struct VideoBackgroundCompositionInstruction {
     double facecamTime = 0;             ///< On the source's clock too.
   };
   RequiredPictures requiredPictures(double outputTime) const;
-};
-
-/// How a track's pictures come upright.
-struct PictureOrientation {
-  AffineTransform transform;
-  Size size;
-
-  /// `matrix` is the track's, of which only turns and flips count; `pixelAspect` is a pixel's width by its
-  /// height. The upright picture has its corner at the origin and square pixels.
-  static PictureOrientation of(const Size& stored, const AffineTransform& matrix, double pixelAspect = 1);
 };
 
 }  // namespace quillant

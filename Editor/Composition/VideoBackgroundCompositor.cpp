@@ -1,5 +1,6 @@
 #include "Editor/Composition/VideoBackgroundCompositor.h"
 
+#include <cassert>
 #include <cmath>
 #include <new>
 
@@ -20,6 +21,7 @@ void VideoBackgroundCompositor::cancelAllPendingVideoCompositionRequests() {
 }
 
 PixelBufferRef VideoBackgroundCompositor::composeFrame(const Request& request) {
+  assert(renderingQueue_.isCurrent());
   using Kind = VideoCompositorError::Kind;
   try {
     const auto images = composer_.compose(request.instruction, request.time, request.frames);

@@ -20,6 +20,13 @@ Scene framed() {
   return scene;
 }
 
+/// The same where a shadow would only hide what the case is about.
+Scene withoutShadow() {
+  Scene scene = framed();
+  scene.styling.shadowIntensity = 0;
+  return scene;
+}
+
 TimelineZoomRegion zoom(double start, double end, double depth, double focusX, double focusY) {
   return {.span = {start, end}, .depth = depth, .focusX = focusX, .focusY = focusY};
 }
@@ -90,11 +97,11 @@ class Cases {
   }
 
   void sources() {
-    add("cropped", framed(), [](Scene& s) { s.crop = {0.303, 0.111, 0.333, 0.713}; });
-    add("tall", framed(), [](Scene& s) { s.width = 90, s.height = 640; });
-    add("wide", framed(), [](Scene& s) { s.width = 1000, s.height = 40; });
-    add("tiny", framed(), [](Scene& s) { s.width = 10, s.height = 6; });
-    add("wide pixels", framed(), [](Scene& s) { s.width = 480, s.pixelAspect = 4.0 / 3; });
+    add("cropped", withoutShadow(), [](Scene& s) { s.crop = {0.303, 0.111, 0.333, 0.713}; });
+    add("tall", withoutShadow(), [](Scene& s) { s.width = 90, s.height = 640; });
+    add("wide", withoutShadow(), [](Scene& s) { s.width = 1000, s.height = 40; });
+    add("tiny", withoutShadow(), [](Scene& s) { s.width = 10, s.height = 6; });
+    add("wide pixels", withoutShadow(), [](Scene& s) { s.width = 480, s.pixelAspect = 4.0 / 3; });
     const AffineTransform turns[] = {{0, 1, -1, 0, 0, 0}, {-1, 0, 0, -1, 0, 0}, {0, -1, 1, 0, 0, 0},
                                      {-1, 0, 0, 1, 0, 0}, {1, 0, 0, -1, 0, 0},  {0, 1, 1, 0, 0, 0},
                                      {0, -1, -1, 0, 0, 0}};
@@ -105,7 +112,7 @@ class Cases {
                            "flipped",
                            "transposed",
                            "transposed the other way"};
-    for (int i = 0; i < 7; ++i) add(names[i], framed(), [&](Scene& s) { s.matrix = turns[i]; });
+    for (int i = 0; i < 7; ++i) add(names[i], withoutShadow(), [&](Scene& s) { s.matrix = turns[i]; });
 
     using enum PixelFormat;
     using Matrix = ColorEncoding::Matrix;
@@ -128,8 +135,9 @@ class Cases {
 
   void cursors() {
     for (const char* style : {"system.white", "highlight.ring", "spotlight"})
-      add(style, framed(), [&](Scene& s) { s.cursor = CursorOverlaySettings{.size = 3, .styleID = style}; });
-    add("cursor outside the crop", framed(), [](Scene& s) {
+      add(style, withoutShadow(),
+          [&](Scene& s) { s.cursor = CursorOverlaySettings{.size = 3, .styleID = style}; });
+    add("cursor outside the crop", withoutShadow(), [](Scene& s) {
       s.cursor = CursorOverlaySettings{.size = 4};
       s.crop = {0.5, 0.5, 0.5, 0.5};
       s.pointer = {0.1, 0.8};
@@ -138,18 +146,18 @@ class Cases {
 
   void cameras() {
     for (const auto& [anchor, text] : rawTexts<FacecamAnchor>)
-      add("camera " + std::string(text), framed(),
+      add("camera " + std::string(text), withoutShadow(),
           [&, name = std::string(text)](Scene& s) { s.camera = FacecamSettings{.anchor = name}; });
-    add("camera with corners", framed(), [](Scene& s) {
+    add("camera with corners", withoutShadow(), [](Scene& s) {
       s.camera = FacecamSettings{
           .shape = "rounded", .size = 40, .cornerRadius = 12, .borderWidth = 9, .borderColor = "#E05A2B"};
     });
-    add("camera without border", framed(), [](Scene& s) {
+    add("camera without border", withoutShadow(), [](Scene& s) {
       s.camera =
           FacecamSettings{.shape = "rounded", .size = 33, .cornerRadius = 0, .borderWidth = 0, .margin = 0};
     });
     for (const double time : {2.05, 2.2, 3.0})
-      add("camera at " + std::to_string(time).substr(0, 4), framed(), [&](Scene& s) {
+      add("camera at " + std::to_string(time).substr(0, 4), withoutShadow(), [&](Scene& s) {
         s.camera = FacecamSettings{};
         s.clips = growingCamera();
         s.time = time;
@@ -168,13 +176,13 @@ class Cases {
       s.zooms = {zoom(4, 7, 4.5, 0, 0)};
       s.styling.inset.amountRatio = 0.1;
     });
-    add("growing camera out of a zoom", framed(), [&](Scene& s) {
+    add("growing camera out of a zoom", withoutShadow(), [&](Scene& s) {
       all(s);
       s.clips = growingCamera();
       s.zooms = {zoom(0, 9, 2, 0.4, 0.4)};
       s.time = 2.12;
     });
-    add("zoom hands over", framed(), [](Scene& s) {
+    add("zoom hands over", withoutShadow(), [](Scene& s) {
       s.zooms = {zoom(2, 5, 2, 0.2, 0.5), zoom(5, 8, 3, 0.8, 0.5)};
       s.time = 5.2;
     });
@@ -182,7 +190,7 @@ class Cases {
 
   void captions() {
     for (const auto& [style, text] : rawTexts<TimelineCaptionStyle>)
-      add("captions, " + std::string(text), framed(), [&, kind = style](Scene& s) {
+      add("captions, " + std::string(text), withoutShadow(), [&, kind = style](Scene& s) {
         s.captions = quillant::captions(kind);
         s.zooms = {zoom(4, 7, 1.6, 0.5, 0.9)};
         s.time = 4.8;
@@ -207,6 +215,10 @@ std::vector<CompositionCase> compositionCases() {
   cases.zooms();
   cases.captions();
   return std::move(cases).take();
+}
+
+std::shared_ptr<WallpaperImageCache> compositionWallpapers() {
+  return std::make_shared<WallpaperImageCache>(QUILLANT_WALLPAPERS);
 }
 
 }  // namespace quillant

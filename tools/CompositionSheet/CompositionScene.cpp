@@ -4,6 +4,23 @@
 
 namespace quillant {
 
+namespace {
+
+struct Orientation {
+  AffineTransform upright;
+  Size size;
+};
+
+/// As `MediaTrack` tells it: with the upright picture's corner at the origin.
+Orientation orientation(const CompositionScene& scene) {
+  const auto turned = AffineTransform::scale(scene.pixelAspect, 1).then(scene.matrix);
+  const Rect bounds =
+      turned.bounds({0, 0, static_cast<double>(scene.width), static_cast<double>(scene.height)});
+  return {turned.then(AffineTransform::translation(-bounds.x, -bounds.y)), {bounds.width, bounds.height}};
+}
+
+}  // namespace
+
 std::shared_ptr<const VideoBackgroundCompositionInstruction> CompositionScene::instruction() const {
   TimelineEditSnapshot edits;
   edits.zoomRegions = zooms;
@@ -15,9 +32,8 @@ std::shared_ptr<const VideoBackgroundCompositionInstruction> CompositionScene::i
   result.sourceTrackID = sourceTrack;
   if (camera) result.facecamTrackID = cameraTrack;
   result.styling = styling;
-  const auto [transform, size] =
-      PictureOrientation::of({static_cast<double>(width), static_cast<double>(height)}, matrix, pixelAspect);
-  result.preferredTransform = transform;
+  const auto [upright, size] = orientation(*this);
+  result.preferredTransform = upright;
   result.normalizedSize = size;
   result.cropRect = {crop.x * size.width, crop.y * size.height, crop.width * size.width,
                      crop.height * size.height};

@@ -2,13 +2,16 @@
 #include <gtest/gtest.h>
 #include <limits>
 
+#include "DrawKit/PNGImage.h"
 #include "Editor/Composition/FacecamOverlayLayout.h"
 #include "Editor/Composition/GradientPicture.h"
 #include "Editor/Composition/Layers/FacecamLayer.h"
 #include "Editor/Composition/VideoBackgroundStyling.h"
 #include "Editor/Composition/VideoInsetGeometry.h"
 #include "Editor/Composition/VideoPlacement.h"
+#include "Editor/Composition/WallpaperImageCache.h"
 #include "Tests/Support/Pixels.h"
+#include "Tests/Support/TemporaryFolder.h"
 #include "tools/CompositionSheet/CompositionScene.h"
 
 namespace quillant {
@@ -107,28 +110,6 @@ TEST(VideoPlacement, FitsTheCropIntoThePaddedCanvas) {
   }
 }
 
-TEST(PictureOrientation, BringsEveryTurnAndFlipUpright) {
-  // Where the upper left corner of a stored picture of 40 by 30 comes to, and its lower left one.
-  const std::tuple<AffineTransform, Size, Point, Point> cases[] = {
-      {{}, {40, 30}, {0, 0}, {0, 30}},
-      {{0, 1, -1, 0, 30, 0}, {30, 40}, {30, 0}, {0, 0}},
-      {{-1, 0, 0, -1, 40, 30}, {40, 30}, {40, 30}, {40, 0}},
-      {{0, -1, 1, 0, 0, 40}, {30, 40}, {0, 40}, {30, 40}},
-      {{-1, 0, 0, 1, 0, 0}, {40, 30}, {40, 0}, {40, 30}},
-      {{1, 0, 0, -1, 0, 0}, {40, 30}, {0, 30}, {0, 0}},
-      {{0, 1, 1, 0, 0, 0}, {30, 40}, {0, 0}, {30, 0}},
-      {{0, -1, -1, 0, 0, 0}, {30, 40}, {30, 40}, {0, 40}},
-      {{1, 1, -1, 1, 0, 0}, {40, 30}, {0, 0}, {0, 30}}};  // a turn that is none of these is none
-  for (const auto& [matrix, size, upper, lower] : cases) {
-    const auto orientation = PictureOrientation::of({40, 30}, matrix);
-    EXPECT_EQ(orientation.size, size);
-    EXPECT_EQ(orientation.transform.apply({0, 0}), upper);
-    EXPECT_EQ(orientation.transform.apply({0, 30}), lower);
-  }
-  EXPECT_EQ(PictureOrientation::of({40, 30}, {0, 1, -1, 0, 0, 0}, 1.5).size, (Size{30, 60}));
-  EXPECT_EQ(PictureOrientation::of({40, 30}, {}, infinite).size, (Size{40, 30}));
-}
-
 TEST(GradientPicture, RunsAsStyleSheetsHaveIt) {
   using namespace GradientPicture;
   const Rect rect{0, 0, 400, 200};
@@ -191,6 +172,20 @@ TEST(FacecamLayer, ShrinksCornersAndBorderOnTheWay) {
     expectNear(outermost.bounds(), frame, std::to_string(amount));
     EXPECT_NEAR(outermost.mask->radiusX * outermost.toCanvas.a, radius, 1e-9) << amount;
   }
+}
+
+TEST(WallpaperImageCache, ReadsPicturesOfItsFolderOnly) {
+  const TemporaryFolder folder;
+  std::filesystem::create_directory(folder.path() / "inner");
+  const auto picture = PaintedPicture::paint(4, 3, PixelFormat::bgra, {}, PaintedPicture::desktop(4, 3));
+  PNGImage::write(*picture, folder.path() / "outside.png");
+  PNGImage::write(*picture, folder.path() / "inner/sea.png");
+  WallpaperImageCache cache(folder.path() / "inner");
+  ASSERT_NE(cache.image("sea"), nullptr);
+  EXPECT_EQ(pixelsOf(*cache.image("sea")), pixelsOf(*picture));
+  EXPECT_EQ(cache.image("sea"), cache.image("sea")) << "read once";
+  for (const std::string name : {"", "land", "../outside", "sea.png"})
+    EXPECT_EQ(cache.image(name), nullptr) << name;
 }
 
 }  // namespace

@@ -267,13 +267,20 @@ class Coverage {
     return {rect.x + inset, rect.maxX() - inset};
   }
 
+  /// Whether a rectangle inside the mask comes to where its corners are.
+  bool meetsCorner(const Rect& inside) const {
+    const auto& [rect, radiusX, radiusY] = *image_.mask;
+    return (inside.x < rect.x + radiusX || inside.maxX() > rect.maxX() - radiusX) &&
+           (inside.y < rect.y + radiusY || inside.maxY() > rect.maxY() - radiusY);
+  }
+
   /// `square` has become a rectangle of the source: of each of many lines, the exact share.
   double exact(const Rect& square) const {
     Rect inside = intersection(square, image_.crop);
     if (image_.mask) inside = intersection(inside, image_.mask->rect);
     if (!(inside.width > 0 && inside.height > 0)) return 0;
     double width = inside.width;
-    if (image_.mask && image_.mask->radiusX > 0) {
+    if (image_.mask && meetsCorner(inside)) {
       constexpr int lines = 256;
       width = 0;
       for (int i = 0; i < lines; ++i) {
