@@ -35,6 +35,8 @@ struct CursorOverlaySettings {
   CursorIdleBehavior idleBehavior = CursorIdleBehavior::alwaysVisible;
   CursorMotionEffect motionEffect = CursorMotionEffect::none;
 
+  /// No cursor is drawn.
+  static CursorOverlaySettings hidden() { return {.isVisible = false}; }
   /// These settings with every number in its range and a style that exists.
   CursorOverlaySettings clamped() const;
   friend bool operator==(const CursorOverlaySettings&, const CursorOverlaySettings&) = default;

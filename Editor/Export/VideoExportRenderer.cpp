@@ -1,0 +1,226 @@
+#include "Editor/Export/VideoExportRenderer.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <system_error>
+#include <thread>
+
+#include "Editor/Export/FrameChain.h"
+#include "Editor/Export/ParallelSegments.h"
+#include "Editor/Export/VideoExportRendererError.h"
+#include "Editor/Export/VideoExportSizing.h"
+#include "MediaKit/Composing/SoundMix.h"
+#include "MediaKit/Exporting/MovieFileWriter.h"
+#include "MediaKit/Exporting/SegmentEncoder.h"
+#include "MediaKit/Exporting/StreamCopy.h"
+#include "MediaKit/Reading/AssetProbe.h"
+
+namespace quillant::VideoExportRenderer {
+
+namespace {
+
+using Kind = VideoExportRendererError::Kind;
+
+/// Frames are asked for this much behind their exact times, in seconds: at a seam whose time is a sum of
+/// differences, a frame never falls a rounding short of it and shows what was cut.
+constexpr double seamNudge = 1e-6;
+/// How long a stretch is that is encoded apart from the others. Each begins with a keyframe.
+constexpr double segmentDuration = 4;
+
+/// The frames of a video, in stretches at places that depend on nothing but the video.
+struct FrameGrid {
+  FrameGrid(double duration, MediaTime shown)
+      : frameDuration(shown),
+        count(std::max<std::int64_t>(
+            1, static_cast<std::int64_t>(std::ceil(duration / shown.seconds() - 1e-6)))),
+        segmentFrames(std::max<std::int64_t>(1, std::llround(segmentDuration / shown.seconds()))),
+        // A stretch of less than half the length belongs to the one before it.
+        segments(std::max<std::int64_t>(1, (count + segmentFrames / 2) / segmentFrames)) {}
+
+  double time(std::int64_t frame) const { return static_cast<double>(frame) * frameDuration.seconds(); }
+  std::int64_t ticks(std::int64_t frame) const {
+    return MediaTime{frame * frameDuration.value, frameDuration.timescale}
+        .converted(H264Encoder::timescale)
+        .value;
+  }
+  std::int64_t first(std::int64_t segment) const { return segment * segmentFrames; }
+  std::int64_t end(std::int64_t segment) const {
+    return segment + 1 == segments ? count : first(segment + 1);
+  }
+
+  MediaTime frameDuration;
+  std::int64_t count;
+  std::int64_t segmentFrames;
+  std::int64_t segments;
+};
+
+void throwIfCancelled(const VideoExportCancellationToken& cancellation) {
+  if (cancellation.isCancelled()) throw VideoExportRendererError(Kind::exportCancelled);
+}
+
+MediaContainer container(VideoExportFormat format) {
+  if (format == VideoExportFormat::gif) throw VideoExportRendererError(Kind::unsupportedFormat);
+  return format == VideoExportFormat::mp4 ? MediaContainer::mp4 : MediaContainer::quickTime;
+}
+
+void refuseSourceAsTarget(const RenderContext& context, const std::filesystem::path& target) {
+  std::error_code failed;
+  for (const auto& track : context.built.videoTracks)
+    if (std::filesystem::equivalent(track.file, target, failed))
+      throw VideoExportRendererError(
+          Kind::exportFailed, "The export would replace the recording itself. Choose another name for it.");
+}
+
+VideoInputSettings encoderSettings(const RenderContext& context, const VideoExportOptions& options) {
+  return {.width = static_cast<int>(context.outputSize.width),
+          .height = static_cast<int>(context.outputSize.height),
+          .expectedFrameRate = static_cast<int>(std::lround(1 / context.frameDuration.seconds())),
+          .color = ColorTagging::p3D65Rec709,
+          .file = FileEncoding{
+              .quality = VideoExportSizing::rateFactor(options.quality),
+              .maximumBitRate = VideoExportSizing::averageBitRate(options.quality, context.outputSize)}};
+}
+
+/// Writes sound up to an output time.
+class SoundPump {
+ public:
+  SoundPump(const MediaComposition& composition, MovieFileWriter& writer)
+      : mix_(composition.sound, composition.duration, {settings.sampleRate, settings.channels}),
+        writer_(writer),
+        buffer_(static_cast<std::size_t>(4096 * settings.channels)) {}
+
+  static constexpr MovieSoundSettings settings{};
+
+  void writeUntil(double time) {
+    const auto target = std::min(static_cast<std::int64_t>(time * settings.sampleRate), mix_.frameCount());
+    while (writer_.soundFrames() < target) {
+      const auto count = std::min<std::int64_t>(target - writer_.soundFrames(), 4096);
+      const auto samples = std::span(buffer_).first(static_cast<std::size_t>(count * settings.channels));
+      mix_.read(samples);
+      writer_.writeSound(samples);
+    }
+  }
+
+ private:
+  SoundMix mix_;
+  MovieFileWriter& writer_;
+  std::vector<float> buffer_;
+};
+
+void exportReEncode(const RenderContext& context, const std::filesystem::path& target,
+                    const VideoExportOptions& options, const VideoExportCancellationToken& cancellation,
+                    const ProgressHandler& progress, const Environment& environment) {
+  const auto settings = encoderSettings(context, options);
+  const FrameGrid grid(context.duration, context.frameDuration);
+  const bool hasSound = !context.built.sound.sound.empty();
+  MovieFileWriter writer(target, container(options.format), settings,
+                         SegmentEncoder(settings).configuration(),
+                         hasSound ? std::optional(SoundPump::settings) : std::nullopt);
+  std::optional<SoundPump> sound;
+  if (hasSound) sound.emplace(context.built.sound, writer);
+
+  std::atomic<std::int64_t> composed = 0;
+  const auto makeWorker = [&]() -> ParallelSegments::Worker {
+    auto chain = std::make_shared<FrameChain>(context.built.instruction, context.built.videoTracks,
+                                              FrameChain::Options{.wallpapers = environment.wallpapers});
+    return [&, chain](std::size_t segment,
+                      const std::function<bool()>& isStopped) -> std::optional<ParallelSegments::Packets> {
+      SegmentEncoder encoder(settings);
+      ParallelSegments::Packets packets;
+      const auto number = static_cast<std::int64_t>(segment);
+      for (auto frame = grid.first(number); frame < grid.end(number); ++frame) {
+        if (isStopped()) return std::nullopt;
+        const auto picture = chain->frame(std::min(grid.time(frame) + seamNudge, context.duration));
+        packets.push_back(
+            encoder.encode(*picture, grid.ticks(frame), grid.ticks(frame + 1) - grid.ticks(frame)));
+        ++composed;
+      }
+      return packets;
+    };
+  };
+
+  double reported = 0;
+  const auto meanwhile = [&] {
+    throwIfCancelled(cancellation);
+    const double done = static_cast<double>(composed) / static_cast<double>(grid.count);
+    if (done > reported) progress(reported = std::min(done, 1.0));
+  };
+  const int threads = environment.threads > 0
+                          ? environment.threads
+                          : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+  ParallelSegments segments(static_cast<std::size_t>(grid.segments), threads, makeWorker);
+  while (const auto packets = segments.next(meanwhile)) {
+    meanwhile();
+    for (const auto& packet : *packets) {
+      if (sound) sound->writeUntil(static_cast<double>(packet.time) / H264Encoder::timescale);
+      writer.writePicture(packet);
+    }
+  }
+  if (sound) sound->writeUntil(context.built.sound.duration);
+  throwIfCancelled(cancellation);
+  writer.finish();
+}
+
+}  // namespace
+
+RenderContext makeRenderContext(const std::filesystem::path& source, const VideoExportOptions& options,
+                                const TimelineEditSnapshot& edits, const CaptionRenderPlan& captions) {
+  const auto asset = AssetProbe::probe(source);
+  const auto videos = asset.tracksOfKind(MediaTrack::Kind::video);
+  if (videos.empty()) throw VideoExportRendererError(Kind::missingVideoTrack);
+  const double sourceDuration =
+      VideoExportSizing::exportSourceDuration(asset.duration.seconds(), videos.front().duration.seconds());
+  if (sourceDuration == 0) throw VideoExportRendererError(Kind::exportFailed, "The recording can't be read.");
+
+  RenderContext context{
+      .source = source,
+      .built = MultiSourceComposition::make(source, sourceDuration, edits, options, captions,
+                                            options.format == VideoExportFormat::gif
+                                                ? MultiSourceComposition::Sound::leftOut
+                                                : MultiSourceComposition::Sound::included,
+                                            MultiSourceComposition::Voices::required)};
+  const auto& built = context.built;
+  if (!(built.outputDuration > 0)) throw VideoExportRendererError(Kind::emptyTimeline);
+  context.duration = built.outputDuration;
+  context.outputSize = built.renderSize;
+  context.frameDuration = VideoExportSizing::frameDuration(options.frameRate, built.sourceRate);
+
+  const auto& styling = options.styling;
+  const bool isPlain = std::holds_alternative<TransparentBackground>(styling.background) &&
+                       styling.paddingRatio == 0 && styling.borderRadiusRatio == 0 &&
+                       styling.shadowIntensity == 0 && styling.backgroundBlurRatio == 0 &&
+                       !(styling.inset.amountRatio > 0);
+  const auto sourceShown = VideoExportSizing::frameDuration(VideoExportFrameRate::source, built.sourceRate);
+  context.isIdentity =
+      options.format == VideoExportFormat::mp4 && isPlain &&
+      (!options.cropSelection || options.cropSelection->isPassthrough()) &&
+      options.cursorOverlay == CursorOverlaySettings::hidden() && !options.cursorTelemetry &&
+      !options.facecamVideo && !edits.hasEdits() && captions.blocks.empty() &&
+      (built.sourceRate == 0 || std::abs(context.frameDuration.seconds() - sourceShown.seconds()) < 0.001) &&
+      std::abs(context.outputSize.width - built.sourceSize.width) < 1 &&
+      std::abs(context.outputSize.height - built.sourceSize.height) < 1;
+  return context;
+}
+
+VideoExportResult exportMovie(const RenderContext& context, const std::filesystem::path& target,
+                              const VideoExportOptions& options,
+                              const VideoExportCancellationToken& cancellation,
+                              const ProgressHandler& progress, const Environment& environment) {
+  refuseSourceAsTarget(context, target);
+  throwIfCancelled(cancellation);
+  if (context.isIdentity) {
+    const bool isCopied =
+        StreamCopy::copy(context.source, target, container(options.format), [&](double done) {
+          progress(done);
+          return !cancellation.isCancelled();
+        });
+    if (!isCopied) throw VideoExportRendererError(Kind::exportCancelled);
+  } else {
+    exportReEncode(context, target, options, cancellation, progress, environment);
+  }
+  progress(1);
+  return {.didPassthrough = context.isIdentity, .outputSize = context.outputSize};
+}
+
+}  // namespace quillant::VideoExportRenderer
