@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "Core/AtomicFile.h"
 #include "Core/FileDescriptor.h"
@@ -75,9 +77,39 @@ struct MediaInput::View {
 namespace {
 
 constexpr int bufferSize = 64 * 1024;
+/// Frames that are further apart, in seconds, stand still.
+constexpr double longestGridInterval = 0.15;
+/// What cameras, screens and editors use.
+constexpr double usualRates[] = {24, 25, 30, 50, 60, 15, 20, 12, 10, 48, 90, 120, 144, 240};
 
 bool hasIndex(const AVFormatContext& context) {
   return std::string_view(context.iformat->name).find("mov") != std::string_view::npos;
+}
+
+/// The rate that the moving stretches of a video keep. A screen that mostly stands still has few frames, and
+/// is no video of three a second.
+double gridRate(const AVStream& stream) {
+  const double average =
+      stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0 ? av_q2d(stream.avg_frame_rate) : 0;
+  std::vector<std::int64_t> intervals;
+  const int count = avformat_index_get_entries_count(&stream);
+  for (int i = 1; i < count; ++i) {
+    const auto* before = avformat_index_get_entry(const_cast<AVStream*>(&stream), i - 1);
+    const auto* entry = avformat_index_get_entry(const_cast<AVStream*>(&stream), i);
+    const auto interval = before && entry ? entry->timestamp - before->timestamp : 0;
+    if (interval > 0 && static_cast<double>(interval) * av_q2d(stream.time_base) < longestGridInterval)
+      intervals.push_back(interval);
+  }
+  double rate = average;
+  // An index of keyframes only says nothing of the frames between.
+  if (!intervals.empty() && static_cast<std::int64_t>(count) >= stream.nb_frames) {
+    const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
+    std::ranges::nth_element(intervals, middle);
+    rate = std::max(average, 1 / (static_cast<double>(*middle) * av_q2d(stream.time_base)));
+  }
+  for (const double usual : usualRates)
+    if (std::abs(rate - usual) < usual * 0.03) return usual;
+  return rate;
 }
 
 }  // namespace
@@ -173,8 +205,7 @@ MediaTrack MediaInput::describe(const AVStream& stream) {
   const auto bounds = turned.bounds({0, 0, track.naturalSize.width, track.naturalSize.height});
   track.upright = turned.then(AffineTransform::translation(-bounds.x, -bounds.y));
   track.displaySize = {bounds.width, bounds.height};
-  if (stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0)
-    track.nominalFrameRate = av_q2d(stream.avg_frame_rate);
+  track.nominalFrameRate = gridRate(stream);
   return track;
 }
 

@@ -16,7 +16,8 @@ struct MediaTrack {
   AffineTransform upright;  ///< Video: from stored pixels to the picture as it is seen, which begins at the
                             ///< origin: pixel aspect, rotation by quarters, mirroring.
   Size displaySize;         ///< Video: of the upright picture.
-  double nominalFrameRate = 0;  ///< Video: frames a second on average; 0 if the file does not tell.
+  double nominalFrameRate = 0;  ///< Video: of the grid on which the frames lie, which a video of variable
+                                ///< rate keeps while something moves; 0 if the file does not tell.
   int channels = 0;             ///< Audio.
   int sampleRate = 0;           ///< Audio: samples a second.
   friend bool operator==(const MediaTrack&, const MediaTrack&) = default;
