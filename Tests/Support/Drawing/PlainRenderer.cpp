@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <numeric>
 #include <optional>
 #include <utility>
 
@@ -315,33 +316,26 @@ class Coverage {
   std::optional<Rect> canvas_;
 };
 
-/// A part of an unbounded plane.
-struct Grid {
-  int left = 0;
-  int top = 0;
-  Plane value;
-  Plane alpha;
+/// Samples on either side that a Gaussian needs; beyond lies a billionth of it.
+int reach(double sigma) {
+  return sigma > 0 ? static_cast<int>(std::ceil(6 * sigma)) : 0;
+}
 
-  Grid(int left_, int top_, int width, int height) : left(left_), top(top_) {
-    value = alpha = {width, height, std::vector<double>(static_cast<std::size_t>(width) * height)};
-  }
-};
-
+/// Blurs along one axis, along which the result is smaller by the reach on either side.
 Plane blurred(const Plane& plane, double sigma, bool across) {
   if (!(sigma > 0)) return plane;
-  const int reach = static_cast<int>(std::ceil(6 * sigma));
   std::vector<double> weights;
-  double total = 0;
-  for (int i = -reach; i <= reach; ++i) total += weights.emplace_back(std::exp(-i * i / (2 * sigma * sigma)));
-  Plane result{plane.width, plane.height, std::vector<double>(plane.values.size())};
-  for (int y = 0; y < plane.height; ++y)
-    for (int x = 0; x < plane.width; ++x)
-      for (int i = -reach; i <= reach; ++i) {
-        // The grid was made large enough: what lies outside of it is nothing, or is not looked at.
-        const int fromX = across ? x + i : x, fromY = across ? y : y + i;
-        if (fromX < 0 || fromX >= plane.width || fromY < 0 || fromY >= plane.height) continue;
-        result.at(x, y) += plane.at(fromX, fromY) * weights[i + reach] / total;
-      }
+  for (int i = -reach(sigma); i <= reach(sigma); ++i)
+    weights.push_back(std::exp(-i * i / (2 * sigma * sigma)));
+  const double total = std::accumulate(weights.begin(), weights.end(), 0.0);
+  const int lost = 2 * reach(sigma);
+  Plane result{across ? plane.width - lost : plane.width, across ? plane.height : plane.height - lost, {}};
+  for (int y = 0; y < result.height; ++y)
+    for (int x = 0; x < result.width; ++x) {
+      double sum = 0;
+      for (int i = 0; i <= lost; ++i) sum += weights[i] * (across ? plane.at(x + i, y) : plane.at(x, y + i));
+      result.values.push_back(sum / total);
+    }
   return result;
 }
 
@@ -358,30 +352,22 @@ void draw(const Image& image, int index, Plane& below, const Rect& canvas) {
   const Coverage onCanvas(image, toPlane, canvas), anywhere(image, toPlane, std::nullopt);
 
   // Beyond the canvas lies what a blur brings in.
-  const int reachX = isBlurred ? static_cast<int>(std::ceil(6 * blurX)) : 0;
-  const int reachY = isBlurred ? static_cast<int>(std::ceil(6 * blurY)) : 0;
-  Grid grid(-reachX, -reachY, below.width + 2 * reachX, below.height + 2 * reachY);
-  for (int y = 0; y < grid.value.height; ++y)
-    for (int x = 0; x < grid.value.width; ++x) {
-      const int placeX = x + grid.left, placeY = y + grid.top;
-      const double covered = goesOn      ? 1
-                             : isBlurred ? anywhere.of(placeX, placeY, chroma)
-                                         : onCanvas.of(placeX, placeY, chroma);
-      if (covered == 0) continue;
-      const auto [value, alpha] = content.at(placeX, placeY);
-      grid.value.at(x, y) = value * covered;
-      grid.alpha.at(x, y) = alpha * covered;
+  const int left = -reach(blurX), top = -reach(blurY);
+  Plane value{below.width - 2 * left, below.height - 2 * top, {}}, alpha = value;
+  for (int y = top; y < below.height - top; ++y)
+    for (int x = left; x < below.width - left; ++x) {
+      const double covered = goesOn ? 1 : (isBlurred ? anywhere : onCanvas).of(x, y, chroma);
+      const auto [sample, opaque] = covered > 0 ? content.at(x, y) : std::pair(0.0, 0.0);
+      value.values.push_back(sample * covered);
+      alpha.values.push_back(opaque * covered);
     }
-  if (isBlurred)
-    for (Plane* plane : {&grid.value, &grid.alpha})
-      *plane = blurred(blurred(*plane, blurX, true), blurY, false);
+  value = blurred(blurred(value, blurX, true), blurY, false);
+  alpha = blurred(blurred(alpha, blurX, true), blurY, false);
 
   for (int y = 0; y < below.height; ++y)
     for (int x = 0; x < below.width; ++x) {
       const double shown = image.opacity * (goesOn ? onCanvas.of(x, y, chroma) : 1);
-      double& result = below.at(x, y);
-      result = grid.value.at(x - grid.left, y - grid.top) * shown +
-               (1 - grid.alpha.at(x - grid.left, y - grid.top) * shown) * result;
+      below.at(x, y) = value.at(x, y) * shown + (1 - alpha.at(x, y) * shown) * below.at(x, y);
     }
 }
 
