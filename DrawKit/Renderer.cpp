@@ -19,7 +19,7 @@ namespace {
 
 /// Rows that one thread draws at once: its part of the frame stays in the cache while layer after layer is
 /// drawn, and little is filtered twice.
-constexpr int bandHeight = 64;
+constexpr int bandHeight = 96;
 
 }  // namespace
 
