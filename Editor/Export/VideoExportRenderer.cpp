@@ -6,11 +6,13 @@
 #include <system_error>
 #include <thread>
 
+#include "Core/AtomicFile.h"
 #include "Editor/Export/FrameChain.h"
 #include "Editor/Export/ParallelSegments.h"
 #include "Editor/Export/VideoExportRendererError.h"
 #include "Editor/Export/VideoExportSizing.h"
 #include "MediaKit/Composing/SoundMix.h"
+#include "MediaKit/Exporting/GIFFileWriter.h"
 #include "MediaKit/Exporting/MovieFileWriter.h"
 #include "MediaKit/Exporting/SegmentEncoder.h"
 #include "MediaKit/Exporting/StreamCopy.h"
@@ -27,6 +29,8 @@ using Kind = VideoExportRendererError::Kind;
 constexpr double seamNudge = 1e-6;
 /// How long a stretch is that is encoded apart from the others. Each begins with a keyframe.
 constexpr double segmentDuration = 4;
+/// Frames a second of a GIF that follows its source, whatever that has.
+constexpr int gifRate = 15;
 
 /// The frames of a video, in stretches at places that depend on nothing but the video.
 struct FrameGrid {
@@ -221,6 +225,46 @@ VideoExportResult exportMovie(const RenderContext& context, const std::filesyste
   }
   progress(1);
   return {.didPassthrough = context.isIdentity, .outputSize = context.outputSize};
+}
+
+VideoExportResult exportGIF(const RenderContext& context, const std::filesystem::path& target,
+                            const VideoExportOptions& options,
+                            const VideoExportCancellationToken& cancellation, const ProgressHandler& progress,
+                            const Environment& environment) {
+  if (options.format != VideoExportFormat::gif) throw VideoExportRendererError(Kind::unsupportedFormat);
+  refuseSourceAsTarget(context, target);
+  const int rate = framesPerSecond(options.frameRate).value_or(gifRate);
+  const auto count = std::max<std::int64_t>(1, static_cast<std::int64_t>(context.duration * rate));
+  // Delays are whole hundredths: rounding times, not delays, they add up.
+  const auto hundredths = [&](std::int64_t frame) { return (frame * 100 + rate / 2) / rate; };
+  std::optional<GIFFileWriter> writer;
+  try {
+    writer.emplace(target, static_cast<int>(context.outputSize.width),
+                   static_cast<int>(context.outputSize.height),
+                   options.gifLoops ? GIFFileWriter::Playing::forEver : GIFFileWriter::Playing::once);
+  } catch (const FileError&) {
+    throw VideoExportRendererError(Kind::gifDestinationUnavailable);
+  }
+  FrameChain chain(context.built.instruction, context.built.videoTracks,
+                   {.decodingThreads = 2,
+                    .composingThreads = environment.threads,
+                    .findsChanges = false,
+                    .wallpapers = environment.wallpapers});
+  for (std::int64_t frame = 0; frame < count; ++frame) {
+    throwIfCancelled(cancellation);
+    const double time = static_cast<double>(frame) / rate + seamNudge;
+    PixelBufferRef picture;
+    try {
+      picture = chain.frame(std::min(time, std::max(context.duration - 0.001, 0.0)));
+    } catch (const Error&) {
+      throw VideoExportRendererError(Kind::gifFrameGenerationFailed);
+    }
+    writer->write(*picture, hundredths(frame));
+    progress(std::clamp(static_cast<double>(frame + 1) / static_cast<double>(count), 0.02, 0.99));
+  }
+  writer->finish(hundredths(count));
+  progress(1);
+  return {.didPassthrough = false, .outputSize = context.outputSize};
 }
 
 }  // namespace quillant::VideoExportRenderer

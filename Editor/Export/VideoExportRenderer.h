@@ -51,5 +51,11 @@ VideoExportResult exportMovie(const RenderContext& context, const std::filesyste
                               const VideoExportCancellationToken& cancellation,
                               const ProgressHandler& progress, const Environment& environment = {});
 
+/// The same for a GIF, of the size that the options ask for, without sound.
+VideoExportResult exportGIF(const RenderContext& context, const std::filesystem::path& target,
+                            const VideoExportOptions& options,
+                            const VideoExportCancellationToken& cancellation, const ProgressHandler& progress,
+                            const Environment& environment = {});
+
 }  // namespace VideoExportRenderer
 }  // namespace quillant

@@ -128,6 +128,28 @@ TEST(VideoExport, GivesTheSameBytesOnAnyNumberOfThreads) {
   }
 }
 
+TEST(VideoExport, MakesGIFsWhoseDelaysAddUp) {
+  const TemporaryFolder folder;
+  const auto source = folder / "recording.mp4";
+  TestRecording{.frames = 120}.write(source);
+  VideoExportOptions options;
+  options.format = VideoExportFormat::gif;
+  options.gifSize = VideoExportGIFSize::original;
+  options.frameRate = VideoExportFrameRate::source;
+  for (const bool loops : {true, false}) {
+    options.gifLoops = loops;
+    const auto context = VideoExportRenderer::makeRenderContext(source, options, playing({clip(1, 3)}));
+    VideoExportRenderer::exportGIF(context, folder / "a.gif", options, {}, [](double) {});
+    const auto bytes = AtomicFile::read(folder / "a.gif");
+    EXPECT_EQ(bytes.find("NETSCAPE2.0") != std::string::npos, loops);
+    const auto media = DecodedMedia::decode(folder / "a.gif", DecodedMedia::Keep::pictures);
+    ASSERT_EQ(media.frames.size(), 30u) << "15 a second";
+    for (std::size_t i = 0; i < 30; ++i)
+      EXPECT_NEAR(media.frames[i].time.seconds(), double(i) / 15, 0.0051) << "without drift";
+    EXPECT_NEAR(media.duration.seconds(), 2, 0.0051);
+  }
+}
+
 TEST(VideoExport, CopiesWhatNothingChanges) {
   const TemporaryFolder folder;
   const auto source = folder / "recording.mp4";
