@@ -15,6 +15,14 @@ endif()
 
 add_library(quillant_options INTERFACE)
 target_link_libraries(quillant_options INTERFACE quillant_warnings)
+# A fault in what reads foreign files ends the program, before it can become anything worse.
+target_compile_options(quillant_options INTERFACE -fPIE -fstack-protector-strong -fstack-clash-protection)
+target_compile_definitions(quillant_options INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+target_link_options(quillant_options INTERFACE
+  $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie> -Wl,-z,relro,-z,now)
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
+  target_compile_options(quillant_options INTERFACE -fcf-protection)
+endif()
 if(QUILLANT_SANITIZE)
   target_compile_options(quillant_options INTERFACE
     -fsanitize=${QUILLANT_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
@@ -23,6 +31,9 @@ if(QUILLANT_SANITIZE)
     # Asio fences what its mutexes order already; the sanitizer knows the mutexes.
     target_compile_options(quillant_options INTERFACE -Wno-tsan)
   endif()
+endif()
+if(NOT QUILLANT_SANITIZE) # the sanitizers watch the functions that this would replace
+  target_compile_options(quillant_options INTERFACE "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
 endif()
 if(QUILLANT_FUZZ)
   target_compile_options(quillant_options INTERFACE -fsanitize=fuzzer-no-link)
