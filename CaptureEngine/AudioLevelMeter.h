@@ -6,7 +6,7 @@
 
 namespace quillant {
 
-/// Remembers how loud a microphone was, so that a silent recording can be told. Safe on any thread.
+/// Remembers how loud a microphone was, so that a silent recording can be detected. Safe on any thread.
 class AudioLevelMeter {
  public:
   struct Reading {

@@ -91,7 +91,7 @@ bool CameraSessionBroker::isLost() {
 }
 
 void CameraSessionBroker::recover() {
-  if (edge_.count == 0) return;  // it failed while its last user let go
+  if (edge_.count == 0) return;  // it failed while its last user released it
   if (recoveryAttempts_ == mostRecoveries) {
     isLost_ = true;
     return;

@@ -37,9 +37,9 @@ class CameraSessionBroker {
   void disconnectPreview(CameraPreviewLayer& layer);
   /// A second release of a token does nothing.
   void release(const Token& token);
-  /// Nothing: the machine's default. A camera in use is replaced at once if it is another one.
+  /// No id: the default camera. A camera in use is replaced at once if it is another one.
   void setPreferredCamera(std::optional<std::string> id);
-  /// Whether the camera failed under its users, and could not be brought back.
+  /// Whether the camera failed while it was in use and could not be restarted.
   bool isLost();
 
  private:

@@ -43,9 +43,9 @@ class CameraSessionControlling {
   virtual void setSink(Sink sink) = 0;
   /// Called when the running camera fails. Set once, before the first start.
   virtual void setOnRuntimeError(std::function<void()> onRuntimeError) = 0;
-  /// Nothing: the machine's default. Counts from the next `ensureInput`.
+  /// No id: the default camera. Takes effect at the next `ensureInput`.
   virtual void setPreferredDevice(std::optional<std::string> id) = 0;
-  /// A layer is disconnected before it dies.
+  /// A layer is disconnected before it is destroyed.
   virtual void connectPreview(CameraPreviewLayer& layer) = 0;
   virtual void disconnectPreview(CameraPreviewLayer& layer) = 0;
 };

@@ -2,7 +2,7 @@
 
 namespace quillant {
 
-/// How a recording's clicks were caught, for the log and for support.
+/// How a recording's clicks were detected, for the log and for support.
 struct ClickDiagnostics {
   bool fromSystemEvents = false;  ///< False: the buttons were polled.
   int shortClicks = 0;            ///< Clicks shorter than the gap between two samples.

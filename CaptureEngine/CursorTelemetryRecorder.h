@@ -15,9 +15,8 @@ namespace quillant {
 /// zooms. Nothing here can fail a recording.
 ///
 /// The track belongs to the recorder's queue, on which the pointer is read and the clicks are started and
-/// stopped, too. `start`,
-/// `stop`, `payload` and `clickDiagnostics` are called by the one owner, off that queue. Used once: started,
-/// stopped, read.
+/// stopped, too. `start`, `stop`, `payload` and `clickDiagnostics` are called by the one owner, off that
+/// queue. Used once: started, stopped, read.
 class CursorTelemetryRecorder {
  public:
   using Snapshot = CursorTrack::Snapshot;

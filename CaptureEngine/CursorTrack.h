@@ -37,7 +37,7 @@ class CursorTrack {
 
   explicit CursorTrack(Configuration configuration);
 
-  /// From now on clicks are told by `handleClickEvent` (true) or read off the buttons (false).
+  /// From now on clicks come from `handleClickEvent` (true) or from polling the buttons (false).
   void setClicksFromEvents(bool fromEvents) { clicksFromEvents_ = fromEvents; }
 
   /// Takes a sample.

@@ -13,7 +13,7 @@
 namespace quillant {
 
 /// A session's recorder of the shared camera: its frames, in a file of their own. A camera that goes away, or
-/// comes back with another size of picture, leaves the last picture standing.
+/// comes back with another size of picture, leaves the last picture frozen.
 class FacecamCapture : public FacecamCapturing {
  public:
   /// Opens the camera and creates the file. Throws `FacecamError` or `WriterError`.

@@ -77,7 +77,7 @@ bool FragmentedMP4Writer::appendNow(const PixelBufferRef& pixelBuffer, MediaTime
 }
 
 void FragmentedMP4Writer::repeat(const PixelBufferRef& pixelBuffer, MediaTime adjusted) {
-  // A repeat that finds no room is left out; it does not count as a frame that was dropped.
+  // A repeat for which the queue has no space is skipped and does not count as a dropped frame.
   if (writer_.isReady(videoInput_)) isBehind_ = !appendNow(pixelBuffer, adjusted);
 }
 

@@ -23,7 +23,7 @@ class PauseClock {
   /// `time` without the closed pauses before it. Nothing while paused, nor for a time inside the latest
   /// pause: a sample that was taken then is dropped, however late it comes.
   std::optional<MediaTime> adjust(MediaTime time) const;
-  /// Tells that a pause has been closed, and when: on the thread that closed it.
+  /// Called with the end of a pause when it is closed, on the thread that closed it.
   Signal<MediaTime>& resumed() { return resumed_; }
 
   /// How long the recording has been paused in all, a pause that is still open at `now` included.

@@ -9,7 +9,7 @@
 
 namespace quillant {
 
-/// A recording whose session did not end.
+/// A recording whose session did not end normally.
 struct RecoverableRecording {
   struct Playable {
     double duration;  ///< Seconds.

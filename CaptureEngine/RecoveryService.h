@@ -16,7 +16,7 @@ struct RecoveryService {
   /// Newest first; a directory that cannot be listed has none. Only reads. Off the main thread.
   Task<std::vector<RecoverableRecording>> sweep() const;
 
-  // Deletions that fail are passed over.
+  // Failed deletions are ignored.
   void keep(const RecoverableRecording& recording) const;  ///< Removes the marker; the files stay.
   static void removeMarker(const std::filesystem::path& screenVideo);
   /// Removes every file of the recording, and what was kept of its replaced sources.

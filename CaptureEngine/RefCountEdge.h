@@ -2,12 +2,12 @@
 
 namespace quillant {
 
-/// Counts the users of something shared, and tells the last who goes.
+/// A reference count that reports when it drops to zero.
 struct RefCountEdge {
   int count = 0;
 
   void add() { ++count; }
-  /// True if there is nobody any more; a count of 0 stays.
+  /// True if the count is 0 now; a count of 0 stays 0.
   bool remove() { return count > 0 && --count == 0; }
 };
 

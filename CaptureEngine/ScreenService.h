@@ -81,7 +81,7 @@ class StreamControlling {
   virtual Task<void> stopCapture() = 0;  ///< Throws ScreenError; no callback runs after it.
 };
 
-/// What a stream tells. Both run on the stream's sample queue.
+/// A stream's callbacks. Both run on its sample queue.
 struct StreamCallbacks {
   /// A picture that differs from the one before, and the host-clock time at which it was fetched.
   std::function<void(PixelBufferRef, MediaTime)> onFrame;
@@ -93,11 +93,11 @@ struct StreamCallbacks {
 struct RecordedSource {
   int width = 0;  ///< Pixels of the recorded picture, even.
   int height = 0;
-  Size points;  ///< The same in points: what the pointer's track is told in.
+  Size points;  ///< The same in points, the unit of the pointer's track.
   friend bool operator==(const RecordedSource&, const RecordedSource&) = default;
 };
 
-/// One recording's hold on the desktop: the picture, the pointer and the clicks of one source.
+/// One recording's access to the desktop: the picture, the pointer and the clicks of one source.
 ///
 /// The session owns whatever connects it to the desktop, and the time limits of that. No call of it or of
 /// what it gives waits for a desktop that does not answer longer than a bounded time: opening and starting
@@ -105,8 +105,8 @@ struct RecordedSource {
 ///
 /// Everything about the source is frozen when the session is opened. There is one system of coordinates:
 /// points of the source, origin at its top left, y downwards. Where on the desktop the source lies, and
-/// whether there are global coordinates at all, is the platform's business; monitors that come and go and a
-/// scale that changes never move anything. A source that can no longer be recorded as it was ends the stream.
+/// whether there are global coordinates at all, is up to the platform; monitors that come and go and a scale
+/// that changes never move anything. A source that can no longer be recorded as it was ends the stream.
 ///
 /// Opened, used and destroyed by one owner, after the stream that it made.
 class ScreenSession {
@@ -121,8 +121,8 @@ class ScreenSession {
   /// Where the pointer is now, as far as is known. One thread at a time, the one that starts and stops
   /// `clickEvents` too; quick enough for every sample of a track.
   virtual CursorTrack::Snapshot pointer() = 0;
-  /// The clicks, told at the latest while `pointer` is read next. Null where the desktop tells of none; where
-  /// it does not tell of the buttons' state either, a recording has no clicks.
+  /// The clicks, delivered no later than the next read of `pointer`. Null where the desktop reports no
+  /// clicks; where it does not report the buttons' state either, a recording has no clicks.
   virtual ClickEventSource* clickEvents() = 0;
 };
 

@@ -23,7 +23,7 @@ class APIError : public Error {
   struct Transport {
     TransportError error;
   };
-  /// It agreed, with an answer that cannot be understood.
+  /// It reported success, with an answer that cannot be parsed.
   struct Decoding {
     JSONError error;
   };

@@ -35,7 +35,7 @@ struct HttpRequest {
   /// that the whole answer may take once the request has been sent.
   std::chrono::milliseconds timeout = std::chrono::seconds(60);
   /// Bytes of the body sent so far, and all of them. May be empty. Any thread, never two calls at once; all
-  /// transfers stand still until it returns.
+  /// transfers are blocked until it returns.
   std::function<void(std::int64_t sent, std::int64_t total)> progress;
 };
 
@@ -54,7 +54,7 @@ class TransportError : public Error {
  public:
   enum class Kind {
     unreachable,     ///< No connection: the name, the network, the certificate.
-    interrupted,     ///< The connection broke off, or the server agreed before the whole body was sent.
+    interrupted,     ///< The connection broke, or success came before the whole body was sent.
     timedOut,        ///< See `HttpRequest::timeout`.
     cancelled,       ///< The awaiting coroutine was.
     unreadableBody,  ///< The body's file cannot be opened, or ended early.

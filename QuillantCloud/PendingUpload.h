@@ -29,7 +29,7 @@ struct PendingUpload {
   std::optional<std::string> shareURL;
   std::optional<std::string> putVideoURL;
   std::optional<std::string> putThumbURL;
-  std::optional<Date> presignExpiresAt;  ///< When the three URLs are taken to lapse.
+  std::optional<Date> presignExpiresAt;  ///< When the three URLs are taken to expire.
 
   std::optional<bool> captionsDeclared;  ///< True: this upload has something to say about captions.
   std::optional<std::string> captionsPath;
@@ -52,7 +52,7 @@ struct PendingUpload {
                             std::int64_t width, std::int64_t height);
 
   bool isFinished() const { return completed; }
-  /// Whether the signed URLs last for more than another minute: a PUT must not start on one about to lapse.
+  /// Whether the signed URLs last for more than another minute: a PUT must not start on one about to expire.
   bool urlsAreFresh(Date now) const;
   bool reservationIsValid(Date now) const { return videoId && putVideoURL && urlsAreFresh(now); }
   CaptionsDeclaration captionsDeclaration() const;

@@ -63,7 +63,7 @@ std::optional<pid_t> PendingUploadStore::claimant(const std::string& id) const {
 void PendingUploadStore::save(const PendingUpload& entry) const {
   for (const auto& path : {std::optional(entry.videoPath), entry.thumbPath, entry.captionsPath})
     if (path && !Text::isUTF8(*path)) throw UploadError(UploadError::PathNotUTF8{*path});
-  // Signed URLs are as good as a password until they lapse.
+  // Signed URLs are as good as a password until they expire.
   PrivateFolder::ensure(directory);
   AtomicFile::write(fileOf(*this, entry.id, entryExtension), JSON::pretty(entry), 0600);
 }

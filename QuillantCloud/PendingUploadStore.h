@@ -25,7 +25,7 @@ struct PendingUploadStore {
 
   /// Throws `FileError`, and `UploadError` if one of its paths is not UTF-8.
   void save(const PendingUpload& entry) const;
-  /// For what is only noted: where it cannot be saved, the entry stays as it was and is tried again.
+  /// For changes that may be lost: if saving fails, the entry stays as it was and is tried again.
   void saveIfPossible(const PendingUpload& entry) const;
   /// Nothing if there is no such entry.
   std::optional<PendingUpload> load(const std::string& id) const;

@@ -11,9 +11,8 @@ namespace quillant::PresignedPut {
 
 namespace {
 
-/// Thins reports of bytes out to one for each tenth, and has them made by `executor`: whoever is told may be
-/// slow, as a terminal is that stands still, and the thread that the reports come from has a transfer to keep
-/// going.
+/// Limits progress reports to one for each tenth, and delivers them on `executor`: a callback may block, for
+/// instance on a terminal that is stopped, and must not hold up the thread of the transfer.
 class TenthsOfProgress {
  public:
   TenthsOfProgress(Executor executor, UploadTransport::Progress progress)

@@ -31,7 +31,7 @@ struct QuillantAPI : QuillantUploadAPI {
                                       CaptionsDeclaration captions) override;
 
  private:
-  /// The answer to a request that was agreed to.
+  /// The answer to a request that succeeded.
   Task<HttpResponse> perform(HttpRequest request) const;
   HttpRequest post(std::string_view path, const Json& body) const;
 };

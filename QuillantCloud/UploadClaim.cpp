@@ -60,7 +60,7 @@ std::optional<UploadClaim> UploadClaim::take(const std::filesystem::path& file) 
     }
     if (!isStillAt(file, opened)) continue;
     const auto process = std::to_string(::getpid());
-    // What is written there is only told to people.
+    // What is written there is only informative.
     [[maybe_unused]] const bool told =
         ::ftruncate(lock.get(), 0) == 0 && ::pwrite(lock.get(), process.data(), process.size(), 0) > 0;
     return UploadClaim(file, std::move(lock), true);

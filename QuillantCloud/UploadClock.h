@@ -8,7 +8,7 @@
 
 namespace quillant {
 
-/// The time by which uploads go. A test's own makes retries instant and leases lapse.
+/// The clock that uploads use. A test's own makes retries instant and leases expire.
 struct UploadClock {
   std::function<Date()> now = Date::now;
   std::function<Task<>(std::chrono::seconds)> sleep = [](std::chrono::seconds duration) -> Task<> {

@@ -16,8 +16,7 @@
 
 namespace quillant {
 
-/// Drives the pending uploads of a folder on, each after a pause that doubles with every failure. An upload
-/// is never given up.
+/// Retries the pending uploads of a folder, each with exponential back-off. An upload is never given up.
 struct UploadQueueService {
   struct BackingOff {
     double retryIn = 0;  ///< Seconds.
@@ -62,21 +61,21 @@ struct UploadQueueService {
   std::function<void(const UploadProgress&)> progress = [](const UploadProgress&) {};
   UploadClock clock{};
 
-  /// The pause after so many failures, in seconds.
+  /// The back-off after so many failures, in seconds.
   double retryDelay(std::int64_t attempts) const;
   /// The unfinished entries, oldest first, and what keeps each. Reads the folder only; throws `FileError` if
   /// that is not the user's own.
   std::vector<EntrySummary> sweep(Date now, bool signedIn) const;
-  /// Runs the unfinished entries, one after another, oldest first; `force` pays no heed to the pauses. An
-  /// entry that another run has is left to it, and the log says who that is. Await it on a strand; the
-  /// service outlives the run. Throws as `sweep` does.
+  /// Runs the unfinished entries, one after another, oldest first; `force` ignores the back-off. An entry
+  /// that another run has is left to it, and the log says who that is. Await it on a strand; the service
+  /// outlives the run. Throws as `sweep` does.
   Task<RunResult> resumePending(QuillantAPI api, Date now, bool force) const;
 
   static void printLine(const std::string& line);
 
  private:
   Task<> run(const Uploader& uploader, PendingUpload& entry, Date now, RunResult& result) const;
-  /// Nothing if the entry cannot be run now, which is told.
+  /// Nothing if the entry cannot be run now, which is logged.
   std::optional<UploadClaim> claimed(const PendingUpload& entry, RunResult& result) const;
   /// Seconds until the entry's next attempt; zero or less when it is due.
   double secondsUntilDue(const PendingUpload& entry, Date now) const;

@@ -7,7 +7,7 @@
 
 namespace quillant {
 
-/// An upload that the service has made room for: its link, and where its objects are to be put.
+/// An upload that the service has reserved: its link, and the URLs to put its objects to.
 struct UploadReservation {
   std::string videoId;
   std::string slug;

@@ -8,7 +8,7 @@
 
 namespace quillant {
 
-/// The way of a file to object storage.
+/// Uploads a file to object storage.
 class UploadTransport {
  public:
   /// Gets the share of the bytes that was sent, from 0 to 1, on the executor that awaits the transfer, which
@@ -17,8 +17,8 @@ class UploadTransport {
 
   virtual ~UploadTransport() = default;
 
-  /// Throws `UploadError` or `TransportError`. Await it on a strand: what is told comes in order then, and
-  /// never after the end.
+  /// Throws `UploadError` or `TransportError`. Await it on a strand: progress comes in order then, and never
+  /// after the end.
   virtual Task<> put(std::filesystem::path file, std::string url, std::string contentType,
                      Progress progress) = 0;
 };

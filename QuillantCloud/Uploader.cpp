@@ -20,7 +20,7 @@ using Phase = UploadProgress::Phase;
 /// How long signed URLs are taken to last; the service does not say.
 constexpr double presignSeconds = 3600;
 constexpr int mostAttempts = 3;
-/// So often a run sends again what the service says it has lost; then the queue's back-off takes over.
+/// How often a run re-sends what the service says it has lost; then the queue's back-off takes over.
 constexpr int mostReclaims = 5;
 
 bool isAddress(const std::optional<std::string>& text) {
@@ -39,7 +39,7 @@ bool fileExists(const std::string& path) {
   return std::filesystem::exists(path, ignored);
 }
 
-/// What is not the file that was queued is not sent. A file that cannot be read is the transfer's to tell.
+/// What is not the file that was queued is not sent. A file that cannot be read is reported by the transfer.
 void requireQueuedSize(const PendingUpload& entry) {
   std::error_code failed;
   const auto size = std::filesystem::file_size(entry.videoPath, failed);
@@ -100,7 +100,7 @@ class Run {
   Task<std::string> reserve(bool replacingBytes);
   Task<> runRemaining(bool replacingBytes);
 
-  /// Awaits a part of the run, and tells of an end that is not well.
+  /// Awaits a part of the run, and reports its failure or cancellation.
   template <class Result>
   Task<Result> telling(Task<Result> part) {
     try {

@@ -20,8 +20,8 @@ namespace quillant {
 ///
 /// Keeps no state of its own. The uploader and the entry outlive the run. Whoever runs an entry has its claim
 /// (`PendingUploadStore::claim`), and runs it on a strand in the background: saving blocks on the disk, and
-/// so may those who are told. They are told on that strand, beside the transfer: it goes on while they are
-/// slow.
+/// callbacks may block too. They run on that strand, concurrently with the transfer, which goes on while they
+/// block.
 ///
 /// Throws `APIError`, `UploadError`, `TransportError`, `FileError`, and whatever `checkpoint` throws. A run
 /// that was cancelled throws `UploadError::Cancelled`, whatever it was at.
@@ -29,12 +29,12 @@ struct Uploader {
   std::shared_ptr<QuillantUploadAPI> api;
   PendingUploadStore store;
   std::shared_ptr<UploadTransport> transport;
-  /// Is called with the name of a point that the run has reached; may throw to end it there.
+  /// Called with the name of a point that the run has reached; may throw to end it there.
   std::function<void(const std::string&)> checkpoint = [](const std::string&) {};
   /// A line for each step; how far a file has come is for `progress` alone.
   std::function<void(const std::string&)> log = [](const std::string&) {};
-  /// Hears of the beginning of each step, of each tenth of a file that is sent, and of an end that is not
-  /// well.
+  /// Called at the start of each step, at each tenth of a file that is sent, and when the run fails or is
+  /// cancelled.
   std::function<void(const UploadProgress&)> progress = [](const UploadProgress&) {};
   UploadClock clock{};
 

@@ -13,7 +13,7 @@
 
 namespace quillant {
 
-/// What an upload tells of its video.
+/// What an upload says about its video.
 struct VideoFacts {
   std::int64_t sizeBytes = 0;
   std::int64_t durationMs = 0;

@@ -33,7 +33,7 @@ struct ProjectLibrary::State {
     }
   }
 
-  /// Tells of a change that this library has made.
+  /// Reports a change that this library has made.
   void announce(const std::string& id, ProjectChange::Kind kind, const ProjectDocument* document) {
     if (listed && document)
       listed->insert_or_assign(id, ProjectIndex::entry(store.directory, *document));

@@ -37,10 +37,10 @@ struct ProjectChange {
 /// and what was started ends even if every copy is gone.
 ///
 /// Documents are what counts: the index is made from them, whatever became of it. Reading and changing a
-/// project throws `ProjectError`, so that one that is missing is told from one that cannot be read; what
-/// cannot be written throws `FileError`. A write by somebody else is waited for, but not for ever. Nothing is
-/// replaced that the writer has not seen: a change is made to what is stored, and what replaces something
-/// names the revision that it started from.
+/// project throws `ProjectError`, so that one that is missing is distinguished from one that cannot be read;
+/// what cannot be written throws `FileError`. A write by somebody else is waited for, but not for ever.
+/// Nothing is replaced that the writer has not seen: a change is made to what is stored, and what replaces
+/// something names the revision that it started from.
 class ProjectLibrary {
  public:
   explicit ProjectLibrary(std::filesystem::path directory);

@@ -76,7 +76,7 @@ struct ProjectStore {
   void saveDocument(const ProjectDocument& document) const;
   std::optional<ProjectDocument> document(std::string_view id) const;
 
-  // Where a document that is missing must be told from one that cannot be read: these throw `ProjectError`.
+  // Where a missing document must be distinguished from an unreadable one: these throw `ProjectError`.
   StoredProject load(std::string_view id) const;
   /// Lets `change` change what is stored, and writes it if it differs; nobody else writes meanwhile. What
   /// `change` throws leaves it as it was. Throws `StoreError` if it replaced the slug by another.

@@ -13,7 +13,7 @@ class CameraInput {
  public:
   struct Frame {
     PixelBufferRef pixelBuffer;
-    MediaTime time;  ///< As the source tells: the host clock of a device, or counted from 0.
+    MediaTime time;  ///< As the source gives it: the host clock of a device, or counted from 0.
   };
 
   /// `id` as in `CameraDevices::Info`. Throws `FacecamError`.

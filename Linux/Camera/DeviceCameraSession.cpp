@@ -18,7 +18,7 @@ constexpr MediaTime pollInterval{4, 1000};
 constexpr MediaTime errorInterval{1, 10};
 /// A made-up source that is later than this goes on from now, as a camera that dropped frames would.
 constexpr MediaTime latestFrame{1, 10};
-/// What a device tells as the time of a frame is believed if it lies this close behind.
+/// A device's time stamp of a frame is trusted if it lies this close behind.
 constexpr MediaTime oldestFrame{2, 1};
 
 }  // namespace

@@ -10,7 +10,8 @@
 
 namespace quillant {
 
-/// Where a process that waits for a sign-in's callback hears of it from the process that the browser started.
+/// The socket by which the process that waits for a sign-in's callback receives it from the process that the
+/// browser started.
 ///
 /// A line with the URL goes over, and a line "taken" or "refused" comes back. Both sides talk only to
 /// processes of their own user.
@@ -22,7 +23,7 @@ class CallbackSocket {
   /// Where the socket of this session lies. Throws `FileError`.
   static std::filesystem::path path();
 
-  /// Listens from now on; a process that listened before hears nothing more, one that was killed is in
+  /// Listens from now on; a process that listened before receives nothing more, one that was killed is in
   /// nobody's way. `executor` is a strand. Throws `FileError`.
   explicit CallbackSocket(const Executor& executor);
   ~CallbackSocket();

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-/// What the environment tells of the session that this process belongs to.
+/// What the environment says about the session that this process belongs to.
 namespace quillant::DesktopSession {
 
 enum class DisplayServer { none, x11, wayland };

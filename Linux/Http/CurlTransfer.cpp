@@ -55,7 +55,7 @@ bool CurlTransfer::openBody() {
 }
 
 bool CurlTransfer::makeHeaders() {
-  // To ask whether a body is welcome pays off for a large one only.
+  // "Expect: 100-continue" pays off for large bodies only.
   if (bodySize_ < leastSizeToAsk) headers_ = curl_slist_append(headers_, "Expect:");
   for (const auto& [name, value] : request_.headers) {
     std::string line = name + ": " + value;
@@ -196,7 +196,7 @@ void CurlTransfer::fail(TransportError::Kind kind, std::string text) {
   if (!failure_) failure_.emplace(kind, std::move(text));
 }
 
-/// An answer that agrees to what it has not heard out says nothing about the rest.
+/// A success status that came before the whole body was sent says nothing about the rest.
 void CurlTransfer::requireWholeBodySent() {
   curl_off_t sent = 0;
   if (!handle_ || response_.status < 200 || response_.status > 299 ||

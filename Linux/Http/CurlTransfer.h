@@ -32,7 +32,7 @@ class CurlTransfer {
   CurlTransfer(const CurlTransfer&) = delete;
   CurlTransfer& operator=(const CurlTransfer&) = delete;
 
-  /// Who is told the result, once. Set it before the transfer is handed to the loop.
+  /// Called with the result, once. Set it before the transfer is handed to the loop.
   void onCompletion(Completion completion) { completion_ = std::move(completion); }
 
   /// Opens the body and makes the handle; false if that failed, and `complete` knows why.

@@ -75,7 +75,7 @@ bool X11Input::selectButtons() {
   return x_.succeeded(xcb_input_xi_select_events_checked(x_.get(), x_.root(), 1, &selection.head));
 }
 
-/// Raw events tell the physical button: which one is the left one is the user's choice.
+/// Raw events carry the physical button: which one is the left one is the user's choice.
 void X11Input::readMapping() {
   const auto reply = x_.wait(xcb_get_pointer_mapping_reply, xcb_get_pointer_mapping(x_.get()));
   if (!reply) return;

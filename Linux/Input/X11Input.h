@@ -13,8 +13,8 @@ namespace quillant {
 /// clicks, over whichever window and under whatever grab they happen.
 ///
 /// It has no thread of its own: whoever reads the pointer takes the clicks out of the same connection, so
-/// they are told while `read` or `stop` runs. `start` answers false on a server without the second version of
-/// the input extension. All of it is called on one thread at a time, and nothing throws.
+/// they are delivered while `read` or `stop` runs. `start` answers false on a server without the second
+/// version of the input extension. All of it is called on one thread at a time, and nothing throws.
 class X11Input : public ClickEventSource {
  public:
   /// From where the pointer is counted.

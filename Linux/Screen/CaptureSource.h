@@ -23,7 +23,7 @@ class CaptureSource {
   };
   enum class Change {
     none,
-    damaged,   ///< Something was drawn: `takeDamage` tells where.
+    damaged,   ///< Something was drawn: `takeDamage` says where.
     replaced,  ///< `picture` is another one, of which nothing has been read yet.
   };
 

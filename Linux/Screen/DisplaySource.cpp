@@ -13,7 +13,7 @@ DisplaySource::DisplaySource(const X11Connection& connection, const X11Target& t
       monitor_(target.monitor),
       randrFirstEvent_(connection.firstEvent(xcb_randr_id)),
       damage_(connection, connection.root()) {
-  // Told of changes before the layout is looked at, so that none falls in between.
+  // Subscribes to changes before the layout is queried, so that none is missed in between.
   const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
   xcb_change_window_attributes(x_.get(), x_.root(), XCB_CW_EVENT_MASK, &events);
   if (randrFirstEvent_)

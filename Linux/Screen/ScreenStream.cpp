@@ -15,7 +15,7 @@ namespace quillant {
 
 namespace {
 
-/// Runs `work`; what it throws, as an error that a stream may tell of. This thread has let go of the error by
+/// Runs `work`; what it throws, as an error that a stream may report. This thread has released the error by
 /// then, so that it belongs to whoever it is handed to.
 template <class Work>
 std::exception_ptr failureOf(Work&& work) {

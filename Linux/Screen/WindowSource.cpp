@@ -11,8 +11,8 @@ WindowSource::WindowSource(const X11Connection& connection, xcb_window_t window)
       !x_.wait(xcb_composite_query_version_reply, xcb_composite_query_version(x_.get(), 0, 2)))
     throw ScreenError(ScreenError::Kind::unavailable,
                       "the display server cannot record a single window (it lacks the Composite extension)");
-  // Told of changes before the first look, so that none falls in between. A window that is shown again
-  // without an event of its own, as its frame was, says so by its visibility.
+  // Subscribes to changes before the first query, so that none is missed in between. A window that is shown
+  // again without an event of its own, as its frame was, says so by its visibility.
   const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_VISIBILITY_CHANGE;
   xcb_change_window_attributes(x_.get(), window_, XCB_CW_EVENT_MASK, &events);
   const auto geometry = x_.wait(xcb_get_geometry_reply, xcb_get_geometry(x_.get(), window_));

@@ -7,7 +7,7 @@ namespace quillant {
 
 namespace {
 
-/// An operation whose end its callback tells.
+/// An operation whose callback signals its completion.
 void letRun(pa_operation* operation) {
   if (operation) ::pa_operation_unref(operation);
 }

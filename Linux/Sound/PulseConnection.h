@@ -61,7 +61,7 @@ class PulseConnection {
   pa_context* context() const { return context_.get(); }
   /// Under the lock.
   bool isAlive() const;
-  /// Under the lock, which is let go meanwhile: until `isDone`, which is asked after each `wake`, or the
+  /// Under the lock, which is released meanwhile: until `isDone`, which is asked after each `wake`, or the
   /// server is gone.
   void waitUntil(const std::function<bool()>& isDone);
   /// Under the lock, or on the connection's thread.
@@ -70,7 +70,7 @@ class PulseConnection {
   /// Asks the server and waits. Throws `PulseError` if it has gone.
   SoundDevices devices();
 
-  /// Under the lock. A listener is removed before it dies.
+  /// Under the lock. A listener is removed before it is destroyed.
   void add(Listener& listener);
   void remove(Listener& listener);
 

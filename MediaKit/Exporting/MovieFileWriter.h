@@ -40,7 +40,7 @@ class MovieFileWriter {
   void writeSound(std::span<const float> frames);
   /// Frames given so far.
   std::int64_t soundFrames() const;
-  /// Nothing follows. The file stands under its name, and is on the disk.
+  /// Nothing follows. Afterwards the file has its name and is synced to the disk.
   void finish();
 
  private:

@@ -30,7 +30,7 @@ class SegmentEncoder {
   int height_;
   H264Encoder encoder_;
   EncoderPicture picture_;
-  std::uint64_t sequence_ = 0;  ///< Of the picture before; 0 is none that tells.
+  std::uint64_t sequence_ = 0;  ///< Of the picture before; 0: unknown.
   bool isFirst_ = true;
 };
 

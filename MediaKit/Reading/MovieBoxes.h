@@ -7,7 +7,7 @@
 #include <vector>
 
 /// The boxes of which MP4 and QuickTime files are built. What is read may be torn or hostile: every function
-/// throws `MediaError` of kind unreadable for what it cannot make sense of, and ends.
+/// throws `MediaError` of kind unreadable for what it cannot parse, and terminates.
 namespace quillant::MovieBoxes {
 
 using Bytes = std::span<const std::uint8_t>;

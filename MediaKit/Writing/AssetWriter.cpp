@@ -20,8 +20,8 @@ namespace {
 
 using Clock = WriterPipeline::Clock;
 
-/// Pictures that may wait for the encoder, a quarter of a second of them: a key picture of a busy screen
-/// takes as long as several others, and other programs want the processor now and then.
+/// Pictures that may wait for the encoder, a quarter of a second of them: a keyframe of a busy screen takes
+/// as long as several others, and other programs want the processor now and then.
 std::int64_t longestVideoQueue(const VideoInputSettings& settings) {
   return std::max(4, settings.expectedFrameRate / 4);
 }
@@ -31,7 +31,7 @@ constexpr std::int64_t longestAudioQueue = 2 * AACEncoder::timescale;  ///< Samp
 /// What cannot keep up when an input is not ready.
 enum class Bottleneck { encoder, disk };
 
-/// What was turned away for one of them.
+/// What was dropped because of one of them.
 struct Refusals {
   std::atomic<std::uint64_t> frames = 0;
   std::atomic<std::uint64_t> sound = 0;  ///< Samples at 48,000 Hz.
@@ -52,7 +52,7 @@ std::vector<std::string> describe(const Refusals& refusals, std::string_view wha
 class Pace {
  public:
   /// True if it is time to encode faster, which comes before pictures are dropped. `refused` counts those
-  /// that were turned away for the encoder's sake in total.
+  /// that were dropped because of the encoder in total.
   bool isBehind(bool queueWasLong, std::uint64_t refused) {
     constexpr int limit = 12;
     score_ += queueWasLong ? 1 : (score_ > 0 ? -1 : 0);

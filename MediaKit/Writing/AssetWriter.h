@@ -19,7 +19,7 @@ namespace quillant {
 struct AssetWriterCounters {
   std::uint64_t framesAppended = 0;
   std::uint64_t framesRefused = 0;  ///< Frames that were offered while the input was not ready.
-  std::uint64_t soundRefused = 0;  ///< Samples of sound, at 48,000 Hz, that were; silence stands in for them.
+  std::uint64_t soundRefused = 0;   ///< Samples of sound, at 48,000 Hz, that were; replaced by silence.
   std::uint64_t framesEncoded = 0;
   std::uint64_t pixelsConverted = 0;  ///< Pixels brought from the source's format to the encoder's.
   std::uint64_t fragmentsClosed = 0;

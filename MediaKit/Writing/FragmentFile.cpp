@@ -68,7 +68,7 @@ void FragmentFile::writeFragment(const std::vector<std::uint8_t>& boxes) {
   try {
     writeWhole(boxes);
   } catch (...) {
-    // Whatever stands behind the last whole box would only puzzle a reader.
+    // What lies behind the last whole box would only confuse a reader.
     cutOffAt(offset);
     const std::lock_guard lock(mutex_);
     error_ = std::current_exception();
@@ -136,7 +136,7 @@ void FragmentFile::makeOrdinary() {
   writeAt(roomOffset_, mediaData.data(), mediaData.size());
 }
 
-/// The index tells of what was written here, and of nothing else.
+/// The index describes what was written here and nothing else.
 void FragmentFile::requireUntouched() const {
   struct stat status {};
   if (::fstat(file_.get(), &status) != 0) throwError(errno);

@@ -26,7 +26,7 @@ namespace quillant {
 class FragmentFile {
  public:
   /// Makes the file, which must not exist, beginning with the type in `head` and the room in which `close`
-  /// hides the fragments; the rest of `head` goes with the first fragment. Throws `FileError`, and
+  /// hides the fragments; the rest of `head` is written with the first fragment. Throws `FileError`, and
   /// `MediaError` for a head that is none.
   FragmentFile(const std::filesystem::path& path, FragmentMuxer::Head head);
   FragmentFile(const FragmentFile&) = delete;
@@ -68,7 +68,8 @@ class FragmentFile {
   mutable std::mutex mutex_;
   std::exception_ptr error_;
   std::exception_ptr whyFragmented_;  ///< Set if the file was closed without an index.
-  /// The error number of the first sync, or close, that failed. The system tells it only once, so it stands.
+  /// The error number of the first sync, or close, that failed. The system reports it only once, so it is
+  /// kept.
   std::atomic<int> syncFailure_ = 0;
   std::atomic<bool> syncWaits_ = false;
   // Last, and in this order: joined before the rest goes, the writing first.

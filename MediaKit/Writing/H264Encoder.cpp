@@ -19,7 +19,7 @@ namespace quillant {
 
 namespace {
 
-/// From the setting a recording starts with to the last one to give way to.
+/// From the preset that a recording starts with to the fastest.
 constexpr std::array presets{"veryfast", "superfast", "ultrafast"};
 
 void logProblem(void*, int, const char* format, va_list arguments) {
@@ -36,8 +36,8 @@ void chooseQuantizers(x264_param_t& result) {
   // is half of the work on a screen.
   result.rc.i_rc_method = X264_RC_CQP;
   result.rc.i_qp_constant = QuantizerControl::finest;
-  // The encoder clips what it is told to the range from the quantizer of key pictures to that of B pictures,
-  // of which there are none.
+  // The encoder clips what it is told to the range from the quantizer of keyframes to that of B pictures, of
+  // which there are none.
   result.rc.f_ip_factor = std::exp2(QuantizerControl::keyAdvantage / 6.0F);
   result.rc.f_pb_factor = std::exp2((QuantizerControl::coarsest - QuantizerControl::finest) / 6.0F);
   result.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
@@ -61,7 +61,7 @@ x264_param_t parameters(const VideoInputSettings& settings) {
   result.b_sliced_threads = settings.file ? 0 : 1;
   result.i_fps_num = static_cast<std::uint32_t>(std::max(1, settings.expectedFrameRate));
   result.i_fps_den = 1;
-  // The writer asks for key frames by time; a count of frames says nothing at a variable rate.
+  // The writer asks for keyframes by time; a count of frames says nothing at a variable rate.
   result.i_keyint_max = X264_KEYINT_MAX_INFINITE;
   result.i_scenecut_threshold = 0;
   if (settings.file) {

@@ -14,7 +14,7 @@ class QuantizerControl {
  public:
   static constexpr int finest = 22;
   static constexpr int coarsest = 40;
-  /// A key picture is what many others are predicted from.
+  /// A keyframe is what many others are predicted from.
   static constexpr int keyAdvantage = 3;
 
   explicit QuantizerControl(int pixels) : pixels_(pixels) {}

@@ -13,11 +13,11 @@ using namespace std::chrono_literals;
 constexpr auto firstFragment = 200ms;
 /// The longest stretch of a slowly changing screen that a kill may cost.
 constexpr auto longestLoss = 2s;
-/// Sound that is later than this is taken as not coming, and silence stands in for it.
+/// Sound that is later than this is taken as missing and replaced by silence.
 constexpr MediaTime latestSound{2, 1};
 
 constexpr std::int64_t keyFrameInterval = 4 * H264Encoder::timescale;
-/// Without a change key frames only serve those who seek in a long still stretch.
+/// Without a change keyframes serve only seeking in a long still stretch.
 constexpr std::int64_t stillKeyFrameInterval = 60 * H264Encoder::timescale;
 
 }  // namespace
@@ -104,7 +104,7 @@ void WriterPipeline::closeFragmentIfDue() {
 
 /// A picture that has stood for a while goes into the fragment without waiting for the next. How long it will
 /// stand is not known (after a pause the next may be stamped a moment later), so it is said to last one tick;
-/// the next fragment states its own start, and the closing index tells the true duration.
+/// the next fragment states its own start, and the closing index gives the true duration.
 void WriterPipeline::releaseStalePictures(Clock::time_point now) {
   for (std::size_t i = 0; i < video_.size(); ++i) {
     const auto& track = video_[i];
@@ -126,7 +126,8 @@ void WriterPipeline::armTimer() {
   if (std::exchange(timerIsArmed_, true)) return;
   timer_.expires_at(std::max(fragmentDue(), Clock::now() + 10ms));
   timer_.async_wait([this, alive = std::weak_ptr<void>(alive_)](std::error_code error) {
-    // A wait that is over is not cancelled any more: its handler may stand behind the pipeline's end.
+    // A wait that has expired can no longer be cancelled: its handler may be queued behind the pipeline's
+    // destruction.
     if (error || alive.expired()) return;
     timerIsArmed_ = false;
     try {

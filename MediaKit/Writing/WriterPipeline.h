@@ -34,8 +34,8 @@ class WriterPipeline {
     std::vector<VideoInputSettings> video;  ///< Their tracks come first.
     std::vector<AudioInputSettings> audio;
   };
-  /// Opens the encoders, then makes the file. Throws `FileError` too. `onFailure` is told on the queue what
-  /// went wrong while no call was running.
+  /// Opens the encoders, then makes the file. Throws `FileError` too. `onFailure` is called on the queue with
+  /// what went wrong while no call was running.
   WriterPipeline(const Settings& settings, SerialQueue& queue,
                  std::function<void(std::exception_ptr)> onFailure);
   /// On the queue.

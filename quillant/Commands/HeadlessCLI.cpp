@@ -51,7 +51,7 @@ void describe(const char* prefix, const RecordingArtifacts& artifacts) {
   for (const auto& warning : artifacts.warnings) warn(warning);
 }
 
-/// Tells how the session ended, and gives the exit code for it.
+/// Prints how the session ended, and returns the exit code for it.
 struct Report {
   int operator()(const Coordinator::Completed& outcome) const {
     describe("recorded", outcome.artifacts);

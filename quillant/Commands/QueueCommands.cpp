@@ -30,7 +30,7 @@ UploadQueueService makeQueue(const CloudServices& services, UploadLines& lines) 
           .clock = services.clock};
 }
 
-/// Runs the queue; nothing if nobody is signed in, which is told.
+/// Runs the queue; nothing if nobody is signed in, which is reported.
 Task<std::optional<UploadQueueService::RunResult>> runQueue(CloudServices services,
                                                             std::optional<std::string> token, bool force) {
   if (!token) {

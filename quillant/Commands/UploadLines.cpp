@@ -29,7 +29,7 @@ void UploadLines::write(const std::string& line) {
 }
 
 void UploadLines::show(const UploadProgress& progress) {
-  // An end is told by whoever awaits it, a beginning by a line of its own.
+  // An end is reported by whoever awaits it, a beginning by a line of its own.
   if (progress.failure || progress.cancelled || progress.fraction <= 0) return;
   const auto line =
       fmt::format("  {} {}%", rawText(progress.phase), static_cast<int>(progress.fraction * 100));

@@ -371,7 +371,7 @@ Json FakeService::reserve(const Json& body, const Json& account) {
   return signedURLs(reservation);
 }
 
-/// Signs a URL for each object and writes the reservation. URLs signed before stay good until they lapse.
+/// Signs a URL for each object and writes the reservation. URLs signed before stay valid until they expire.
 Json FakeService::signedURLs(Json& upload) {
   const std::string id = upload["video_id"];
   const auto expires = Date::now().unixSeconds() + presignSeconds;

@@ -10,7 +10,7 @@
 
 namespace quillant {
 
-/// The steps of a client's road, one for each kind of request that the service takes.
+/// The steps of an upload, one for each kind of request that the service takes.
 enum class FakeServiceStep {
   signIn,
   me,
