@@ -11,6 +11,7 @@ namespace {
 
 /// Beyond this many standard deviations nothing of a Gaussian is left in 8 bits.
 constexpr double reachOfBlur = 4;
+constexpr double largestSigma = 1e5;
 
 Rect intersection(const Rect& left, const Rect& right) {
   const double x = std::max(left.x, right.x), y = std::max(left.y, right.y);
@@ -61,6 +62,8 @@ Image Image::rounded(const Rect& rect, double radius) const {
 
 Image Image::blurred(double sigma, BlurEdges edges) const {
   if (!(sigma > 0)) return *this;
+  // Beyond this nothing is left of any picture.
+  sigma = std::min(sigma, largestSigma);
   Image result = *this;
   result.blurX = result.blurY = sigma;
   result.blurEdges = edges;

@@ -16,6 +16,8 @@ constexpr double reachOfBlur = 4;
 /// Sums of numbers leave less than this; it must not make a cached blur another one.
 constexpr double sigmaSteps = 1024;
 constexpr double nearlyWhole = 1e-6;
+/// A colour fills what it fills; what is farther away than this is nothing to see.
+constexpr double farthest = 1e5;
 
 int halved(int count, int times) {
   for (; times > 0; --times) count = (count + 1) / 2;
@@ -33,7 +35,9 @@ Preparation::Range rangeOf(const AxisMap& map, double begin, double end, int sam
 void setHalvings(Preparation::Axis& axis, double scale, double canvas, double sigma, bool fading) {
   if (sigma > 0) {
     axis.sigma = sigma * axis.map.scale;
-    while (axis.sigma > largestSigma && halved(axis.range.count(), axis.blurHalvings) > 1) {
+    // Also where one sample is left: it stands for more and more, and the shape for how much of that there
+    // is.
+    while (axis.sigma > largestSigma) {
       axis.sigma /= 2;
       ++axis.blurHalvings;
     }
@@ -94,10 +98,15 @@ Preparation Preparation::of(const Image& image) {
       }
     } else {
       // A colour has samples only for its blur: as many as there are pixels.
-      const int left = static_cast<int>(std::floor(image.crop.x)),
-                top = static_cast<int>(std::floor(image.crop.y));
-      x.range = {left, std::max(left + 1, static_cast<int>(std::ceil(image.crop.maxX())))};
-      y.range = {top, std::max(top + 1, static_cast<int>(std::ceil(image.crop.maxY())))};
+      const auto pixels = [](double begin, double end) {
+        const auto whole = [](double edge) {
+          return static_cast<int>(std::clamp(edge, -farthest, farthest));
+        };
+        return Preparation::Range{whole(std::floor(begin)),
+                                  std::max(whole(std::floor(begin)) + 1, whole(std::ceil(end)))};
+      };
+      x.range = pixels(image.crop.x, image.crop.maxX());
+      y.range = pixels(image.crop.y, image.crop.maxY());
     }
     x.map = grid.x, y.map = grid.y;
     setHalvings(x, scaleX, turned ? canvas.y.scale : canvas.x.scale, sigmaX, fading);

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <hwy/highway.h>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -92,6 +93,9 @@ std::vector<Case> cases() {
        {backdrop(), placed(video, inner).rounded(inner, 10).blurred(1.6, Image::BlurEdges::fading)}},
       {"blurred much",
        {backdrop(), placed(video, inner).rounded(inner, 10).blurred(19, Image::BlurEdges::fading)}},
+      {"blurred beyond its size",
+       {backdrop(), placed(patterned(PixelFormat::i420, 16, 12), {120.5, 60, 17, 13})
+                        .blurred(25, Image::BlurEdges::fading)}},
       {"a backdrop blurred", {placed(video, whole).blurred(8, Image::BlurEdges::extended)}},
       {"a part blurred",
        {backdrop(), placed(video, whole).cropped(inner).blurred(4, Image::BlurEdges::extended)}},
@@ -223,6 +227,9 @@ TEST(Renderer, DrawsOnlyWhatChangesAndNothingElseDiffers) {
     EXPECT_EQ(frame->changed.empty(), i == 12) << i;
     before = now;
   }
+  Renderer forgetful({.width = width, .height = height, .keptBytes = 0}, pool);
+  for (std::size_t i = 0; i < 3; ++i)
+    EXPECT_TRUE(bytesOf(*forgetful.render(frames[0])) == drawn(frames[0], 1));
   renderer = nullptr;
   for (std::size_t i = 0; i < held.size(); ++i)
     EXPECT_TRUE(bytesOf(*held[i]) == drawn(frames[3 * i], 1)) << i;
@@ -247,6 +254,26 @@ TEST(Renderer, AllocatesNothingOnceWarm) {
   const auto before = Allocations::count();
   for (int i = 0; i < 8; ++i) draw(i);
   EXPECT_EQ(Allocations::count(), before);
+}
+
+// What a broken document can ask for is drawn as nothing, or as far as the canvas goes.
+TEST(Renderer, SurvivesExtremes) {
+  BandPool pool(1);
+  Renderer renderer({.width = width, .height = height}, pool);
+  const auto video = patterned(PixelFormat::i420, 33, 17);
+  const double infinity = std::numeric_limits<double>::infinity(), none = std::nan("");
+  for (const double number : {0.0, 1e-12, -1e-7, 1e12, -1e300, infinity, none}) {
+    const auto moved = Image::picture(video).transformed(AffineTransform::translation(number, 3));
+    const Image images[] = {moved,
+                            Image::picture(video).transformed(AffineTransform::scale(number, 2)),
+                            Image::flat({1, 0, 0}, {number, -number, number, 50}),
+                            Image::flat({1, 0, 0}, {0, 0, 50, 50}).blurred(number, Image::BlurEdges::fading),
+                            Image::picture(video).blurred(number, Image::BlurEdges::extended),
+                            Image::picture(video).rounded({0, 0, 20, 10}, number),
+                            Image::picture(video).cropped({number, 1, number, 5}),
+                            Image::picture(video).faded(number)};
+    EXPECT_NE(renderer.render(images), nullptr) << number;
+  }
 }
 
 TEST(Renderer, KeepsFlatColoursAndRefusesOddCanvases) {
