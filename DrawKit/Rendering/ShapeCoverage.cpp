@@ -43,8 +43,9 @@ ShapeCoverage::ShapeCoverage(const Rect& rect, const std::optional<Image::Rounde
   left = std::max(left, canvas.x), right = std::min(right, canvas.maxX());
   top = std::max(top, canvas.y), bottom = std::min(bottom, canvas.maxY());
   rect_ = {left, top, std::max(0.0, right - left), std::max(0.0, bottom - top)};
-  straightBegin_ = static_cast<int>(std::ceil(mask ? std::max(top, mask_.y + radiusY_) : top));
-  straightEnd_ = static_cast<int>(std::floor(mask ? std::min(bottom, mask_.maxY() - radiusY_) : bottom));
+  const auto row = [far](double edge) { return static_cast<int>(std::clamp(edge, -far, far)); };
+  straightBegin_ = row(std::ceil(mask ? std::max(top, mask_.y + radiusY_) : top));
+  straightEnd_ = row(std::floor(mask ? std::min(bottom, mask_.maxY() - radiusY_) : bottom));
 }
 
 std::pair<double, double> ShapeCoverage::edgesAt(double y) const {
