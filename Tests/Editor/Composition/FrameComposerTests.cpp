@@ -148,6 +148,25 @@ TEST(FrameComposer, LaysTheCameraOverTheCursorOverTheVideo) {
   EXPECT_TRUE(shown.is({65, 30}, red)) << "a circle has corners";
 }
 
+TEST(FrameComposer, LaysCaptionsOverEverythingAndLeavesThemOutOfTheZoom) {
+  auto scene = redVideo();
+  scene.captions.blocks = {{.start = 4, .end = 9, .words = {{"read", 4, 9}}, .lines = {{0, 0}}}};
+  scene.camera = FacecamSettings{};
+  const auto caption = [](const CompositionScene& s) {
+    FrameComposer composer(nullptr);
+    const auto frames = s.frames();
+    return composer.compose(s.instruction(), s.time, frames).back();
+  };
+  const Image still = caption(scene);
+  EXPECT_EQ(std::get<PixelBufferRef>(still.source)->format, PixelFormat::premultipliedBGRA);
+  scene.zooms = {{.span = {0, 10}, .depth = 2}};
+  EXPECT_EQ(caption(scene), still);
+  scene.clips = {{.start = 0, .end = 10, .cameraFullScreen = true}};
+  EXPECT_EQ(caption(scene), still) << "over a camera that fills the canvas";
+  scene.time = 3;
+  EXPECT_NE(caption(scene), still);
+}
+
 TEST(FrameComposer, TurnsThenCropsThenFits) {
   // Red, green, blue and white quarters, turned to the right: blue comes to the upper left.
   auto scene = redVideo();
