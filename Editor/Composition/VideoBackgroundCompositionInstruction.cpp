@@ -1,18 +1,6 @@
 #include "Editor/Composition/VideoBackgroundCompositionInstruction.h"
 
-#include <algorithm>
-
 namespace quillant {
-
-namespace {
-
-constexpr double shortestTimeRange = 0.001;
-
-}  // namespace
-
-TimelineSpan VideoBackgroundCompositionInstruction::timeRange() const {
-  return {0, std::max(edit->plan().outputDuration, shortestTimeRange)};
-}
 
 const VideoBackgroundCompositionInstruction& VideoBackgroundCompositionInstruction::of(
     PreparedEdit::SourceNumber number) const {

@@ -10,7 +10,6 @@
 #include "Editor/Composition/PreparedEdit.h"
 #include "Editor/Composition/VideoBackgroundStyling.h"
 #include "Editor/Project/CursorOverlaySettings.h"
-#include "Editor/Timeline/TimelineSpan.h"
 
 namespace quillant {
 
@@ -46,8 +45,6 @@ struct VideoBackgroundCompositionInstruction {
   /// recording's has any.
   std::vector<std::shared_ptr<const VideoBackgroundCompositionInstruction>> sourceInstructions;
 
-  /// The output times that it composes, in seconds.
-  TimelineSpan timeRange() const;
   /// The instruction of a file: this one for the main recording, and for a file that has none.
   const VideoBackgroundCompositionInstruction& of(PreparedEdit::SourceNumber number) const;
 

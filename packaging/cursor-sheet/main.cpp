@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
-#include <png.h>
 #include <vector>
 
+#include "Core/Error.h"
 #include "DrawKit/Canvas.h"
+#include "DrawKit/PNGImage.h"
 #include "Editor/Composition/CursorStyleRenderer.h"
 #include "Editor/Project/CursorStyleRegistry.h"
 
@@ -68,15 +68,6 @@ PixelBufferRef draw(const Sheet& sheet) {
   return std::move(canvas).take();
 }
 
-bool write(const PixelBuffer& picture, const char* file) {
-  png_image image{.version = PNG_IMAGE_VERSION};
-  image.width = static_cast<png_uint_32>(picture.width);
-  image.height = static_cast<png_uint_32>(picture.height);
-  // The sheet is opaque: its colours are as they are without alpha.
-  image.format = PNG_FORMAT_BGRA;
-  return png_image_write_to_file(&image, file, 0, picture.planes[0].data, picture.planes[0].stride, nullptr);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -84,7 +75,11 @@ int main(int argc, char** argv) {
     std::fputs("usage: cursor-sheet <file.png>\n", stderr);
     return 2;
   }
-  if (write(*draw(layOut()), argv[1])) return 0;
-  std::fprintf(stderr, "cursor-sheet: %s couldn’t be written\n", argv[1]);
-  return 1;
+  try {
+    PNGImage::write(*draw(layOut()), argv[1]);
+    return 0;
+  } catch (const Error& error) {
+    std::fprintf(stderr, "cursor-sheet: %s\n", error.description().c_str());
+    return 1;
+  }
 }
