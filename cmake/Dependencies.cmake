@@ -27,3 +27,14 @@ find_path(YUV_INCLUDE_DIR libyuv.h REQUIRED)
 add_library(yuv::yuv UNKNOWN IMPORTED)
 set_target_properties(yuv::yuv PROPERTIES IMPORTED_LOCATION ${YUV_LIBRARY}
                                           INTERFACE_INCLUDE_DIRECTORIES ${YUV_INCLUDE_DIR})
+
+# Its description names a folder that its package does not have, which an imported target refuses.
+pkg_check_modules(POCKETSPHINX REQUIRED pocketsphinx sphinxbase)
+add_library(pocketsphinx INTERFACE)
+foreach(folder ${POCKETSPHINX_INCLUDE_DIRS})
+  if(EXISTS ${folder})
+    target_include_directories(pocketsphinx SYSTEM INTERFACE ${folder})
+  endif()
+endforeach()
+target_link_libraries(pocketsphinx INTERFACE ${POCKETSPHINX_LINK_LIBRARIES})
+pkg_get_variable(QUILLANT_SPEECH_MODELS pocketsphinx modeldir)
