@@ -92,9 +92,7 @@ void SetAllVoiceClips::apply(TimelineEditState& state) const {
 void AddMusicClips::apply(TimelineEditState& state) const {
   if (clips.empty()) return;
   addSource(state, source);
-  Row row = state.snapshot.musicClips;
-  for (const auto& clip : clips) row = TimelineAudioTrack::placing(clip, std::move(row));
-  state.snapshot.musicClips = std::move(row);
+  state.snapshot.musicClips = TimelineAudioTrack::placing(clips, state.snapshot.musicClips);
   selectAudioClip(state, clips.front().id);
   state.statusMessage = "Added " + source.displayName + " to the music row.";
 }

@@ -225,12 +225,30 @@ std::optional<Row> delete_(const Row& row, const std::unordered_set<UUID>& ids) 
 }
 
 Row placing(TimelineAudioClip clip, Row row) {
+  std::vector<TimelineAudioClip> clips;
+  clips.push_back(std::move(clip));
+  return placing(std::move(clips), std::move(row));
+}
+
+Row placing(std::vector<TimelineAudioClip> clips, Row row) {
   sortByStart(row, &TimelineAudioClip::start);
-  for (const auto& other : row)
-    if (clip.start < other.end() - placingTolerance && other.start + placingTolerance < clip.end())
-      clip.start = other.end();
-  row.push_back(std::move(clip));
-  sortByStart(row, &TimelineAudioClip::start);
+  row.reserve(row.size() + clips.size());
+  std::vector<double> latestEnds;  // of each clip of the row and all before it
+  const auto updateLatestEnds = [&](std::size_t from) {
+    latestEnds.resize(row.size());
+    for (auto i = from; i < row.size(); ++i)
+      latestEnds[i] = i == 0 ? row[i].end() : std::max(latestEnds[i - 1], row[i].end());
+  };
+  updateLatestEnds(0);
+  for (auto& clip : clips) {
+    const auto endsBefore = [&](double end) { return !(clip.start < end - placingTolerance); };
+    auto other = row.begin() + (std::ranges::partition_point(latestEnds, endsBefore) - latestEnds.begin());
+    for (; other != row.end() && other->start + placingTolerance < clip.end(); ++other)
+      if (!endsBefore(other->end())) clip.start = other->end();
+    const auto place = std::ranges::upper_bound(row, clip.start, {}, &TimelineAudioClip::start);
+    const auto placed = row.insert(place, std::move(clip));
+    updateLatestEnds(static_cast<std::size_t>(placed - row.begin()));
+  }
   return row;
 }
 

@@ -45,6 +45,8 @@ std::optional<Row> delete_(const Row& row, const std::unordered_set<UUID>& ids);
 
 /// The row with the clip in it, moved right until it overlaps nothing.
 Row placing(TimelineAudioClip clip, Row row);
+/// The same for one clip after another.
+Row placing(std::vector<TimelineAudioClip> clips, Row row);
 /// The row in order of time from 0 on, each clip pushed behind the one before it.
 Row normalized(Row row);
 /// The clip that holds the time, its start included and its end not.

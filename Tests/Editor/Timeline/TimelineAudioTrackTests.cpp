@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <limits>
@@ -91,6 +92,33 @@ TEST(TimelineAudioTrack, MakesRoomByMovingRight) {
   for (const double same : {6.0, std::numeric_limits<double>::infinity(), notANumber})
     EXPECT_EQ(text(move(twoClips(), second, same)), "none");
   EXPECT_EQ(end({{first, "a", -3, 0, 2}}), -1);
+}
+
+/// The rule word for word: a walk over the whole row for each clip.
+Row placedPlainly(const std::vector<TimelineAudioClip>& clips, Row row) {
+  const auto sort = [&] { std::ranges::stable_sort(row, {}, &TimelineAudioClip::start); };
+  for (auto clip : clips) {
+    sort();
+    for (const auto& other : row)
+      if (clip.start < other.end() - 1e-9 && other.start + 1e-9 < clip.end()) clip.start = other.end();
+    row.push_back(clip);
+  }
+  sort();
+  return row;
+}
+
+TEST(TimelineAudioTrack, PlacesManyClipsAsOneAfterAnother) {
+  GeneratedEdits generated(5);
+  const auto someClips = [&] {
+    std::vector<TimelineAudioClip> clips(generated.below(8));
+    for (auto& clip : clips)
+      clip = {generated.id(), "a", double(generated.below(24)) / 4, 0, double(generated.below(7)) / 4};
+    return clips;
+  };
+  for (int round = 0; round < 500; ++round) {
+    const auto row = someClips(), clips = someClips();
+    EXPECT_EQ(placing(clips, row), placedPlainly(clips, row)) << round;
+  }
 }
 
 TEST(TimelineAudioTrack, PutsBackWhatACutInsideOneClipTookOut) {
