@@ -26,12 +26,11 @@ TEST(CursorTelemetryRecorder, RecordsSamplesAndClicksUntilItIsStopped) {
     std::atomic<bool> rightDown = false;
     Clicks clicks;
     clicks.isAvailable = isAvailable;
-    CursorTelemetryRecorder recorder({.region = {0, 0, 100, 100},
-                                      .source =
-                                          [&] {
-                                            return CursorTrack::Snapshot{{7, 9}, false, rightDown};
-                                          }},
-                                     &clicks);
+    const CursorTelemetryRecorder::Configuration configuration{
+        .region = {0, 0, 100, 100}, .source = [&] {
+          return CursorTrack::Snapshot{{7, 9}, false, rightDown};
+        }};
+    CursorTelemetryRecorder recorder(configuration, &clicks);
     const auto payload = [&] { return recorder.payload(MediaTime::zero()); };
     recorder.start();
     if (isAvailable) clicks.handler({MouseButton::right, ClickEvent::Kind::down, HostClock::now()});
@@ -44,8 +43,10 @@ TEST(CursorTelemetryRecorder, RecordsSamplesAndClicksUntilItIsStopped) {
     EXPECT_EQ(stopped.samples[0].x, 7);
     EXPECT_EQ(stopped.samples[0].y, 9);
     EXPECT_EQ(recorder.clickDiagnostics().fromSystemEvents, isAvailable);
-    std::this_thread::sleep_for(std::chrono::milliseconds(40));  // in which it would sample again
-    EXPECT_EQ(payload(), stopped);
+    CursorTelemetryRecorder running(configuration);
+    running.start();
+    ASSERT_TRUE(eventually([&] { return running.payload(MediaTime::zero()).samples.size() > 3; }));
+    EXPECT_EQ(payload(), stopped) << "it goes on like one that was not stopped";
   }
 }
 

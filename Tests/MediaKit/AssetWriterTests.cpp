@@ -3,7 +3,6 @@
 #include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <thread>
 
 #include "Core/AtomicFile.h"
 #include "MediaKit/MediaError.h"
@@ -257,20 +256,26 @@ TEST(H264Encoder, DescribesTheHighProfileWhole) {
 
 TEST(WriterPipeline, MayEndAsAFragmentFallsDue) {
   const TemporaryFolder folder;
-  SerialQueue queue("quillant.test");
-  auto pipeline = std::make_unique<WriterPipeline>(
-      WriterPipeline::Settings{.path = folder / "a.mp4", .video = {{192, 108, 30}}}, queue,
-      [](const std::exception_ptr&) {});
+  SerialQueue queue("quillant.test"), laterQueue("quillant.test.later");
+  const auto make = [&](const char* name, SerialQueue& on) {
+    return std::make_unique<WriterPipeline>(
+        WriterPipeline::Settings{.path = folder / name, .video = {{192, 108, 30}}}, on,
+        [](const std::exception_ptr&) {});
+  };
+  auto pipeline = make("a.mp4", queue), later = make("b.mp4", laterQueue);
   const auto picture = PictureConverter(192, 108).convert(*StampedFrames::moving(192, 108, 0)).picture;
-  queue.sync([&] { pipeline->encode(0, *picture, 0, WriterPipeline::Clock::now()); });
-  // The timer runs out meanwhile, and its handler stands behind the end.
+  // While the queue is busy the timer expires, as that of a later pipeline shows; its handler runs after the
+  // end.
   std::promise<void> isBusy;
   queue.async([&] {
+    pipeline->encode(0, *picture, 0, WriterPipeline::Clock::now());
+    laterQueue.sync([&] { later->encode(0, *picture, 0, WriterPipeline::Clock::now()); });
     isBusy.set_value();
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_TRUE(eventually([&] { return later->fragmentsClosed() > 0; }));
   });
   isBusy.get_future().wait();
   queue.sync([&] { pipeline.reset(); });
+  laterQueue.sync([&] { later.reset(); });
 }
 
 }  // namespace

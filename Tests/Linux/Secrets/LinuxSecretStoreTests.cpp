@@ -105,7 +105,7 @@ TEST_F(LinuxSecretStoreTest, KeepsSecretsInTheKeyringAndNowhereElse) {
   expect("load", "b", "found: other\n");
   // A file counts until the keyring takes the secret: one that hangs or is gone counts as none.
   keyring->signal(SIGSTOP);
-  expect("remove", "b", "error: keychain error 113: the keyring that keeps the secret does not answer here");
+  expect("remove", "b", "error: keyring error 113: the keyring that keeps the secret does not answer here");
   expect("store", "b", notice, "in a file");
   expect("load", "b", "found: in a file\n");
   startKeyring(true);
