@@ -1,5 +1,6 @@
 #include "CaptureEngine/CameraSessionBroker.h"
 
+#include <cassert>
 #include <utility>
 
 namespace quillant {
@@ -55,6 +56,7 @@ CameraSessionBroker::Token CameraSessionBroker::attachPreview() {
 
 /// Counts only a consumer that gets a camera. A new one is worth another try of a camera that was lost.
 CameraSessionBroker::Token CameraSessionBroker::acquire(CameraConsumerToken::Kind kind) {
+  assert(queue_.isCurrent());
   if (std::exchange(isLost_, false)) control_->stop();
   if (!control_->isRunning()) control_->start();
   edge_.add();
@@ -101,6 +103,7 @@ void CameraSessionBroker::recover() {
 }
 
 void CameraSessionBroker::restart() {
+  assert(queue_.isCurrent());
   try {
     control_->stop();
     control_->ensureInput();

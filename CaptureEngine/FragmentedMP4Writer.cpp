@@ -1,5 +1,6 @@
 #include "CaptureEngine/FragmentedMP4Writer.h"
 
+#include <cassert>
 #include <chrono>
 #include <utility>
 
@@ -47,6 +48,7 @@ std::optional<MediaTime> FragmentedMP4Writer::adjust(MediaTime time) const {
 }
 
 void FragmentedMP4Writer::append(PixelBufferRef pixelBuffer, MediaTime time) {
+  assert(queue_.isCurrent());
   if (finished_) return;
   const auto adjusted = adjust(time);
   if (!adjusted) return;  // what was shown during a pause is not for the file, neither now nor later
@@ -82,6 +84,7 @@ void FragmentedMP4Writer::repeat(const PixelBufferRef& pixelBuffer, MediaTime ad
 }
 
 void FragmentedMP4Writer::repeatIfStill(MediaTime hostTime) {
+  assert(queue_.isCurrent());
   if (finished_ || !lastPixelBuffer_) return;
   if (writer_.status() == AssetWriter::Status::failed) {
     // A still screen appends nothing by which the failure would be noticed.

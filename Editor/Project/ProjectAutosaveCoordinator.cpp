@@ -16,7 +16,13 @@ ProjectAutosaveCoordinator::ProjectAutosaveCoordinator(Executor executor, std::c
                                                        Handlers handlers)
     : executor_(std::move(executor)), debounce_(debounce), handlers_(std::move(handlers)) {}
 
+void ProjectAutosaveCoordinator::abandon() {
+  assert(sequence_.isCurrent());
+  isAbandoned_ = true;
+}
+
 void ProjectAutosaveCoordinator::seed(ProjectAutosaveSnapshot snapshot) {
+  assert(sequence_.isCurrent());
   latestSnapshot_ = snapshot;
   lastSavedSnapshot_ = std::move(snapshot);
 }

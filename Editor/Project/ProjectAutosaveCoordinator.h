@@ -59,7 +59,7 @@ class ProjectAutosaveCoordinator : public std::enable_shared_from_this<ProjectAu
   /// abandoned project, which is never written again.
   Task<bool> flush(std::optional<ProjectAutosaveSnapshot> snapshot);
   /// The project is gone: nothing is written any more.
-  void abandon() { isAbandoned_ = true; }
+  void abandon();
 
  private:
   ProjectAutosaveCoordinator(Executor executor, std::chrono::nanoseconds debounce, Handlers handlers);
