@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "DrawKit/BandPool.h"
 #include "DrawKit/Rendering/PreparedPicture.h"
 #include "DrawKit/Rendering/SourceSamples.h"
 

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "DrawKit/BandPool.h"
 #include "DrawKit/Rendering/BlockStore.h"
 #include "DrawKit/Rendering/PlaneGrid.h"
 #include "DrawKit/Rendering/Preparation.h"
@@ -39,8 +38,5 @@ struct PreparedPicture {
   std::vector<BlockStore::Block> blocks;
   std::size_t bytes() const;
 };
-
-/// Does what a `Preparation` says. `result` comes empty. `PreparedPicture` says what becomes of it.
-void prepare(const Preparation& preparation, BlockStore& store, BandPool& pool, PreparedPicture& result);
 
 }  // namespace quillant

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "DrawKit/Rendering/PreparePicture.h"
 #include "DrawKit/Rendering/SlantedPicture.h"
 
 namespace quillant {

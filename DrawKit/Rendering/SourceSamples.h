@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DrawKit/BandPool.h"
 #include "DrawKit/Rendering/PreparedPicture.h"
 
 /// The first steps of a preparation: samples of 8 bits, BT.709, in planes, from what the source is.
