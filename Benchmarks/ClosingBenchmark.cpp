@@ -120,7 +120,7 @@ void closing(benchmark::State& state) {
     state.counters["index_MB"] = megabytes(std::filesystem::file_size(path) - end);
     for (const auto& warning : recording.file().warnings()) state.SkipWithError(warning.c_str());
     if (AssetProbe::probe(path).duration < MediaTime{4 * 3600 - 1, 1})
-      state.SkipWithError("the index does not tell of all four hours");
+      state.SkipWithError("the index does not cover all four hours");
   }
   std::filesystem::remove(path);
 }

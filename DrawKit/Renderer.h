@@ -49,7 +49,7 @@ class Renderer {
     int width = 0;   ///< Of the canvas: even, from 2 to longestSide.
     int height = 0;  ///< The same.
     /// What may be kept of pictures that come again (converted, blurred, scaled), in bytes. What is over is
-    /// let go of, the least recently drawn first. Does not count frames and the working memory of bands.
+    /// evicted, the least recently drawn first. Does not count frames and the working memory of bands.
     std::size_t keptBytes = std::size_t{96} << 20;
   };
   static constexpr int longestSide = 8192;

@@ -72,7 +72,8 @@ TextOutline TextOutline::of(std::span<const std::string_view> parts, const Font&
   const Handle<PangoLayout> layout(pango_layout_new(context.get()));
   pango_layout_set_single_paragraph_mode(layout.get(), TRUE);
 
-  // Each part is told from its neighbours by an attribute, so that no run of glyphs belongs to two of them.
+  // Each part is distinguished from its neighbours by an attribute, so that no run of glyphs belongs to two
+  // of them.
   std::string text;
   std::vector<std::size_t> ends;
   const Handle<PangoAttrList> attributes(pango_attr_list_new());

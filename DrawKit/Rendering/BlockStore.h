@@ -19,7 +19,7 @@ class BlockStore {
   /// At least `size` bytes, of any content.
   Block take(std::size_t size);
   void giveBack(Block block);
-  /// Lets go of what is not in use.
+  /// Frees what is not in use.
   void trim() { free_.clear(); }
 
  private:

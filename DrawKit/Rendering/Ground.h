@@ -15,8 +15,8 @@ class Ground {
 
   /// How many images it has.
   std::size_t layers() const { return layers_; }
-  /// Told how many of the lowest images are as they were in the frame before, once a frame. Answers how many
-  /// are to be kept from now on, if another number than are: those that have stayed for a few frames. 0
+  /// Called once a frame with how many of the lowest images are as they were in the frame before. Answers how
+  /// many are to be kept from now on, if another number than are: those that have stayed for a few frames. 0
   /// otherwise.
   std::size_t next(std::size_t unchanged);
   /// Where they are drawn to; then `keep`.

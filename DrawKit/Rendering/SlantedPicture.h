@@ -6,7 +6,7 @@
 
 namespace quillant {
 
-/// The slower road, for transforms that do not keep rectangles: the samples of an image on the canvas's own
+/// The slower path, for transforms that do not keep rectangles: the samples of an image on the canvas's own
 /// grids, premultiplied by what the image covers of them.
 namespace SlantedPicture {
 

@@ -10,7 +10,7 @@ namespace quillant {
 
 namespace {
 
-/// Whether nobody but us has the picture any more, so that it cannot be drawn again.
+/// Whether no one else holds the picture any more, so that it cannot be drawn again.
 bool isGone(const Preparation& preparation) {
   const auto* picture = std::get_if<PixelBufferRef>(&preparation.source);
   return picture && picture->use_count() == 1;

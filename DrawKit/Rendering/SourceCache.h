@@ -20,7 +20,7 @@ class SourceCache {
   const PreparedPicture& prepared(const Preparation& preparation);
   /// The same on the grids of the canvas, for an image whose transform does not keep rectangles. Not kept.
   const PreparedPicture& slanted(const Image& image, const PreparedPicture* source, const PixelRect& area);
-  /// Lets go of what cannot come again, and of what is over the limit, the least recently drawn first.
+  /// Evicts what cannot come again, and what is over the limit, the least recently drawn first.
   void endFrame();
   void clear();
 

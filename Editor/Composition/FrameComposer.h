@@ -30,7 +30,7 @@ class FrameComposer {
   explicit FrameComposer(std::shared_ptr<WallpaperImageCache> wallpapers);
 
   /// The frame at an output time, its images over one another on a canvas of the instruction's `renderSize`.
-  /// A file that has no picture among `frames` gives way to the next that has one: at a seam a frame still
+  /// For a file that has no picture among `frames` the next one that has is used: at a seam a frame still
   /// comes. Valid up to the next call. Throws `VideoCompositorError` of kind missingInstruction or
   /// missingSourceFrame.
   std::span<const Image> compose(

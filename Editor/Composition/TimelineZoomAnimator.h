@@ -3,7 +3,7 @@
 #include "Editor/Timeline/TimelineSpan.h"
 #include "Editor/Timeline/TimelineZoomAnimationConfiguration.h"
 
-/// How far a zoom has come in at a time.
+/// How far a zoom has progressed at a time.
 namespace quillant::TimelineZoomAnimator {
 
 /// `progress`, brought into 0...1, along the easing's curve.

@@ -68,7 +68,7 @@ void TimelineZoomCanvasTransform::findNeighbours() {
   const auto end = [&](std::size_t i) { return pieces_[i].span.end; };
   const auto byStart = orderedBy(pieces_.size(), start);
   const auto byEnd = orderedBy(pieces_.size(), end);
-  // A search with room to spare; what is within the tolerance is then told by one comparison.
+  // A search with a margin; what is within the tolerance is then decided by one comparison.
   const auto others = [&](const auto& sorted, auto edge, double time, const Piece& piece, auto visit) {
     auto i = std::ranges::lower_bound(sorted, time - 2 * seamTolerance, std::less<>(), edge);
     for (; i != sorted.end() && edge(*i) <= time + 2 * seamTolerance; ++i)

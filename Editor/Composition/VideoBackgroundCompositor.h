@@ -66,7 +66,7 @@ class VideoBackgroundCompositor {
   std::optional<Renderer> renderer_;
   Size rendererSize_;
 
-  SerialQueue renderingQueue_{"quillant.video.compositor"};  ///< The first to go: what it runs uses the rest.
+  SerialQueue renderingQueue_{"quillant.video.compositor"};  ///< Destroyed first: what it runs uses the rest.
 };
 
 }  // namespace quillant

@@ -4,7 +4,7 @@ namespace quillant {
 
 namespace {
 
-/// The short side of the canvas that a document's lengths are told for, in points.
+/// The short side of the canvas that a document's lengths refer to, in points.
 constexpr double referenceSide = 360;
 
 }  // namespace

@@ -34,7 +34,7 @@ struct Built {
   MediaComposition sound;     ///< Sound only.
   Size renderSize;            ///< Pixels.
   Size sourceSize;            ///< Of the main recording, upright, in pixels.
-  double sourceRate = 0;      ///< Frames a second of the main recording; 0 if it does not tell.
+  double sourceRate = 0;      ///< Frames a second of the main recording; 0: unknown.
   double outputDuration = 0;  ///< Seconds; 0 if the edit plays nothing.
 };
 

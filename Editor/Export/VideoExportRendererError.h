@@ -12,7 +12,7 @@ class VideoExportRendererError : public Error {
   enum class Kind {
     missingVideoTrack,
     exportSessionUnavailable,
-    exportCancelled,  ///< No fault: nobody is told.
+    exportCancelled,  ///< Not a failure: not shown to the user.
     emptyTimeline,
     unsupportedFormat,
     gifDestinationUnavailable,

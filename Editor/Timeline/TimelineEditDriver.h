@@ -49,7 +49,7 @@ class TimelineEditDriver {
   const History& history() const { return history_; }
 
   /// What was and what is, once for each call below that made a difference. A handler may call the driver:
-  /// what comes of it is told when all have heard of the first change. It may destroy the driver, too.
+  /// its change is emitted when all have been notified of the first one. It may destroy the driver, too.
   Signal<TimelineEditMoment, TimelineEditMoment> changed;
 
   /// A step of undo is what changes the snapshot; selecting something, or a refusal, is none. Zooms are

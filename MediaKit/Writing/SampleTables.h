@@ -22,8 +22,8 @@ class RunLengths {
   std::vector<std::pair<std::uint32_t, std::uint32_t>> runs_;
 };
 
-/// What an ordinary file's index tells of one track's samples: 4 bytes a sample, and 8 for each that does not
-/// last as long as the one before.
+/// What an ordinary file's index stores of one track's samples: 4 bytes a sample, and 8 for each that does
+/// not last as long as the one before.
 class SampleTables {
  public:
   /// Runs come in the order of their times.
