@@ -103,6 +103,12 @@ TEST_F(CurlHttpClientTest, SendsWhatItIsGivenAndNothingElseOfWeight) {
   EXPECT_TRUE(eventually([this] { return closed == 1; }));
 }
 
+TEST_F(CurlHttpClientTest, SendsNothingInTheClearThroughAProxy) {
+  ::setenv("http_proxy", "http://127.0.0.1:1", 1);
+  EXPECT_EQ(send(*client, get(server.origin())).ending, Ending(418));
+  ::unsetenv("http_proxy");
+}
+
 TEST_F(CurlHttpClientTest, StreamsAGigabyteInFlatMemoryAndReportsEachByteOnce) {
   for (const std::int64_t size : {0, 1, 70'000, 1'000'000'000}) {
     const auto video = file(size);
