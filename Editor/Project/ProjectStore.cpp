@@ -243,7 +243,7 @@ std::vector<ProjectStore::ProjectListItem> ProjectStore::projects() const {
 void ProjectStore::delete_(std::string_view id) const {
   const auto path = documentPath(id);
   std::error_code error;
-  if (!std::filesystem::exists(directory, error)) return;
+  if (!std::filesystem::exists(directory, error) && !error) return;
   const FolderLock lock(directory);
   std::filesystem::remove(path, error);
   if (error) throw FileError("delete", path, error);

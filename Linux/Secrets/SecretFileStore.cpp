@@ -58,7 +58,8 @@ bool SecretFileStore::store(const SecretName& name, const std::string& secret) c
 std::optional<std::string> SecretFileStore::load(const SecretName& name) const {
   const auto file = path(name);
   std::error_code ignored;
-  if (!std::filesystem::exists(std::filesystem::symlink_status(file, ignored))) return std::nullopt;
+  const auto status = std::filesystem::symlink_status(file, ignored);
+  if (status.type() == std::filesystem::file_type::not_found) return std::nullopt;
   return asStoreError([&] {
     PrivateFolder::ensure(folder_);
     PrivateFolder::ensureFile(file);

@@ -134,6 +134,8 @@ TEST_F(ProjectStoreTest, LeavesMissingProjectsAndForeignPathsAlone) {
   EXPECT_THROW(store.createDocument(document("index")), FileError);
   store.delete_("gone");
   EXPECT_FALSE(std::filesystem::exists(folder / "store"));
+  std::filesystem::create_directory_symlink("loop", folder / "loop");
+  EXPECT_THROW(ProjectStore{folder / "loop"}.delete_("A"), FileError) << "nobody knows that it is gone";
   store.createDocument(document("B"));
   std::filesystem::copy(folder / "store" / "B.json", folder / "store" / "A.json");
   EXPECT_FALSE(store.document("A")) << "another project's document under this name";

@@ -52,6 +52,9 @@ TEST(SecretFileStore, RefusesWhatIsNotItsOwnFile) {
   EXPECT_TRUE(std::filesystem::is_empty(home / "elsewhere"));
 
   std::filesystem::remove(home / "secrets");
+  std::filesystem::create_directory_symlink("secrets", home / "secrets");
+  EXPECT_THROW(store.load(name), SecretStoreError) << "what cannot be looked at is not nothing";
+  std::filesystem::remove(home / "secrets");
   std::filesystem::create_directory(home / "secrets");
   std::ofstream(home / "planted") << "someone else's token";
   std::filesystem::create_symlink(home / "planted", store.path(name));
