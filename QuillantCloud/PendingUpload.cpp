@@ -2,16 +2,14 @@
 
 #include <utility>
 
-#include "Core/JSON.h"
+#include "Core/JSONFields.h"
 #include "Core/UUID.h"
 
 namespace quillant {
 
 namespace {
 
-/// Gives every field to `field` with its key: the one list that reading and writing go by.
-template <class Entry, class Field>
-void forEachField(Entry& entry, const Field& field) {
+constexpr auto fields = [](auto& entry, const auto& field) {
   field("id", entry.id);
   field("createdAt", entry.createdAt);
   field("videoPath", entry.videoPath);
@@ -39,39 +37,33 @@ void forEachField(Entry& entry, const Field& field) {
   field("lastError", entry.lastError);
   field("lastAttemptAt", entry.lastAttemptAt);
   field("blockedOnAuth", entry.blockedOnAuth);
-}
+};
 
-struct Writer {
-  Json& json;
+// Dates stand in the file as texts.
 
-  template <class T>
-  void operator()(const char* key, const T& value) const {
-    json[key] = value;
-  }
-  void operator()(const char* key, const Date& date) const { json[key] = date.iso8601(); }
-  template <class T>
-  void operator()(const char* key, const std::optional<T>& value) const {
-    if (value) (*this)(key, *value);
+struct Writer : JSON::FieldWriter {
+  using FieldWriter::FieldWriter;
+  using FieldWriter::operator();
+  void operator()(const char* key, const Date& date) const { (*this)(key, date.iso8601()); }
+  void operator()(const char* key, const std::optional<Date>& date) const {
+    if (date) (*this)(key, *date);
   }
 };
 
-struct Reader {
-  const Json& json;
-
-  template <class T>
-  void operator()(const char* key, T& value) const {
-    value = JSON::required<T>(json, key);
+struct Reader : JSON::FieldReader {
+  using FieldReader::FieldReader;
+  using FieldReader::operator();
+  void operator()(const char* key, std::optional<Date>& date) const {
+    std::optional<std::string> text;
+    (*this)(key, text);
+    date = text ? Date::parseISO8601(*text) : std::nullopt;
+    if (text && !date) throw JSONError(JSONError::Kind::invalidValue, "not a date", key);
   }
   void operator()(const char* key, Date& date) const {
-    const auto parsed = Date::parseISO8601(JSON::required<std::string>(json, key));
-    if (!parsed) throw JSONError(JSONError::Kind::invalidValue, "not a date", key);
-    date = *parsed;
-  }
-  template <class T>
-  void operator()(const char* key, std::optional<T>& value) const {
-    const auto found = json.find(key);
-    value.reset();
-    if (found != json.end() && !found->is_null()) (*this)(key, value.emplace());
+    std::optional<Date> read;
+    (*this)(key, read);
+    if (!read) throw JSONError(JSONError::Kind::missing, "the key is missing", key);
+    date = *read;
   }
 };
 
@@ -119,12 +111,13 @@ void PendingUpload::recordExpiredSignIn(std::string error, Date now) {
 
 void to_json(Json& json, const PendingUpload& entry) {
   json = Json::object();
-  forEachField(entry, Writer{json});
+  fields(entry, Writer(json));
 }
 
 void from_json(const Json& json, PendingUpload& entry) {
-  if (!json.is_object()) JSON::throwWrongType(json, "an object");
-  forEachField(entry, Reader{json});
+  PendingUpload read;
+  fields(read, Reader(json));
+  entry = std::move(read);
 }
 
 }  // namespace quillant
