@@ -32,7 +32,8 @@ bool isId(const std::string& text) {
 std::vector<std::string> names(const PendingUploadStore& store) {
   std::vector<std::string> result;
   std::error_code failed;
-  if (!std::filesystem::exists(std::filesystem::symlink_status(store.directory, failed))) return result;
+  const auto status = std::filesystem::symlink_status(store.directory, failed);
+  if (status.type() == std::filesystem::file_type::not_found) return result;
   PrivateFolder::ensure(store.directory);
   for (auto file = std::filesystem::directory_iterator(store.directory, failed);
        !failed && file != std::filesystem::directory_iterator(); file.increment(failed))
@@ -118,12 +119,12 @@ void PendingUploadStore::removeLitter() const {
       return !std::filesystem::exists(entry, ignored);
     };
     const bool isPoster = name == id + posterExtension;
-    const bool isClaim = name == id + claimExtension;
+    const bool isClaim = name.starts_with(id + claimExtension);
     if (!isId(id) || !(isTemporary || isClaim || (isPoster && hasNoEntry()))) continue;
     try {
       // The file of a claim that nobody has any more goes with this one.
       const auto claimed = claim(id);
-      if (!claimed || !claimed->isExclusive() || isClaim) continue;
+      if (!claimed || isClaim) continue;
       std::error_code ignored;
       if (isTemporary || hasNoEntry()) std::filesystem::remove(directory / name, ignored);
     } catch (const FileError&) {

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
@@ -14,6 +15,13 @@
 namespace quillant {
 
 namespace {
+
+/// By which a claim from another machine counts as left over, on a file system without locks.
+constexpr std::chrono::hours longestRun(24);
+
+std::filesystem::path ownerFile(std::filesystem::path file) {
+  return file += ".owner";
+}
 
 /// The whole file, for `fcntl`. These locks belong to the open file, so that they hold between two threads
 /// of one process too.
@@ -38,11 +46,11 @@ bool isStillAt(const std::filesystem::path& file, const struct stat& opened) {
 
 }  // namespace
 
-UploadClaim::UploadClaim(std::filesystem::path file, FileDescriptor lock, bool isExclusive)
-    : file_(std::move(file)), lock_(std::move(lock)), isExclusive_(isExclusive) {}
+UploadClaim::UploadClaim(std::filesystem::path file, FileDescriptor lock, std::optional<OwnerFile> owner)
+    : file_(std::move(file)), lock_(std::move(lock)), owner_(std::move(owner)) {}
 
 UploadClaim::~UploadClaim() {
-  if (lock_ && isExclusive_) ::unlink(file_.c_str());
+  if (lock_) ::unlink(file_.c_str());
 }
 
 std::optional<UploadClaim> UploadClaim::take(const std::filesystem::path& file) {
@@ -55,15 +63,19 @@ std::optional<UploadClaim> UploadClaim::take(const std::filesystem::path& file) 
     if (!S_ISREG(opened.st_mode)) throw FileError("lock", file, std::make_error_code(std::errc::file_exists));
     auto whole = wholeFile();
     if (::fcntl(lock.get(), F_OFD_SETLK, &whole) != 0) {
-      if (errno == EAGAIN || errno == EACCES) return std::nullopt;
-      return UploadClaim(file, std::move(lock), false);
+      const int error = errno;
+      if (error == EAGAIN || error == EACCES) return std::nullopt;
+      if (!OwnerFile::isNeeded(error)) throw FileError("lock", file, {error, std::generic_category()});
+      auto owner = OwnerFile::take(ownerFile(file), longestRun);
+      if (!owner) return std::nullopt;
+      return UploadClaim(file, std::move(lock), std::move(owner));
     }
     if (!isStillAt(file, opened)) continue;
     const auto process = std::to_string(::getpid());
     // What is written there is only informative.
     [[maybe_unused]] const bool told =
         ::ftruncate(lock.get(), 0) == 0 && ::pwrite(lock.get(), process.data(), process.size(), 0) > 0;
-    return UploadClaim(file, std::move(lock), true);
+    return UploadClaim(file, std::move(lock), std::nullopt);
   }
   throw FileError("lock", file, std::make_error_code(std::errc::device_or_resource_busy));
 }
@@ -71,8 +83,9 @@ std::optional<UploadClaim> UploadClaim::take(const std::filesystem::path& file) 
 std::optional<pid_t> UploadClaim::holder(const std::filesystem::path& file) {
   const auto opened = open(file, O_RDONLY);
   auto whole = wholeFile();
-  if (!opened || ::fcntl(opened.get(), F_OFD_GETLK, &whole) != 0 || whole.l_type == F_UNLCK)
-    return std::nullopt;
+  if (!opened) return std::nullopt;
+  if (::fcntl(opened.get(), F_OFD_GETLK, &whole) != 0) return OwnerFile::owner(ownerFile(file));
+  if (whole.l_type == F_UNLCK) return std::nullopt;
   char text[16];
   const auto size = ::pread(opened.get(), text, sizeof text, 0);
   pid_t process = 0;

@@ -5,11 +5,13 @@
 #include <sys/types.h>
 
 #include "Core/FileDescriptor.h"
+#include "Core/OwnerFile.h"
 
 namespace quillant {
 
 /// The sole right to run one pending upload and to write its files, against other processes and other runs of
-/// this one. It is a lock on a file; the system takes it back from a process that dies.
+/// this one. It is a lock on a file, which the system takes back from a process that dies; where the file
+/// system has no locks, an `OwnerFile` beside it.
 class UploadClaim {
  public:
   /// Nothing if somebody has it. The file is made, and removed when the claim ends. Blocking, but does not
@@ -22,15 +24,12 @@ class UploadClaim {
   UploadClaim& operator=(UploadClaim&& other) = delete;
   ~UploadClaim();
 
-  /// False on a file system that knows no locks: there uploads go on without.
-  bool isExclusive() const { return isExclusive_; }
-
  private:
-  UploadClaim(std::filesystem::path file, FileDescriptor lock, bool isExclusive);
+  UploadClaim(std::filesystem::path file, FileDescriptor lock, std::optional<OwnerFile> owner);
 
   std::filesystem::path file_;
   FileDescriptor lock_;
-  bool isExclusive_;
+  std::optional<OwnerFile> owner_;  ///< What is held where `lock_` cannot be locked.
 };
 
 }  // namespace quillant

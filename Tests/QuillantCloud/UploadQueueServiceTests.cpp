@@ -1,7 +1,12 @@
+#include <cerrno>
+#include <cstdarg>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "Core/AtomicFile.h"
@@ -10,6 +15,21 @@
 #include "QuillantCloud/UploadQueueService.h"
 #include "Tests/QuillantCloud/CloudFakes.h"
 #include "Tests/Support/TemporaryFolder.h"
+
+namespace {
+int lockError = 0;  ///< What locking a file fails with in this program; 0 for nothing.
+}  // namespace
+
+extern "C" int fcntl(int file, int command, ...) {
+  va_list rest;
+  va_start(rest, command);
+  auto* argument = va_arg(rest, void*);
+  va_end(rest);
+  if (lockError == 0 || (command != F_OFD_SETLK && command != F_OFD_GETLK))
+    return static_cast<int>(::syscall(SYS_fcntl, file, command, argument));
+  errno = lockError;
+  return -1;
+}
 
 namespace quillant {
 namespace {
@@ -120,6 +140,28 @@ TEST_F(UploadQueueServiceTest, LeavesAnEntryToWhoeverHasItAndReadsItAgainAfterwa
   answer("ready");
   EXPECT_EQ(resume(), (Service::RunResult{.completed = {a}}));
   EXPECT_TRUE(std::filesystem::is_empty(store.directory));
+}
+
+TEST_F(UploadQueueServiceTest, RunsAnEntryOnceWhereTheFileSystemKnowsNoLocks) {
+  add(a, 20);
+  lockError = ENOLCK;
+  auto other = store.claim(a);
+  EXPECT_EQ(firstState(), Service::EntryState(Service::UnderWay{::getpid()}));
+  EXPECT_EQ(resume(), (Service::RunResult{.underWay = {a}}));
+  other.reset();
+  if (const pid_t child = ::fork(); child == 0) {
+    const auto held = store.claim(a);
+    ::_exit(0);
+  } else {
+    ::waitpid(child, nullptr, 0);
+  }
+  EXPECT_EQ(firstState(), Service::EntryState(Service::Eligible{})) << "its owner was killed";
+  answer("ready");
+  EXPECT_EQ(resume(), (Service::RunResult{.completed = {a}}));
+  EXPECT_TRUE(std::filesystem::is_empty(store.directory));
+  lockError = EIO;
+  EXPECT_THROW(store.claim(a), FileError) << "a failure is not leave to go on";
+  lockError = 0;
 }
 
 TEST_F(UploadQueueServiceTest, NeitherCancellationsNorClocksThatWereWrongCount) {
