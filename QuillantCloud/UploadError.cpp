@@ -40,4 +40,9 @@ struct Describe {
 
 UploadError::UploadError(Reason reason) : Error(std::visit(Describe(), reason)), reason_(std::move(reason)) {}
 
+bool UploadError::isSizeChanged(const Error& error) {
+  const auto* uploadError = dynamic_cast<const UploadError*>(&error);
+  return uploadError != nullptr && std::holds_alternative<SizeChanged>(uploadError->reason());
+}
+
 }  // namespace quillant

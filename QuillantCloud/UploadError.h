@@ -27,6 +27,7 @@ class UploadError : public Error {
   struct SizeChanged {
     std::int64_t queued = 0;
     std::int64_t found = 0;
+    friend bool operator==(const SizeChanged&, const SizeChanged&) = default;
   };
   /// A path that the upload's record cannot hold.
   struct PathNotUTF8 {
@@ -39,6 +40,8 @@ class UploadError : public Error {
   explicit UploadError(Reason reason);
   const Reason& reason() const { return reason_; }
   bool isCancelled() const { return std::holds_alternative<Cancelled>(reason_); }
+  /// Whether `error` says that the file is another one by now: the upload fails however often it is tried.
+  static bool isSizeChanged(const Error& error);
 
  private:
   Reason reason_;

@@ -38,6 +38,8 @@ std::vector<UploadQueueService::EntrySummary> UploadQueueService::sweep(Date now
     EntryState state = Eligible{};
     if (const auto process = store.claimant(entry.id))
       state = UnderWay{*process};
+    else if (const auto change = Uploader::sizeChange(entry))
+      state = *change;
     else if (entry.blockedOnAuth.value_or(false) || !signedIn)
       state = BlockedOnAuth{};
     else if (const double retryIn = secondsUntilDue(entry, now); retryIn > 0)
@@ -66,7 +68,7 @@ Task<UploadQueueService::RunResult> UploadQueueService::resumePending(QuillantAP
     if (!entry) continue;
     if (entry->isFinished())
       store.remove(entry->id);  // its process died between the last answer and this
-    else if (!force && secondsUntilDue(*entry, now) > 0)
+    else if (!force && secondsUntilDue(*entry, now) > 0 && !Uploader::sizeChange(*entry))
       result.skippedBackoff.push_back(entry->id);
     else
       co_await run(uploader, *entry, now, result);
@@ -81,6 +83,11 @@ Task<> UploadQueueService::run(const Uploader& uploader, PendingUpload& entry, D
     co_await uploader.runRemaining(entry, false);
     (entry.completed ? result.completed : result.stillPending).push_back(entry.id);
   } catch (const Error& error) {
+    if (UploadError::isSizeChanged(error)) {
+      result.changed.push_back(entry.id);
+      recordChange(entry, error.description());
+      co_return;
+    }
     result.stillPending.push_back(entry.id);
     const auto* uploadError = dynamic_cast<const UploadError*>(&error);
     result.cancelled = uploadError != nullptr && uploadError->isCancelled();
@@ -112,6 +119,12 @@ void UploadQueueService::recordExpiredSignIn(PendingUpload& entry, Date now) con
   store.saveIfPossible(entry);
   log(fmt::format("upload {} is waiting for sign-in — recording is safe at {}", entry.shortId(),
                   entry.videoPath));
+}
+
+void UploadQueueService::recordChange(PendingUpload& entry, const std::string& error) const {
+  entry.lastError = error;
+  store.saveIfPossible(entry);
+  log(fmt::format("upload {} cannot go on: {} — {}", entry.shortId(), error, entry.videoPath));
 }
 
 void UploadQueueService::recordFailure(PendingUpload& entry, Date now, const std::string& error) const {

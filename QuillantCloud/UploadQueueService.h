@@ -32,7 +32,8 @@ struct UploadQueueService {
     pid_t process = 0;  ///< Which runs it; 0 if that is not known.
     friend bool operator==(const UnderWay&, const UnderWay&) = default;
   };
-  using EntryState = std::variant<BackingOff, Eligible, BlockedOnAuth, UnderWay>;
+  /// A file that has changed ends an upload: it waits for nothing any more.
+  using EntryState = std::variant<BackingOff, Eligible, BlockedOnAuth, UnderWay, UploadError::SizeChanged>;
 
   struct EntrySummary {
     PendingUpload entry;
@@ -43,6 +44,7 @@ struct UploadQueueService {
   /// tried and is in no list.
   struct RunResult {
     std::vector<std::string> completed;
+    std::vector<std::string> changed;  ///< Their file is another one by now; the log says so each time.
     std::vector<std::string> stillPending;
     std::vector<std::string> skippedBackoff;
     std::vector<std::string> underWay;  ///< Left to another run, of this process or another one.
@@ -80,6 +82,7 @@ struct UploadQueueService {
   /// Seconds until the entry's next attempt; zero or less when it is due.
   double secondsUntilDue(const PendingUpload& entry, Date now) const;
   void recordExpiredSignIn(PendingUpload& entry, Date now) const;
+  void recordChange(PendingUpload& entry, const std::string& error) const;
   void recordFailure(PendingUpload& entry, Date now, const std::string& error) const;
 };
 

@@ -27,10 +27,14 @@ bool isAddress(const std::optional<std::string>& text) {
   return text && URL::parse(*text);
 }
 
+bool isWebAddress(const std::string& link) {
+  const auto url = URL::parse(link);
+  return url && url->isWebAddress();
+}
+
 /// The link, if it is one that may be handed out.
 std::string webAddress(std::string link) {
-  const auto url = URL::parse(link);
-  if (!url || !url->isWebAddress()) throw UploadError(UploadError::BadReservation{});
+  if (!isWebAddress(link)) throw UploadError(UploadError::BadReservation{});
   return link;
 }
 
@@ -39,12 +43,9 @@ bool fileExists(const std::string& path) {
   return std::filesystem::exists(path, ignored);
 }
 
-/// What is not the file that was queued is not sent. A file that cannot be read is reported by the transfer.
+/// What is not the file that was queued is not sent.
 void requireQueuedSize(const PendingUpload& entry) {
-  std::error_code failed;
-  const auto size = std::filesystem::file_size(entry.videoPath, failed);
-  if (!failed && static_cast<std::int64_t>(size) != entry.sizeBytes)
-    throw UploadError(UploadError::SizeChanged{entry.sizeBytes, static_cast<std::int64_t>(size)});
+  if (const auto change = Uploader::sizeChange(entry)) throw UploadError(*change);
 }
 
 /// Whether the service says that it no longer holds what was sent.
@@ -163,7 +164,6 @@ Task<std::string> Run::reserve(bool replacingBytes) {
 Task<std::string> Run::create() {
   const auto reservation = co_await uploader_.api->createUpload(
       entry_.title, entry_.sizeBytes, entry_.durationMs, entry_.width, entry_.height);
-  entry_.shareURL = webAddress(reservation.shareURL);
   entry_.videoId = reservation.videoId;
   entry_.slug = reservation.slug;
   entry_.putVideoURL = reservation.putVideoURL;
@@ -172,8 +172,10 @@ Task<std::string> Run::create() {
   leaseURLs();
   setUploaded(entry_, false, false, false);
   entry_.lastError.reset();
+  // What the service has made exists there, whatever its link is worth.
+  if (isWebAddress(reservation.shareURL)) entry_.shareURL = reservation.shareURL;
   save();
-  co_return reservation.shareURL;
+  co_return webAddress(reservation.shareURL);
 }
 
 /// The link and the service's id stay as they are, whatever the answer says of them.
@@ -202,6 +204,7 @@ Task<> Run::sendVideo() {
   uploader_.log("uploading video (" + ByteSize::fileSize(entry_.sizeBytes) + ")…");
   Shipment video{Phase::video, entry_.videoPath, *entry_.putVideoURL, "video/mp4"};
   co_await put(std::move(video));
+  requireQueuedSize(entry_);  // something may still have been writing it
   entry_.videoUploaded = true;
   save();
 }
@@ -270,7 +273,7 @@ Task<> Run::putWithRetry(const Shipment& shipment) {
 // The whole run
 
 Task<> Run::sendAll(bool replacingBytes) {
-  if (!entry_.videoUploaded) requireQueuedSize(entry_);
+  requireQueuedSize(entry_);
   co_await reserve(replacingBytes);
   co_await sendVideo();
   co_await sendPoster();
@@ -314,6 +317,14 @@ Task<> Run::runRemaining(bool replacingBytes) {
 }
 
 }  // namespace
+
+std::optional<UploadError::SizeChanged> Uploader::sizeChange(const PendingUpload& entry) {
+  if (entry.videoUploaded) return std::nullopt;
+  std::error_code failed;
+  const auto size = static_cast<std::int64_t>(std::filesystem::file_size(entry.videoPath, failed));
+  if (failed || size == entry.sizeBytes) return std::nullopt;
+  return UploadError::SizeChanged{entry.sizeBytes, size};
+}
 
 Task<std::string> Uploader::reserve(PendingUpload& entry, bool replacingBytes) const {
   Run run(*this, entry);

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "Core/Task.h"
@@ -37,6 +38,10 @@ struct Uploader {
   /// cancelled.
   std::function<void(const UploadProgress&)> progress = [](const UploadProgress&) {};
   UploadClock clock{};
+
+  /// Whether the entry's video is no longer the file that was queued, so that no run can send it. Blocking;
+  /// of a file that cannot be looked at nothing is said: the transfer reports that.
+  static std::optional<UploadError::SizeChanged> sizeChange(const PendingUpload& entry);
 
   /// Makes sure that the upload exists on the service and its URLs are good, and returns its link. Makes no
   /// request if the entry has all of that. `replacingBytes`: what the service holds is out of date.

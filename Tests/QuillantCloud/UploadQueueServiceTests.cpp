@@ -178,6 +178,25 @@ TEST_F(UploadQueueServiceTest, NeitherCancellationsNorClocksThatWereWrongCount) 
   EXPECT_EQ(resume(), (Service::RunResult{.completed = {a, b}}));
 }
 
+TEST_F(UploadQueueServiceTest, SaysEachTimeThatAFileHasChangedAndTriesNothing) {
+  auto entry = add(a, 20, 1);
+  entry.videoPath = folder / "talk.mp4";
+  std::ofstream(entry.videoPath) << "two";
+  entry.videoUploaded = false;
+  entry.lastAttemptAt = now;
+  store.save(entry);
+  EXPECT_EQ(firstState(), Service::EntryState(UploadError::SizeChanged{1, 3}));
+  for (int run = 0; run < 2; ++run) {
+    EXPECT_EQ(resume(), (Service::RunResult{.changed = {a}})) << "in no pause";
+    EXPECT_EQ(log.back(),
+              "upload AAAAAAAA cannot go on: the file has changed since it was queued (1 bytes "
+              "then, 3 now); upload it again — " +
+                  entry.videoPath);
+    log.clear();
+  }
+  EXPECT_EQ(store.load(a)->attempts, 1);
+}
+
 TEST_F(UploadQueueServiceTest, ReadsItsOwnFilesSweepsWhatKillsLeftAndLeavesTheOthers) {
   add(c, 10);
   add(a, 30);

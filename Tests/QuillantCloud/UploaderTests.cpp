@@ -27,6 +27,7 @@ class ScriptedService : public QuillantUploadAPI, public UploadTransport {
   std::optional<std::string> captionsURL = "https://s/captions";
   std::string status = "ready";
   std::string link = "https://q/slug";
+  std::function<void()> onPut = [] {};
   std::deque<APIError> completeErrors;
   std::deque<std::variant<UploadError, TransportError>> putErrors;
 
@@ -52,6 +53,7 @@ class ScriptedService : public QuillantUploadAPI, public UploadTransport {
   }
   Task<> put(std::filesystem::path, std::string url, std::string contentType, Progress progress) override {
     asked.push_back(url.substr(url.rfind('/') + 1) + " " + contentType);
+    onPut();
     if (!putErrors.empty()) std::visit([](const auto& error) { throw error; }, next(putErrors));
     progress(0.5);
     progress(1);
@@ -210,7 +212,9 @@ TEST_F(UploaderTest, HandsOutNoLinkThatIsNoWebAddress) {
     renew();
     service->link = link;
     EXPECT_EQ(run(), "create, missing/invalid upload reservation") << link;
-    EXPECT_FALSE(isOnDisk());
+    EXPECT_TRUE(isOnDisk() && entry.videoId && !entry.shareURL);
+    EXPECT_EQ(run().substr(0, 10), "refresh v1") << "nothing is created twice";
+    renew();
     reserved(61);
     entry.shareURL = link;
     EXPECT_EQ(run(), "missing/invalid upload reservation") << link;
@@ -246,6 +250,13 @@ TEST_F(UploaderTest, SkipsWhatIsDoneAndWhatCannotBe) {
       {[&] { reserved(61), entry.putVideoURL = "no address"; }, "missing/invalid upload reservation"},
       {[&] { reserved(60), entry.videoPath = folder / "poster.jpg"; },
        "the file has changed since it was queued (1500000 bytes then, 4 now); upload it again"},
+      {[&] {
+         entry.videoPath = folder / "growing.mp4";
+         std::ofstream(entry.videoPath) << std::string(1'500'000, '.');
+         service->onPut = [&] { std::ofstream(entry.videoPath, std::ios::app) << "more"; };
+       },
+       "create, video video/mp4, "
+       "the file has changed since it was queued (1500000 bytes then, 1500004 now); upload it again"},
       // No byte is sent for a link that would be forgotten.
       {[&] {
          std::filesystem::remove_all(store.directory);

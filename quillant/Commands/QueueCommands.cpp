@@ -11,6 +11,7 @@
 #include "QuillantCloud/AuthFlow.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "QuillantCloud/TokenStore.h"
+#include "QuillantCloud/UploadError.h"
 #include "QuillantCloud/UploadQueueService.h"
 #include "quillant/Commands/AccountCommands.h"
 #include "quillant/Commands/Command.h"
@@ -45,7 +46,7 @@ Task<std::optional<UploadQueueService::RunResult>> runQueue(CloudServices servic
 
 int exitCode(const std::optional<UploadQueueService::RunResult>& result) {
   if (!result || result->needAuth) return ExitCode::noPermission;
-  return result->stillPending.empty() ? ExitCode::success : ExitCode::failure;
+  return result->stillPending.empty() && result->changed.empty() ? ExitCode::success : ExitCode::failure;
 }
 
 void describe(const UploadQueueService::RunResult& result) {
@@ -62,7 +63,7 @@ void describe(const UploadQueueService::RunResult& result) {
     Console::print(
         fmt::format("Nothing eligible yet — {} upload(s) backing off. Force with `quillant resume --force`.",
                     result.skippedBackoff.size()));
-  } else if (result.completed.empty() && result.underWay.empty()) {
+  } else if (result.completed.empty() && result.underWay.empty() && result.changed.empty()) {
     Console::print(noUploads);
   }
 }
@@ -87,6 +88,9 @@ struct DescribeState {
     return state.process > 0 ? fmt::format("under way in process {}", state.process)
                              : "under way in another process";
   }
+  std::string operator()(const UploadError::SizeChanged& change) const {
+    return "cannot go on: " + UploadError(change).description();
+  }
 };
 
 void describe(const UploadQueueService::EntrySummary& summary) {
@@ -95,7 +99,8 @@ void describe(const UploadQueueService::EntrySummary& summary) {
   Console::print(fmt::format("  {}  {}  {}{}", entry.shortId(), name,
                              std::visit(DescribeState{}, summary.state),
                              entry.shareURL ? "  " + *entry.shareURL : ""));
-  if (entry.lastError) Console::print("      last error: " + *entry.lastError);
+  const bool isTold = std::holds_alternative<UploadError::SizeChanged>(summary.state);
+  if (entry.lastError && !isTold) Console::print("      last error: " + *entry.lastError);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "QuillantCloud/QuillantAPI.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "QuillantCloud/TokenStore.h"
+#include "QuillantCloud/UploadError.h"
 #include "QuillantCloud/Uploader.h"
 #include "quillant/Commands/AccountCommands.h"
 #include "quillant/Commands/Command.h"
@@ -38,7 +39,7 @@ fs::path existingFile(const std::string& file) {
   std::error_code missing;
   const auto path = fs::canonical(file, missing);
   if (!missing && fs::is_regular_file(path, missing)) return path;
-  tell("no such file: " + file);
+  tell((missing ? "no such file: " : "not a file: ") + file);
   throw Failure{ExitCode::failure};
 }
 
@@ -78,11 +79,28 @@ UploadClaim persist(const CloudServices& services, const PendingUploadStore& sto
   }
 }
 
+/// Takes out of the queue what was to send an earlier state of this file, and can not any more.
+void dropOutdated(const PendingUploadStore& store, const PendingUpload& entry) try {
+  for (const auto& other : store.all()) {
+    if (other.id == entry.id || other.videoPath != entry.videoPath || !Uploader::sizeChange(other)) continue;
+    const auto claim = store.claim(other.id);
+    const auto current = claim ? store.load(other.id) : std::nullopt;
+    if (!current || !Uploader::sizeChange(*current)) continue;
+    store.remove(other.id);
+    tell("the upload of this file as it was before is out of the queue" +
+         (current->shareURL ? "; its link never went live: " + *current->shareURL : ""));
+  }
+} catch (const FileError&) {
+  // They stay, and `status` says what is the matter with them.
+}
+
 /// Notes on disk what the upload waits for.
 Failure record(const Uploader& uploader, PendingUpload& entry, const Error& error) {
   const auto now = uploader.clock.now();
   if (APIError::isTokenExpired(error))
     entry.recordExpiredSignIn(error.description(), now);
+  else if (UploadError::isSizeChanged(error))
+    entry.lastError = error.description();
   else
     entry.recordFailure(error.description(), now);
   uploader.store.saveIfPossible(entry);
@@ -120,9 +138,9 @@ Task<> send(const Uploader& uploader, PendingUpload& entry) {
       tell("recording is safe: " + entry.videoPath);
     } else {
       tell("upload failed: " + error.description());
-      tell("recording is SAFE on disk and the upload is queued.");
+      if (!UploadError::isSizeChanged(error)) tell("recording is SAFE on disk and the upload is queued.");
       tell("  file: " + entry.videoPath);
-      tell("  resume with: quillant status --resume");
+      if (!UploadError::isSizeChanged(error)) tell("  resume with: quillant status --resume");
     }
     throw record(uploader, entry, error);
   }
@@ -144,6 +162,7 @@ Task<int> run(CloudServices services, Options options) {
     auto entry = PendingUpload::make(video, std::nullopt, std::move(options.title), facts.sizeBytes,
                                      facts.durationMs, facts.width, facts.height);
     const auto claim = persist(services, store, entry);
+    dropOutdated(store, entry);
 
     UploadLines lines;
     const Uploader uploader{.api = api,

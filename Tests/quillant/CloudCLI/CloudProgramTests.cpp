@@ -175,7 +175,7 @@ TEST_F(CloudProgramTest, SaysWhatItCannotActOn) {
       {"upload --tilte x", 64, "unknown upload option --tilte"},
       {"upload a.mp4 b.mp4", 64, "unknown upload option b.mp4"},
       {"upload /gone.mp4", 70, "no such file: /gone.mp4"},
-      {"upload /tmp", 70, "no such file: /tmp"},
+      {"upload /tmp", 70, "not a file: /tmp"},
       {"upload {v}", 77, "not signed in — run `quillant login`"},
       {"resume", 77, "cannot resume — not signed in."},
       {"resume --resume", 64, "unknown resume option --resume"},
