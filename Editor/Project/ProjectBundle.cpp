@@ -138,6 +138,25 @@ void checkSources(const ProjectEditorState& state) {
   for (const auto& source : state.timelineEdits.audioSources) check(source.id, source.fileExtension);
 }
 
+Opened openBundle(const fs::path& path) {
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0)
+    throw BundleError(BundleError::Kind::notABundle, fmt::format("{} is no project bundle", path.string()));
+  return {descriptor, path};
+}
+
+std::string readProject(const Opened& bundle) {
+  if (auto project = readEntry(bundle, "project.json")) return std::move(*project);
+  throw BundleError(BundleError::Kind::notABundle,
+                    fmt::format("{} has no project.json", bundle.path().string()));
+}
+
+Opened openScreen(const Opened& bundle) {
+  if (auto screen = openEntry(bundle, "screen.mp4")) return std::move(*screen);
+  throw BundleError(BundleError::Kind::missingMedia,
+                    fmt::format("{} has no screen.mp4", bundle.path().string()));
+}
+
 StagingFolder makeStaging(const fs::path& mediaFolder) {
   const auto folder = absolutePath(mediaFolder);
   std::error_code ignored;  // what cannot be made cannot hold the staging folder either
@@ -172,23 +191,34 @@ void write(const ProjectStore::ExportedProject& project, const fs::path& path) {
   staging.moveTo(target);
 }
 
+Contents read(const fs::path& path) {
+  const auto folder = absolutePath(path);
+  const auto bundle = openBundle(folder);
+  Contents contents{.manifest = JSON::decode<ProjectManifest>(JSON::parse(readProject(bundle)))};
+  if (const auto text = readEntry(bundle, "editorState.json")) {
+    contents.editorState = JSON::decode<ProjectEditorState>(JSON::parse(*text));
+    checkSources(*contents.editorState);
+  }
+  contents.media.screenVideoPath = openScreen(bundle).path().string();
+  contents.media.facecamOffsetMs = contents.manifest.facecamOffsetMs;
+  contents.media.sourceName = contents.manifest.sourceName;
+  if (const auto telemetry = openEntry(bundle, "screen.cursor.json"))
+    contents.media.cursorTelemetryPath = telemetry->path().string();
+  if (const auto facecam = openEntry(bundle, "screen.facecam.mov"))
+    contents.media.facecamVideoPath = facecam->path().string();
+  for (const auto& name : sourceNames(folder, "screen")) openEntry(bundle, name);
+  return contents;
+}
+
 CopiedBundle::CopiedBundle(const fs::path& path, const fs::path& mediaFolder)
     : staging_(makeStaging(mediaFolder)) {
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0)
-    throw BundleError(BundleError::Kind::notABundle, fmt::format("{} is no project bundle", path.string()));
-  const Opened bundle(descriptor, path);
-  auto projectJSON = readEntry(bundle, "project.json");
-  if (!projectJSON)
-    throw BundleError(BundleError::Kind::notABundle, fmt::format("{} has no project.json", path.string()));
-  projectJSON_ = std::move(*projectJSON);
+  const auto bundle = openBundle(path);
+  projectJSON_ = readProject(bundle);
   const auto manifest = JSON::decode<ProjectManifest>(JSON::parse(projectJSON_));
   editorStateJSON_ = readEntry(bundle, "editorState.json");
   if (editorStateJSON_) checkSources(JSON::decode<ProjectEditorState>(JSON::parse(*editorStateJSON_)));
 
-  const auto screen = openEntry(bundle, "screen.mp4");
-  if (!screen)
-    throw BundleError(BundleError::Kind::missingMedia, fmt::format("{} has no screen.mp4", path.string()));
+  const auto screen = openScreen(bundle);
   const auto stem =
       fmt::format("{}-{}", FileNames::fromTitle(manifest.title), UUID::random().text().substr(0, 8));
   const auto add = [&](const Opened& file, const std::string& suffix) {
@@ -196,7 +226,7 @@ CopiedBundle::CopiedBundle(const fs::path& path, const fs::path& mediaFolder)
     copyFile(file, staging_.path() / names_.back());
     return (staging_.parent() / names_.back()).string();
   };
-  media_.screenVideoPath = add(*screen, ".mp4");
+  media_.screenVideoPath = add(screen, ".mp4");
   if (const auto telemetry = openEntry(bundle, "screen.cursor.json"))
     media_.cursorTelemetryPath = add(*telemetry, ".cursor.json");
   if (const auto facecam = openEntry(bundle, "screen.facecam.mov"))

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Core/Error.h"
+#include "Editor/Project/ProjectManifest.h"
 #include "Editor/Project/ProjectStore.h"
 #include "Editor/Project/StagingFolder.h"
 
@@ -37,6 +38,15 @@ namespace ProjectBundle {
 /// at all. Media is hard-linked where the file system allows it and copied elsewhere. Sidecars that have
 /// disappeared are left out.
 void write(const ProjectStore::ExportedProject& project, const std::filesystem::path& path);
+
+/// What a bundle holds, used where it lies.
+struct Contents {
+  ProjectManifest manifest;
+  std::optional<ProjectEditorState> editorState;
+  RecordingHandoffFields media;
+};
+/// Refuses a bundle that names or links anything outside of itself.
+Contents read(const std::filesystem::path& path);
 
 /// A bundle whose media has been copied beside the place where it will lie, and is removed again unless it
 /// becomes a project. Nothing outside the bundle is read and nothing outside the folder is written, whatever

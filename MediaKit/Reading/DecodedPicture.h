@@ -1,6 +1,6 @@
 #pragma once
 
-// Internal to this folder's sources.
+// Internal to MediaKit's sources.
 
 #include "Core/PixelBuffer.h"
 #include "MediaKit/FFmpegHandles.h"

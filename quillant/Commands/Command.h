@@ -40,6 +40,7 @@ inline constexpr int success = 0;
 inline constexpr int usage = 64;
 inline constexpr int failure = 70;
 inline constexpr int noPermission = 77;
+inline constexpr int interrupted = 130;  ///< By Ctrl-C, as shells say it.
 }  // namespace ExitCode
 
 }  // namespace quillant

@@ -3,8 +3,10 @@
 #include "quillant/Commands/CameraContentionCLI.h"
 #include "quillant/Commands/CloudCLI.h"
 #include "quillant/Commands/Console.h"
+#include "quillant/Commands/EditorCLI.h"
 #include "quillant/Commands/HeadlessCLI.h"
 #include "quillant/Commands/HelpCLI.h"
+#include "quillant/Commands/LibraryCLI.h"
 #include "quillant/Commands/SignInCallbackCommand.h"
 #include "quillant/Commands/UnavailableCommand.h"
 #include "quillant/Commands/VerifyAreaCLI.h"
@@ -37,6 +39,8 @@ CommandChain::CommandChain(PlatformServices& services) {
   commands_.push_back(
       std::make_unique<CameraContentionCLI>(services.captureServices(), services.cameraBroker()));
   unavailable({"facecam-bubble-proof"});
+  commands_.push_back(std::make_unique<LibraryCLI>());
+  commands_.push_back(std::make_unique<EditorCLI>());
   commands_.push_back(std::make_unique<SignInCallbackCommand>());
   commands_.push_back(std::make_unique<HelpCLI>());
 }

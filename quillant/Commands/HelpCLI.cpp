@@ -11,12 +11,16 @@ constexpr const char* afterUsage = R"(       quillant login | logout | whoami
        quillant upload <file.mp4> [--title <title>]
        quillant resume [--force]
        quillant status [--resume] [--force]
+       quillant import <video> [--title <title>]
+       quillant projects
+       quillant export <project id | bundle.quillant | video> --output <file.mp4|.mov|.gif> [options]
+       quillant frame <project id | bundle.quillant | video> --at <seconds> --output <file.png|.jpg> [options]
        quillant verify-display | verify-area [--display <displayID>]
        quillant facecam-contention
        quillant --help | --version
        quillant
 
-Records the screen, and shares recordings. Without a command it starts the desktop application.
+Records the screen, makes videos of recordings, and shares them. Without a command it starts the desktop application.
 
   record    record a display until the duration has passed; audio, camera and pointer as asked for
   recover   list what interrupted recordings left in a directory; changes nothing
@@ -24,6 +28,10 @@ Records the screen, and shares recordings. Without a command it starts the deskt
   upload    upload a video and copy its link
   resume    go on with uploads that were interrupted
   status    show the account and the uploads under way
+  import    make a project of a recording and print its id
+  projects  list the projects, and what needs attention
+  export    make a finished video or GIF; quillant export --help tells every choice
+  frame     make a finished picture of one moment
 
   verify-display, verify-area, facecam-contention
             try on this machine that the right display and area are recorded, and that previews of the
@@ -31,7 +39,8 @@ Records the screen, and shares recordings. Without a command it starts the deskt
 
 The cloud commands take --profile <name> to keep several accounts apart.
 
-Exit codes: 0 done, 64 usage error, 70 failure, 77 could not start (permissions, no display, file exists).)";
+Exit codes: 0 done, 64 usage error, 70 failure, 77 could not start (permissions, no display, file exists),
+130 interrupted.)";
 
 }  // namespace
 

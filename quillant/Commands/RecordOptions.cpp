@@ -8,6 +8,7 @@
 
 #include "CaptureEngine/RecordingFiles.h"
 #include "quillant/Commands/Command.h"
+#include "quillant/Commands/ParseNumber.h"
 
 namespace quillant {
 
@@ -41,21 +42,8 @@ class Words {
   std::vector<std::string>::const_iterator end_;
 };
 
-/// Reads a number that fills the whole word; one plus sign may lead.
-template <class Number, class... Format>
-std::optional<Number> number(std::string_view word, Format... format) {
-  if (word.starts_with('+')) {
-    word.remove_prefix(1);
-    if (word.starts_with('-')) return std::nullopt;
-  }
-  Number value{};
-  const auto* end = word.data() + word.size();
-  const auto [stop, error] = std::from_chars(word.data(), end, value, format...);
-  return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
-}
-
 double seconds(const std::string& flag, const std::string& word) {
-  const auto value = number<double>(word, std::chars_format::general);
+  const auto value = parseNumber<double>(word, std::chars_format::general);
   // The parser takes "inf" and "nan" too, which are no decimal numbers.
   if (!value || !std::isfinite(*value) || !(*value > 0))
     throw ParseError(ParseError::InvalidValue{flag, word});
@@ -113,7 +101,7 @@ RecordOptions RecordOptions::parse(const std::vector<std::string>& list) {
 }
 
 std::uint32_t RecordOptions::displayID(const std::string& flag, const std::string& word) {
-  const auto value = number<std::uint32_t>(word, 10);
+  const auto value = parseNumber<std::uint32_t>(word, 10);
   if (!value) throw ParseError(ParseError::InvalidValue{flag, word});
   return *value;
 }

@@ -1,0 +1,368 @@
+#include "Editor/Coordinator/EditorCoordinator.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <system_error>
+#include <utility>
+
+#include "Core/AtomicFile.h"
+#include "Core/DiskExecutor.h"
+#include "Core/QueueTask.h"
+#include "Editor/Captions/CaptionLayout.h"
+#include "Editor/Coordinator/EditFingerprint.h"
+#include "Editor/Coordinator/EditorError.h"
+#include "Editor/Coordinator/PresetNames.h"
+#include "Editor/Export/FrameChain.h"
+#include "Editor/Export/VideoExportSizing.h"
+#include "Editor/Project/ProjectSourceFiles.h"
+#include "Editor/Timeline/TimelineClipList.h"
+#include "MediaKit/Pictures/BGRAPicture.h"
+#include "MediaKit/Pictures/JPEGImage.h"
+#include "MediaKit/Reading/AssetProbe.h"
+
+namespace quillant {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Recording = EditorCoordinator::Recording;
+
+/// A range may miss the ends of the output by this much, in seconds: people type rounded times.
+constexpr double rangeTolerance = 0.05;
+/// A poster is taken so far in, since the very first frame often shows what was there before the subject.
+constexpr double posterTime = 1;
+
+std::optional<fs::path> sideFile(const fs::path& screenVideo, const std::optional<std::string>& given,
+                                 std::string_view extension) {
+  auto path =
+      given ? fs::path(*given) : ProjectSourceFiles::sidecar(screenVideo, primarySourceKey, extension);
+  std::error_code missing;
+  if (!fs::is_regular_file(path, missing)) return std::nullopt;
+  return path;
+}
+
+/// Blocking.
+Recording open(const RecordingHandoffFields& media) {
+  const fs::path video = media.screenVideoPath;
+  const auto asset = AssetProbe::probe(video);
+  const auto tracks = asset.tracksOfKind(MediaTrack::Kind::video);
+  if (tracks.empty()) throw EditorError::noVideoTrack(video);
+  return {.screenVideo = video,
+          .facecam = sideFile(video, media.facecamVideoPath, ProjectSourceFiles::facecamExtension),
+          .facecamOffsetMs = media.facecamOffsetMs,
+          .cursorTelemetry = sideFile(video, media.cursorTelemetryPath, ProjectSourceFiles::cursorExtension),
+          .duration = VideoExportSizing::exportSourceDuration(asset.duration.seconds(),
+                                                              tracks.front().duration.seconds()),
+          .frameRate = tracks.front().nominalFrameRate};
+}
+
+Task<Recording> opened(RecordingHandoffFields media) {
+  co_return open(media);
+}
+
+}  // namespace
+
+/// Everything that an export or a frame needs.
+struct EditorCoordinator::Rendering {
+  fs::path source;
+  VideoExportOptions options;
+  TimelineEditSnapshot edits;
+  CaptionRenderPlan captions;
+  std::shared_ptr<WallpaperImageCache> wallpapers;
+
+  VideoExportRenderer::RenderContext context() const {
+    return VideoExportRenderer::makeRenderContext(source, options, edits, captions);
+  }
+  PixelBufferRef frameAt(const VideoExportRenderer::RenderContext& context, double time) const;
+
+  // Blocking, apart from the coordinator.
+  static Task<VideoExportResult> movie(Rendering rendering, fs::path target,
+                                       std::shared_ptr<VideoExportCancellationToken> token,
+                                       VideoExportRenderer::ProgressHandler progressHandler);
+  static Task<PixelBufferRef> frame(Rendering rendering, double time);
+  static Task<> poster(Rendering rendering, fs::path target, int maxWidth);
+};
+
+Task<VideoExportResult> EditorCoordinator::Rendering::movie(
+    Rendering rendering, fs::path target, std::shared_ptr<VideoExportCancellationToken> token,
+    VideoExportRenderer::ProgressHandler progressHandler) {
+  const bool isGIF = rendering.options.format == VideoExportFormat::gif;
+  const auto& make = isGIF ? VideoExportRenderer::exportGIF : VideoExportRenderer::exportMovie;
+  co_return make(rendering.context(), target, rendering.options, *token, progressHandler,
+                 {.wallpapers = rendering.wallpapers});
+}
+
+PixelBufferRef EditorCoordinator::Rendering::frameAt(const VideoExportRenderer::RenderContext& context,
+                                                     double time) const {
+  FrameChain chain(context.built.instruction, context.built.videoTracks,
+                   {.composingThreads = 0, .findsChanges = false, .wallpapers = wallpapers});
+  // The last frame begins before the end.
+  const double last = std::max(0.0, context.duration - context.frameDuration.seconds());
+  return chain.frame(std::clamp(time, 0.0, last));
+}
+
+Task<PixelBufferRef> EditorCoordinator::Rendering::frame(Rendering rendering, double time) {
+  co_return rendering.frameAt(rendering.context(), time);
+}
+
+Task<> EditorCoordinator::Rendering::poster(Rendering rendering, fs::path target, int maxWidth) {
+  auto context = rendering.context();
+  if (const auto size = context.outputSize; size.width > maxWidth) {
+    rendering.options.resolution = VideoExportResolution::custom;
+    rendering.options.customOutputSize = {static_cast<double>(maxWidth), size.height * maxWidth / size.width};
+    context = rendering.context();
+  }
+  const auto picture = rendering.frameAt(context, std::min(posterTime, context.duration / 2));
+  const auto jpeg = JPEGImage::encode(*BGRAPicture::of(*picture, picture->width, picture->height));
+  AtomicFile::write(target, {reinterpret_cast<const char*>(jpeg.data()), jpeg.size()}, 0600);
+  co_return;
+}
+
+EditorCoordinator::EditorCoordinator(Executor mainThread, Services services)
+    : sequence_(std::move(mainThread)),
+      services_(std::move(services)),
+      // The recording knows where its track is, wherever the driver would look.
+      driver_([this](const fs::path&) -> std::optional<std::string> {
+        if (!recording_ || !recording_->cursorTelemetry) return std::nullopt;
+        return AtomicFile::read(*recording_->cursorTelemetry);
+      }) {
+  planConnection_ = driver_.changed.connect([this](const auto&, const auto&) { plan_.reset(); });
+}
+
+Task<> EditorCoordinator::load(RecordingHandoffFields media) {
+  assert(sequence_.isCurrent());
+  auto recording = co_await runOn(diskExecutor(), opened(std::move(media)));
+  recording_ = std::move(recording);
+  plan_.reset();
+  video_ = {};
+  if (recording_->facecam) video_.facecamSettings = FacecamSettings();
+  driver_.applySnapshot({});
+  if (recording_->facecam)
+    driver_.send(TimelineEvents::EnsureCameraClips{recording_->duration, video_.facecamSettings},
+                 RecordsUndo::no);
+}
+
+ProjectEditorState EditorCoordinator::exportEditorState() const {
+  assert(sequence_.isCurrent());
+  return {.timelineEdits = edits(), .video = video_};
+}
+
+void EditorCoordinator::applyEditorState(const ProjectEditorState& state) {
+  assert(sequence_.isCurrent());
+  driver_.applySnapshot(state.timelineEdits);
+  auto video = state.video.value_or(ProjectVideoEditorState());
+  if (!video.facecamSettings && recording_ && recording_->facecam) video.facecamSettings = FacecamSettings();
+  setVideo(std::move(video));
+}
+
+std::string EditorCoordinator::editFingerprint() const {
+  assert(sequence_.isCurrent());
+  return quillant::editFingerprint(edits(), video_);
+}
+
+void EditorCoordinator::setVideo(ProjectVideoEditorState video) {
+  assert(sequence_.isCurrent());
+  video.cursorOverlay = video.cursorOverlay.clamped();
+  video.insetBalance = video.insetBalance.clamped();
+  video_ = std::move(video);
+}
+
+const Recording& EditorCoordinator::loaded() const {
+  assert(sequence_.isCurrent());
+  if (!recording_) throw EditorError::nothingLoaded();
+  return *recording_;
+}
+
+// ---- Intents ----
+
+void EditorCoordinator::generateAutoZooms(std::string_view presetName) {
+  const auto preset = PresetNames::zoom(presetName);
+  const auto& recording = loaded();
+  driver_.send(
+      TimelineEvents::RegenerateAutoZoomsRequested{recording.screenVideo, recording.duration, preset},
+      RecordsUndo::yes);
+  driver_.clearHistory();
+}
+
+void EditorCoordinator::checkRange(double from, double to) const {
+  loaded();
+  const double duration = outputDuration();
+  if (!(from >= 0 && from < to && to <= duration + rangeTolerance))
+    throw EditorError::splitRangeInvalid(from, to, duration);
+}
+
+void EditorCoordinator::deleteOutputRange(double from, double to) {
+  checkRange(from, to);
+  driver_.send(TimelineEvents::DeleteOutputRange{from, to, recording_->duration}, RecordsUndo::yes);
+}
+
+void EditorCoordinator::setSpeed(double from, double to, double speed) {
+  checkRange(from, to);
+  const double duration = recording_->duration;
+  // From the end: what is changed there moves nothing before it.
+  for (const double time : {to, from})
+    driver_.send(TimelineEvents::SplitClip{time, duration}, RecordsUndo::yes);
+  const auto clips = *edits().effectiveClips(duration);
+  const auto places = TimelineClipList::placed(clips);
+  for (std::size_t i = 0; i < clips.size(); ++i) {
+    const double middle = (places[i].start + places[i].end) / 2;
+    if (middle > from && middle < to)
+      driver_.send(TimelineEvents::SetClipSpeed{clips[i].id, speed, duration}, RecordsUndo::yes);
+  }
+}
+
+void EditorCoordinator::changeFacecam(const std::function<void(FacecamSettings&)>& change) {
+  assert(sequence_.isCurrent());
+  if (!video_.facecamSettings) return;
+  change(*video_.facecamSettings);
+  const auto clips = *edits().cameraClips;
+  for (auto clip : clips) {
+    change(clip.settings);
+    driver_.send(TimelineEvents::UpdateCameraClipSettings{clip.id, clip.settings}, RecordsUndo::yes);
+  }
+}
+
+// ---- Read-outs ----
+
+const TimelineExportEditPlan& EditorCoordinator::plan() const {
+  assert(sequence_.isCurrent());
+  if (!plan_) plan_ = TimelineExportEditPlan::build(recording_ ? recording_->duration : 0, edits());
+  return *plan_;
+}
+
+double EditorCoordinator::outputDuration() const {
+  if (!recording_) return 0;
+  const double edited = editedDuration();
+  return edited > 0 ? edited : recording_->duration;
+}
+
+double EditorCoordinator::editedDuration() const {
+  return recording_ ? plan().outputDuration : 0;
+}
+
+std::optional<double> EditorCoordinator::sourceTime(double outputTime) const {
+  return plan().sourceTime(outputTime);
+}
+
+double EditorCoordinator::clipSpeed(double outputTime) const {
+  if (!plan().sourceTime(outputTime)) return 1;
+  return plan().segment(outputTime)->speed;
+}
+
+std::size_t EditorCoordinator::autoZoomCount() const {
+  return static_cast<std::size_t>(
+      std::ranges::count(*edits().zoomRegions, TimelineZoomMode::auto_, &TimelineZoomRegion::mode));
+}
+
+bool EditorCoordinator::recordingCameraShows() const {
+  assert(sequence_.isCurrent());
+  if (!recording_ || !recording_->facecam) return false;
+  return std::ranges::any_of(edits().resolvedCameraClips(recording_->duration, video_.facecamSettings),
+                             [](const TimelineCameraClip& clip) { return clip.settings.enabled; });
+}
+
+VideoExportFrameRate EditorCoordinator::sourceRate() const {
+  constexpr double fastest = 60;
+  return loaded().frameRate > fastest ? VideoExportFrameRate::fps60 : VideoExportFrameRate::source;
+}
+
+// ---- Results ----
+
+TimelineEditSnapshot EditorCoordinator::renderEdits() const {
+  auto result = edits();
+  if (recordingCameraShows()) return result;
+  // Added files may have cameras of their own, which the layouts of their clips are about.
+  if (result.sources.empty()) result.clearCameraLayouts(recording_->duration);
+  result.cameraClips = {};
+  return result;
+}
+
+VideoExportOptions EditorCoordinator::makeVisualOptions(VideoExportOptions choices) const {
+  choices.styling = VideoBackgroundStyling::of(video_);
+  choices.cropSelection.reset();
+  if (!video_.cropSelection.isPassthrough()) choices.cropSelection = video_.cropSelection;
+  choices.cursorOverlay = CursorOverlaySettings::hidden();
+  choices.cursorTelemetry.reset();
+  if (recording_->cursorTelemetry && video_.cursorOverlay.isVisible)
+    choices.cursorOverlay = video_.cursorOverlay;
+  // A zoom follows the cursor whether it is seen or not.
+  if (video_.cursorOverlay.isVisible || !edits().zoomRegions.empty())
+    choices.cursorTelemetry = recording_->cursorTelemetry;
+  choices.facecamVideo.reset();
+  choices.facecamOffsetMs.reset();
+  if (recordingCameraShows()) {
+    choices.facecamVideo = recording_->facecam;
+    choices.facecamOffsetMs = recording_->facecamOffsetMs;
+  }
+  choices.facecamFallbackSettings = video_.facecamSettings;
+  return choices;
+}
+
+Task<CaptionRenderPlan> EditorCoordinator::captionPlan(bool burnsCaptions) {
+  if (!burnsCaptions) co_return CaptionRenderPlan();
+  if (services_.captions)
+    if (const auto missing = co_await services_.captions->missing(edits()); !missing.empty())
+      throw CaptionsNotReady(missing.front());
+  if (!edits().captions) co_return CaptionRenderPlan();
+  co_return CaptionRenderPlan{.blocks = CaptionLayout::blocks(edits(), plan()),
+                              .style = edits().captions->style};
+}
+
+Task<EditorCoordinator::Rendering> EditorCoordinator::makeRendering(VideoExportOptions choices,
+                                                                    bool burnsCaptions) {
+  auto captions = co_await captionPlan(burnsCaptions);
+  co_return Rendering{.source = recording_->screenVideo,
+                      .options = makeVisualOptions(std::move(choices)),
+                      .edits = renderEdits(),
+                      .captions = std::move(captions),
+                      .wallpapers = services_.wallpapers};
+}
+
+Task<VideoExportResult> EditorCoordinator::exportMP4(std::filesystem::path target,
+                                                     EditorExportQuality quality, bool burnsCaptions,
+                                                     VideoExportRenderer::ProgressHandler progressHandler) {
+  loaded();
+  const auto resolution = quality == EditorExportQuality::p1080  ? VideoExportResolution::p1080
+                          : quality == EditorExportQuality::p720 ? VideoExportResolution::p720
+                                                                 : VideoExportResolution::source;
+  VideoExportOptions choices{
+      .resolution = resolution, .format = VideoExportFormat::mp4, .frameRate = sourceRate()};
+  co_return co_await exportVideo(std::move(target), std::move(choices), burnsCaptions,
+                                 std::move(progressHandler));
+}
+
+Task<VideoExportResult> EditorCoordinator::exportVideo(std::filesystem::path target,
+                                                       VideoExportOptions choices, bool burnsCaptions,
+                                                       VideoExportRenderer::ProgressHandler progressHandler) {
+  loaded();
+  const auto token = std::make_shared<VideoExportCancellationToken>();
+  activeExportToken_ = token;
+  auto rendering = co_await makeRendering(std::move(choices), burnsCaptions);
+  // Exports take minutes: the threads that others wait for are not theirs.
+  SerialQueue queue("quillant.export");
+  co_return co_await runOn(
+      queue, Rendering::movie(std::move(rendering), std::move(target), token, std::move(progressHandler)));
+}
+
+void EditorCoordinator::cancelExport() {
+  assert(sequence_.isCurrent());
+  if (activeExportToken_) activeExportToken_->cancel();
+}
+
+Task<PixelBufferRef> EditorCoordinator::composedFrame(double outputTime, VideoExportOptions choices,
+                                                      bool burnsCaptions) {
+  loaded();
+  auto rendering = co_await makeRendering(std::move(choices), burnsCaptions);
+  co_return co_await runOn(diskExecutor(), Rendering::frame(std::move(rendering), outputTime));
+}
+
+Task<> EditorCoordinator::writeSharePoster(std::filesystem::path target, int maxWidth) {
+  loaded();
+  const bool burnsCaptions = edits().captions && edits().captions->on;
+  VideoExportOptions choices{.frameRate = sourceRate()};
+  auto rendering = co_await makeRendering(std::move(choices), burnsCaptions);
+  co_await runOn(diskExecutor(), Rendering::poster(std::move(rendering), std::move(target), maxWidth));
+}
+
+}  // namespace quillant

@@ -1,0 +1,138 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Core/OwningSequence.h"
+#include "Core/PixelBuffer.h"
+#include "Core/Task.h"
+#include "Editor/Composition/CaptionRenderPlan.h"
+#include "Editor/Composition/TimelineExportEditPlan.h"
+#include "Editor/Composition/WallpaperImageCache.h"
+#include "Editor/Coordinator/CaptionTargets.h"
+#include "Editor/Export/VideoExportRenderer.h"
+#include "Editor/Project/EditorStateHolding.h"
+#include "Editor/Project/RecordingSession.h"
+#include "Editor/Timeline/TimelineEditDriver.h"
+
+namespace quillant {
+
+/// The sizes that an export without further choices offers.
+enum class EditorExportQuality { source, p1080, p720 };
+
+/// The open recording: its edit, how it is framed, and what is made of it. Views send it intents and ask it
+/// what to show; exports start here.
+///
+/// Belongs to one thread, the main one, whose executor it is given; its tasks are awaited there, and it
+/// outlives them. Files are read and written on other threads.
+class EditorCoordinator : public EditorStateHolding {
+ public:
+  struct Recording {
+    std::filesystem::path screenVideo;
+    std::optional<std::filesystem::path> facecam;
+    std::optional<std::int64_t> facecamOffsetMs;  ///< The camera's start less the screen's.
+    std::optional<std::filesystem::path> cursorTelemetry;
+    double duration = 0;   ///< Seconds.
+    double frameRate = 0;  ///< Frames a second; 0 if the file does not tell.
+  };
+
+  struct Services {
+    std::shared_ptr<WallpaperImageCache> wallpapers;  ///< None: every wallpaper is black.
+    std::shared_ptr<CaptionTargets> captions;         ///< None: what is transcribed is all there is.
+  };
+
+  EditorCoordinator(Executor mainThread, Services services);
+
+  /// Opens a recording in the place of what was open, looking as a new project does. Side files that are not
+  /// named are looked for beside the video; one that does not exist does not count. Throws `EditorError` of
+  /// kind noVideoTrack, and `FileError` or `MediaError` for a file that cannot be read; then nothing changes.
+  Task<> load(RecordingHandoffFields media);
+  const std::optional<Recording>& recording() const { return recording_; }
+
+  // A saved edit, of the recording that is loaded.
+  ProjectEditorState exportEditorState() const override;
+  void applyEditorState(const ProjectEditorState& state) override;
+  /// As `quillant::editFingerprint`.
+  std::string editFingerprint() const;
+
+  TimelineEditDriver& driver() { return driver_; }
+  const TimelineEditSnapshot& edits() const { return driver_.state().snapshot; }
+  /// Backdrop and framing, cursor, crop, and how the camera shows where no camera clip says it.
+  const ProjectVideoEditorState& video() const { return video_; }
+  void setVideo(ProjectVideoEditorState video);
+
+  // Intents. Times are seconds of output. They throw `EditorError` of kind nothingLoaded; what the rules of
+  // the edit refuse is told by the driver's status.
+
+  /// In the place of the automatic zooms that there are. Throws `EditorError` for a name that no preset has.
+  /// No undo leads back across it.
+  void generateAutoZooms(std::string_view presetName);
+  /// Cuts a stretch out. Throws `EditorError` of kind splitRangeInvalid.
+  void deleteOutputRange(double from, double to);
+  /// Has a stretch play at one of `TimelineClipSpeed::allowed`. Throws `EditorError` of kind
+  /// splitRangeInvalid.
+  void setSpeed(double from, double to, double speed);
+  /// Of the camera everywhere: in every camera clip, and where there is none.
+  void changeFacecam(const std::function<void(FacecamSettings&)>& change);
+
+  // Read-outs.
+
+  /// Seconds: of the edit or, where that plays nothing, of the recording; 0 with nothing loaded.
+  double outputDuration() const;
+  /// Seconds of what the edit plays; 0 with nothing loaded.
+  double editedDuration() const;
+  /// None outside of the output.
+  std::optional<double> sourceTime(double outputTime) const;
+  /// 1 outside of the output.
+  double clipSpeed(double outputTime) const;
+  std::size_t autoZoomCount() const;
+  /// Whether the recording's own camera is seen at all.
+  bool recordingCameraShows() const;
+  /// The recording's rate, at most 60 frames a second.
+  VideoExportFrameRate sourceRate() const;
+
+  // Results. `choices` are size, rate, quality and format; the look in them is replaced by this edit's. Each
+  // throws `EditorError` of kind nothingLoaded, `CaptionsNotReady`, and what `VideoExportRenderer` throws.
+
+  /// An MP4 at the recording's rate, at most 60 frames a second.
+  Task<VideoExportResult> exportMP4(std::filesystem::path target, EditorExportQuality quality,
+                                    bool burnsCaptions, VideoExportRenderer::ProgressHandler progressHandler);
+  /// In the format that the choices name. `progressHandler` is called on a thread of the export. One export
+  /// at a time.
+  Task<VideoExportResult> exportVideo(std::filesystem::path target, VideoExportOptions choices,
+                                      bool burnsCaptions,
+                                      VideoExportRenderer::ProgressHandler progressHandler);
+  /// Ends the export that is going on, if there is one.
+  void cancelExport();
+  /// The finished frame at an output time, which is brought into the output.
+  Task<PixelBufferRef> composedFrame(double outputTime, VideoExportOptions choices, bool burnsCaptions);
+  /// An early frame as a JPEG, at most so many pixels wide.
+  Task<> writeSharePoster(std::filesystem::path target, int maxWidth);
+
+ private:
+  struct Rendering;
+
+  const Recording& loaded() const;
+  const TimelineExportEditPlan& plan() const;
+  void checkRange(double from, double to) const;
+  TimelineEditSnapshot renderEdits() const;
+  VideoExportOptions makeVisualOptions(VideoExportOptions choices) const;
+  Task<CaptionRenderPlan> captionPlan(bool burnsCaptions);
+  Task<Rendering> makeRendering(VideoExportOptions choices, bool burnsCaptions);
+
+  const OwningSequence sequence_;
+  const Services services_;
+  std::optional<Recording> recording_;
+  TimelineEditDriver driver_;
+  ProjectVideoEditorState video_;
+  mutable std::optional<TimelineExportEditPlan> plan_;  ///< Of the edit as it is; none until it is asked for.
+  Connection planConnection_;
+  std::shared_ptr<VideoExportCancellationToken> activeExportToken_;
+};
+
+}  // namespace quillant

@@ -1,0 +1,150 @@
+#include "quillant/Commands/LibraryCLI.h"
+
+#include <exception>
+#include <filesystem>
+#include <fmt/format.h>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "CaptureEngine/RecordingFiles.h"
+#include "Core/Date.h"
+#include "Core/DiskExecutor.h"
+#include "Core/UUID.h"
+#include "Editor/Coordinator/EditorError.h"
+#include "Editor/Project/ProjectLibrary.h"
+#include "Editor/Timeline/PlaybackTime.h"
+#include "MediaKit/Reading/AssetProbe.h"
+#include "QuillantCloud/QuillantConfig.h"
+#include "quillant/Commands/Console.h"
+
+namespace quillant {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Words = std::vector<std::string>;
+using Item = ProjectStore::ProjectListItem;
+
+struct UsageError {
+  std::string text;
+};
+
+struct ImportOptions {
+  std::string video;
+  std::optional<std::string> title;
+};
+
+ImportOptions importOptions(const Words& words) {
+  ImportOptions options;
+  for (auto word = words.begin(); word != words.end(); ++word) {
+    if (*word == "--title") {
+      if (++word == words.end()) throw UsageError{"--title requires a value"};
+      options.title = *word;
+    } else if (word->starts_with("-") || !options.video.empty()) {
+      throw UsageError{"unknown import option " + *word};
+    } else {
+      options.video = *word;
+    }
+  }
+  if (options.video.empty()) throw UsageError{"import requires a <video>"};
+  return options;
+}
+
+std::optional<std::string> ifThere(const fs::path& path) {
+  std::error_code missing;
+  return fs::is_regular_file(path, missing) ? std::optional(path.string()) : std::nullopt;
+}
+
+Task<int> import(ProjectLibrary library, ImportOptions options) {
+  // As it lies: the project finds it from any folder, and not through a link that may change.
+  std::error_code missing;
+  const auto video = fs::canonical(options.video, missing);
+  if (missing) {
+    Console::writeError("quillant: no such file: " + options.video + "\n");
+    co_return ExitCode::failure;
+  }
+  if (AssetProbe::probe(video).tracksOfKind(MediaTrack::Kind::video).empty())
+    throw EditorError::noVideoTrack(video);
+  for (const auto& project : co_await library.projects())
+    if (project.recordingPath == video.string()) {
+      Console::writeError("quillant: this recording has a project already, “" + project.title + "”\n");
+      Console::print(project.id);
+      co_return ExitCode::success;
+    }
+  RecordingHandoffFields media{.screenVideoPath = video.string(),
+                               .cursorTelemetryPath = ifThere(RecordingFiles::cursorTelemetry(video)),
+                               .facecamVideoPath = ifThere(RecordingFiles::facecam(video))};
+  const auto now = Date::now().iso8601();
+  ProjectStore::CreateOptions created{.id = UUID::random().text(),
+                                      .title = options.title.value_or(video.stem().string()),
+                                      .createdAt = now,
+                                      .updatedAt = now};
+  const auto document = co_await library.create(std::move(media), std::move(created));
+  Console::print(document.id);
+  co_return ExitCode::success;
+}
+
+/// The recording's length; none, and why in `attention`, if it cannot be read.
+std::string length(const Item& project, std::vector<std::string>& attention) {
+  const fs::path recording = project.recordingPath.value_or("");
+  std::error_code missing;
+  if (!fs::exists(recording, missing)) {
+    attention.push_back("recording missing: " + recording.string());
+    return "-";
+  }
+  try {
+    return formatPlaybackTime(AssetProbe::probe(recording).duration.seconds());
+  } catch (const Error& error) {
+    attention.push_back("recording unreadable: " + error.description());
+    return "-";
+  }
+}
+
+Task<int> list(ProjectLibrary library) {
+  const auto projects = co_await library.projects();
+  if (projects.empty()) Console::print("quillant: no projects");
+  for (const auto& project : projects) {
+    std::vector<std::string> attention;
+    const auto duration = length(project, attention);
+    if (project.interruptedCause) attention.push_back(*project.interruptedCause);
+    if (project.shareStatus == ProjectShareStatus::pending) attention.push_back("upload not finished");
+    std::string notes;
+    for (const auto& note : attention) notes += (notes.empty() ? " — " : "; ") + note;
+    Console::print(
+        fmt::format("{}  {}  {:>7}  {}{}", project.id, project.createdAt, duration, project.title, notes));
+  }
+  co_return ExitCode::success;
+}
+
+}  // namespace
+
+const char* const LibraryCLI::usage =
+    "usage: quillant import <video> [--title <text>]\n       quillant projects";
+
+int LibraryCLI::run(const Arguments& arguments) {
+  const Words words(arguments.begin() + 2, arguments.end());
+  if (words == Words{"--help"}) {
+    Console::print(usage);
+    return ExitCode::success;
+  }
+  try {
+    std::optional<ImportOptions> imported;
+    if (arguments[1] == "import")
+      imported = importOptions(words);
+    else if (!words.empty())
+      throw UsageError{"unknown projects option " + words.front()};
+    const ProjectLibrary library(QuillantConfig::projectsDirectory());
+    return runBlocking(imported ? import(library, *imported) : list(library), diskExecutor());
+  } catch (const UsageError& error) {
+    Console::writeError(fmt::format("quillant: {}\n{}\n", error.text, usage));
+    return ExitCode::usage;
+  } catch (const std::exception& error) {
+    Console::writeError(fmt::format("quillant: {}\n", error.what()));
+    return ExitCode::failure;
+  }
+}
+
+}  // namespace quillant
