@@ -40,7 +40,9 @@ namespace quillant {
 ///   unbounded canvas of the same grid, of blurX and blurY (half of them for chroma).
 ///
 /// All this holds within the rounding of fixed-point numbers: at least 50 dB of luma and 45 dB of chroma, and
-/// a flat colour within 1. The bytes do not depend on the threads, the instruction set or the frames before.
+/// a flat colour within 1. Only blurs of less than a sample of the source's plane are worked out on its grid,
+/// and come no nearer than 38 dB of luma and 35 dB of chroma. The bytes do not depend on the threads, the
+/// instruction set or the frames before.
 ///
 /// One thread at a time. Frames may be released on any thread and may outlive the renderer.
 class Renderer {

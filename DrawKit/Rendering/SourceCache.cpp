@@ -8,15 +8,13 @@
 
 namespace quillant {
 
-namespace {
-
-/// Whether no one else holds the picture any more, so that it cannot be drawn again.
-bool isGone(const Preparation& preparation) {
-  const auto* picture = std::get_if<PixelBufferRef>(&preparation.source);
-  return picture && picture->use_count() == 1;
+bool SourceCache::isGone(const Entry& entry) const {
+  const auto& source = entry.picture.preparation.source;
+  const auto* picture = std::get_if<PixelBufferRef>(&source);
+  return picture && picture->use_count() == std::ranges::count_if(entries_, [&](const auto& other) {
+                      return other->picture.preparation.source == source;
+                    });
 }
-
-}  // namespace
 
 const PreparedPicture& SourceCache::prepared(const Preparation& preparation) {
   const auto found = std::ranges::find_if(
@@ -55,12 +53,10 @@ void SourceCache::release(std::unique_ptr<Entry> entry) {
 void SourceCache::endFrame() {
   for (auto& entry : slanted_) release(std::move(entry));
   slanted_.clear();
-  const auto stays = [&](const auto& entry) {
-    return entry->lastDrawn == frame_ || !isGone(entry->picture.preparation);
-  };
-  const auto gone = std::stable_partition(entries_.begin(), entries_.end(), stays);
-  std::for_each(gone, entries_.end(), [&](auto& entry) { release(std::move(entry)); });
-  entries_.erase(gone, entries_.end());
+  for (auto& entry : entries_) entry->stays = entry->lastDrawn == frame_ || !isGone(*entry);
+  const auto gone = std::ranges::partition(entries_, [](const auto& entry) { return entry->stays; });
+  std::ranges::for_each(gone, [&](auto& entry) { release(std::move(entry)); });
+  entries_.erase(gone.begin(), gone.end());
 
   std::size_t kept = 0;
   for (const auto& entry : entries_) kept += entry->picture.bytes();

@@ -28,8 +28,12 @@ class SourceCache {
   struct Entry {
     PreparedPicture picture;
     std::uint64_t lastDrawn = 0;
+    bool stays = true;  ///< Beyond the end of the frame.
   };
 
+  /// Whether nobody but this cache has the picture any more, so that it cannot be drawn again. A picture may
+  /// have several entries: a video and its shadow.
+  bool isGone(const Entry& entry) const;
   std::unique_ptr<Entry> newEntry();
   void release(std::unique_ptr<Entry> entry);
 

@@ -81,6 +81,7 @@ void FrameComposer::makeComposedImage(const File& file, double outputTime, const
 }
 
 void FrameComposer::prepare(const std::shared_ptr<const VideoBackgroundCompositionInstruction>& instruction) {
+  instruction_ = nullptr;  // of what is half prepared, if memory runs out
   files_.clear();
   fileOf_.assign(instruction->edit->sourceCount(), 0);
   files_.push_back(prepared(*instruction));

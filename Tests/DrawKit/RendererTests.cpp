@@ -1,3 +1,6 @@
+// The scalar target is among those that are compared.
+#define HWY_COMPILE_ALL_ATTAINABLE
+
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -10,7 +13,7 @@
 #include "Core/PixelRects.h"
 #include "DrawKit/DrawingError.h"
 #include "DrawKit/Renderer.h"
-#include "Tests/DrawKit/Allocations.h"
+#include "Tests/Support/Drawing/Allocations.h"
 #include "Tests/Support/Drawing/PlainRenderer.h"
 #include "Tests/Support/Drawing/TestPictures.h"
 
@@ -148,6 +151,23 @@ TEST(Renderer, ComesNearThePlainRenderer) {
   }
 }
 
+// A blur of less than a sample is worked out on the source's grid, not on the canvas's.
+TEST(Renderer, ComesNearWithTheFinestBlurs) {
+  BandPool pool(2);
+  const Rect frame{20.25, 12.5, 215.5, 119};
+  for (const int columns : {97, 320})
+    for (const double sigma : {0.05, 0.3, 0.8})
+      for (const auto edges : {Image::BlurEdges::fading, Image::BlurEdges::extended}) {
+        const Image blurred[] = {
+            placed(patterned(PixelFormat::i420, columns, columns * 9 / 16), frame).blurred(sigma, edges)};
+        Renderer renderer({.width = width, .height = height}, pool);
+        const auto found =
+            PlainRenderer::compare(*renderer.render(blurred), PlainRenderer::render(blurred, width, height));
+        EXPECT_GE(found.luma, 38) << sigma << " of " << columns;
+        EXPECT_GE(found.chroma, 35) << sigma << " of " << columns;
+      }
+}
+
 std::vector<std::uint8_t> bytesOf(const PixelBuffer& frame) {
   std::vector<std::uint8_t> bytes;
   for (int plane = 0; plane < 3; ++plane)
@@ -170,7 +190,9 @@ TEST(Renderer, GivesTheSameBytesOnAnyThreadsAndInstructions) {
   for (const int threads : {2, 7})
     for (std::size_t i = 0; i < all.size(); ++i)
       EXPECT_TRUE(drawn(all[i].images, threads) == expected[i]) << all[i].name << " on " << threads;
+  std::string compared;
   for (const auto target : hwy::SupportedAndGeneratedTargets()) {
+    compared.append(compared.empty() ? "" : " ").append(hwy::TargetName(target));
     hwy::SetSupportedTargetsForTest(target);
     hwy::GetChosenTarget().Update(target);
     for (std::size_t i = 0; i < all.size(); ++i)
@@ -178,6 +200,8 @@ TEST(Renderer, GivesTheSameBytesOnAnyThreadsAndInstructions) {
   }
   hwy::SetSupportedTargetsForTest(0);
   hwy::GetChosenTarget().DeInit();
+  RecordProperty("targets", compared);
+  EXPECT_TRUE(compared.ends_with("EMU128") || compared.ends_with("SCALAR")) << compared;
 }
 
 // A frame that follows others is the one that is drawn alone, tells where it differs, and outlives what drew
@@ -235,24 +259,34 @@ TEST(Renderer, DrawsOnlyWhatChangesAndNothingElseDiffers) {
     EXPECT_TRUE(bytesOf(*held[i]) == drawn(frames[3 * i], 1)) << i;
 }
 
-TEST(Renderer, AllocatesNothingOnceWarm) {
+// As a recording comes: each frame a picture of its own, drawn twice, as a video and as its shadow.
+TEST(Renderer, AllocatesNothingOnceWarmAndLetsGoOfPictures) {
   BandPool pool(2);
   Renderer renderer({.width = width, .height = height}, pool);
-  const auto scene = everything();
-  const PixelBufferRef videos[] = {patterned(PixelFormat::i420, 700, 400),
-                                   patterned(PixelFormat::i420, 700, 400, {}, 1)};
+  constexpr std::size_t warm = 8;
+  std::vector<PixelBufferRef> videos;
+  std::vector<std::weak_ptr<const PixelBuffer>> seen;
+  for (int i = 0; i < 16; ++i) {
+    videos.push_back(patterned(PixelFormat::i420, 700, 400, {}, i));
+    seen.push_back(videos.back());
+  }
+  auto scene = everything();
+  scene.insert(scene.begin() + 3, scene[3].blurred(5, Image::BlurEdges::fading));
   Images images;
-  const auto draw = [&](int i) {
+  std::size_t before = 0;
+  for (std::size_t i = 0; i < videos.size(); ++i) {
+    if (i == warm) before = Allocations::count();
     images.assign(scene.begin(), scene.end());
-    images[3].source = videos[i % 2];
-    images[3].crop = {0, 0, 700, 400};
-    for (Image& image : images)
-      image = image.transformed(AffineTransform::scale(1 + i % 2 * 0.01, 1 + i % 2 * 0.01));
+    images[3].source = images[4].source = std::move(videos[i]);
+    images[3].crop = images[4].crop = {0, 0, 700, 400};
+    for (Image& image : images) {
+      const double zoom = 1 + static_cast<double>(i % 2) * 0.01;
+      image = image.transformed(AffineTransform::scale(zoom, zoom));
+    }
     renderer.render(images);
-  };
-  for (int i = 0; i < 8; ++i) draw(i);
-  const auto before = Allocations::count();
-  for (int i = 0; i < 8; ++i) draw(i);
+    images.clear();
+    for (std::size_t old = 0; old + 1 < i; ++old) EXPECT_TRUE(seen[old].expired()) << old << " at " << i;
+  }
   EXPECT_EQ(Allocations::count(), before);
 }
 

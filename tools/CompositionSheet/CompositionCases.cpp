@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "Editor/Composition/WallpaperFolder.h"
 #include "Editor/Project/BackgroundPresets.h"
 
 namespace quillant {
@@ -218,7 +219,7 @@ std::vector<CompositionCase> compositionCases() {
 }
 
 std::shared_ptr<WallpaperImageCache> compositionWallpapers() {
-  return std::make_shared<WallpaperImageCache>(QUILLANT_WALLPAPERS);
+  return std::make_shared<WallpaperImageCache>(wallpaperFolder());
 }
 
 }  // namespace quillant

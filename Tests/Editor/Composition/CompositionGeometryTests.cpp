@@ -9,6 +9,7 @@
 #include "Editor/Composition/VideoBackgroundStyling.h"
 #include "Editor/Composition/VideoInsetGeometry.h"
 #include "Editor/Composition/VideoPlacement.h"
+#include "Editor/Composition/WallpaperFolder.h"
 #include "Editor/Composition/WallpaperImageCache.h"
 #include "Tests/Support/Pixels.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -186,6 +187,18 @@ TEST(WallpaperImageCache, ReadsPicturesOfItsFolderOnly) {
   EXPECT_EQ(cache.image("sea"), cache.image("sea")) << "read once";
   for (const std::string name : {"", "land", "../outside", "sea.png"})
     EXPECT_EQ(cache.image(name), nullptr) << name;
+}
+
+TEST(WallpaperFolder, LiesBesideABuiltProgramAndInThePrefixOfAnInstalledOne) {
+  const TemporaryFolder folder;
+  const auto program = folder.path() / "bin/quillant", built = folder.path() / "bin/wallpapers";
+  EXPECT_EQ(wallpaperFolder(program), folder.path() / "share/quillant/wallpapers");
+  std::filesystem::create_directories(built);
+  EXPECT_EQ(wallpaperFolder(program), built);
+  // This build's own; an opaque format, so that nothing is drawn where a wallpaper hides it.
+  const auto first = WallpaperImageCache(wallpaperFolder()).image("wallpaper1");
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first->format, PixelFormat::bgra);
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 
 #include "Editor/Composition/VideoBackgroundCompositor.h"
 #include "Editor/Composition/VideoCompositorError.h"
+#include "Editor/Project/BackgroundPresets.h"
+#include "Tests/Support/Drawing/Allocations.h"
 #include "Tests/Support/Drawing/PlainRenderer.h"
 #include "tools/CompositionSheet/CompositionCases.h"
 
@@ -115,6 +117,35 @@ TEST(VideoBackgroundCompositor, MakesAFrameTheSameWhateverWasComposedBefore) {
   }
   const auto still = forward.startRequest({instruction, 0.5, frames});
   EXPECT_TRUE(still->changed.empty()) << "of a frame that is asked for again nothing has changed";
+}
+
+TEST(VideoBackgroundCompositor, AllocatesNothingAFrameOnceWarm) {
+  CompositionScene scene;
+  scene.styling = {
+      .background = SerializableColor{0.2, 0.4, 0.6}, .paddingRatio = 0.06, .shadowIntensity = 1};
+  scene.cursor = CursorOverlaySettings{.size = 3};
+  scene.camera = FacecamSettings{};
+  const auto instruction = scene.instruction();
+  const auto frames = scene.frames();
+  VideoBackgroundCompositor compositor({.threads = 2});
+  std::size_t before = 0;
+  for (int i = 0; i < 16; ++i) {
+    if (i == 8) before = Allocations::count();
+    compositor.startRequest({instruction, 1 + i * 0.04, frames});
+  }
+  EXPECT_EQ(Allocations::count(), before);
+}
+
+TEST(VideoBackgroundCompositor, ComposesTheLargestVideos) {
+  CompositionScene scene;
+  scene.canvas = {7680, 4320};
+  scene.styling = {
+      .background = BackgroundPresets::gradients()[12], .paddingRatio = 0.05, .shadowIntensity = 1};
+  VideoBackgroundCompositor compositor({.threads = 2});
+  const auto frame = composed(compositor, scene);
+  EXPECT_EQ(frame->width, 7680);
+  // The last pixels are the backdrop's, and it was drawn: black would be its failure.
+  EXPECT_GT(frame->planes[0].data[frame->planes[0].stride * 4319 + 7679], 20);
 }
 
 TEST(VideoBackgroundCompositor, EndsEachRequestWithAFrameOrItsError) {

@@ -1,4 +1,4 @@
-#include "Tests/DrawKit/Allocations.h"
+#include "Tests/Support/Drawing/Allocations.h"
 
 #include <atomic>
 #include <cstdlib>
