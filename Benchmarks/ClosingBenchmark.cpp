@@ -8,8 +8,10 @@
 #include <chrono>
 #include <filesystem>
 #include <fmt/format.h>
+#include <fstream>
 #include <malloc.h>
 #include <random>
+#include <string>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
@@ -56,6 +58,15 @@ std::size_t allocated() {
 
 double megabytes(std::size_t bytes) {
   return static_cast<double>(bytes) / 1e6;
+}
+
+/// From a line of what the system tells of this process, such as "VmHWM:".
+std::size_t memory(const std::string& line) {
+  std::ifstream status("/proc/self/status");
+  std::size_t kilobytes = 0;
+  for (std::string word; status >> word && word != line;) continue;
+  status >> kilobytes;
+  return kilobytes << 10;
 }
 
 class Recording {
@@ -113,9 +124,13 @@ void closing(benchmark::State& state) {
     state.counters["tables_MB"] = megabytes(allocated() - before);
 
     const auto end = std::filesystem::file_size(path);
+    std::ofstream("/proc/self/clear_refs") << 5;  // the peak starts again from here
+    const auto resident = memory("VmRSS:");
     const auto begin = Clock::now();
     recording.file().close();
     state.SetIterationTime(std::chrono::duration<double>(Clock::now() - begin).count());
+    state.counters["peak_MB"] = megabytes(memory("VmHWM:"));
+    state.counters["closing_MB"] = megabytes(memory("VmHWM:") - resident);
     state.counters["file_MB"] = megabytes(end);
     state.counters["index_MB"] = megabytes(std::filesystem::file_size(path) - end);
     for (const auto& warning : recording.file().warnings()) state.SkipWithError(warning.c_str());

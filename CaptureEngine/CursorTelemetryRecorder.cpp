@@ -13,6 +13,13 @@ using namespace std::chrono_literals;
 constexpr auto sampleInterval = std::chrono::nanoseconds(1s) / 60;
 constexpr auto buttonInterval = 4ms;
 
+/// A sample for which there is no memory is left out; the recording goes on.
+template <class Work>
+void attempt(Work&& work) noexcept try {
+  work();
+} catch (...) {
+}
+
 }  // namespace
 
 CursorTelemetryRecorder::CursorTelemetryRecorder(Configuration configuration, ClickEventSource* clickEvents)
@@ -26,14 +33,14 @@ void CursorTelemetryRecorder::start() {
   queue_.sync([this] {
     // Told on the queue, behind the sample that is being taken.
     const bool fromEvents = clickEvents_ && clickEvents_->start([this](const ClickEvent& event) {
-      queue_.async([this, event] { track_.handleClickEvent(event); });
+      attempt([&] { queue_.async([this, event] { attempt([&] { track_.handleClickEvent(event); }); }); });
     });
     track_.setClicksFromEvents(fromEvents);
-    timer_ =
-        std::make_unique<QueueTimer>(queue_, 0s, sampleInterval, [this] { track_.tick(HostClock::now()); });
+    timer_ = std::make_unique<QueueTimer>(queue_, 0s, sampleInterval,
+                                          [this] { attempt([this] { track_.tick(HostClock::now()); }); });
     if (!fromEvents)
-      buttonTimer_ =
-          std::make_unique<QueueTimer>(queue_, 0s, buttonInterval, [this] { track_.pollButtons(); });
+      buttonTimer_ = std::make_unique<QueueTimer>(queue_, 0s, buttonInterval,
+                                                  [this] { attempt([this] { track_.pollButtons(); }); });
   });
 }
 

@@ -33,8 +33,20 @@ FragmentedMP4Writer::FragmentedMP4Writer(Configuration configuration, SerialQueu
   if (configuration_.systemAudio) systemAudioInput_ = writer_.addAudio(systemAudioSettings);
   if (!writer_.startWriting()) throw WriterError(writer_.error());
   if (configuration_.pauseClock)
-    resumed_ = configuration_.pauseClock->resumed().connect(
-        [this](const MediaTime& hostTime) { queue_.async([this, hostTime] { repeatIfStill(hostTime); }); });
+    resumed_ = configuration_.pauseClock->resumed().connect([this](const MediaTime& hostTime) {
+      attempt([&] { queue_.async([this, hostTime] { attempt([&] { repeatIfStill(hostTime); }); }); });
+    });
+}
+
+/// What `work` throws ends the session, and not the process that would still have to close the file.
+template <class Work>
+void FragmentedMP4Writer::attempt(Work&& work) noexcept try {
+  try {
+    work();
+  } catch (...) {
+    if (configuration_.onFailure) configuration_.onFailure(std::current_exception());
+  }
+} catch (...) {  // there is no memory to tell it; what still fails a second later is told then
 }
 
 FragmentedMP4Writer::~FragmentedMP4Writer() {
@@ -67,8 +79,9 @@ bool FragmentedMP4Writer::isInOrder(MediaTime adjusted) const {
 void FragmentedMP4Writer::startSession(MediaTime adjusted) {
   writer_.startSession(adjusted);
   sessionStartTime_ = adjusted;
-  heartbeat_ = std::make_unique<QueueTimer>(queue_, heartbeatInterval, heartbeatInterval,
-                                            [this] { repeatIfStill(configuration_.now()); });
+  heartbeat_ = std::make_unique<QueueTimer>(queue_, heartbeatInterval, heartbeatInterval, [this] {
+    attempt([this] { repeatIfStill(configuration_.now()); });
+  });
 }
 
 bool FragmentedMP4Writer::appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted) {
@@ -98,14 +111,20 @@ void FragmentedMP4Writer::repeatIfStill(MediaTime hostTime) {
 }
 
 void FragmentedMP4Writer::appendAudio(AudioBuffer buffer, SoundTrack track) {
-  queue_.async([this, buffer = std::move(buffer), track]() mutable {
-    const auto input = track == SoundTrack::microphone ? micInput_ : systemAudioInput_;
-    if (!input || finished_ || !sessionStartTime_.isValid()) return;
-    const auto adjusted = adjust(buffer.time);
-    if (!adjusted) return;
-    buffer.time = *adjusted;
-    writer_.append(*input, std::move(buffer));
+  attempt([&] {
+    queue_.async([this, buffer = std::move(buffer), track]() mutable {
+      attempt([&] { appendAudioNow(std::move(buffer), track); });
+    });
   });
+}
+
+void FragmentedMP4Writer::appendAudioNow(AudioBuffer buffer, SoundTrack track) {
+  const auto input = track == SoundTrack::microphone ? micInput_ : systemAudioInput_;
+  if (!input || finished_ || !sessionStartTime_.isValid()) return;
+  const auto adjusted = adjust(buffer.time);
+  if (!adjusted) return;
+  buffer.time = *adjusted;
+  writer_.append(*input, std::move(buffer));
 }
 
 MediaTime FragmentedMP4Writer::sessionStartTime() {
@@ -120,8 +139,10 @@ Task<void> FragmentedMP4Writer::finishOnQueue() {
   if (finished_) co_return;
   finished_ = true;
   heartbeat_.reset();
-  appendFinalFrame();
-  if (writer_.status() != AssetWriter::Status::writing) throw WriterError(writer_.error());
+  try {
+    appendFinalFrame();
+  } catch (...) {  // the file is a little shorter, and closed all the same
+  }
   writer_.markAsFinished(videoInput_);
   if (micInput_) writer_.markAsFinished(*micInput_);
   if (systemAudioInput_) writer_.markAsFinished(*systemAudioInput_);

@@ -44,9 +44,11 @@ class FragmentedMP4Writer {
     VideoInputSettings video;
     bool microphone = false;
     bool systemAudio = false;
-    std::shared_ptr<PauseClock> pauseClock;             ///< May be null.
-    std::function<MediaTime()> now;                     ///< The host clock.
-    std::function<void(std::exception_ptr)> onFailure;  ///< A repeat met a failed file; on the queue.
+    std::shared_ptr<PauseClock> pauseClock;  ///< May be null.
+    std::function<MediaTime()> now;          ///< The host clock.
+    /// What went wrong where no call could throw it: a repeat met a failed file, or memory ran out. On any
+    /// thread; may be told again.
+    std::function<void(std::exception_ptr)> onFailure;
   };
 
   /// Creates the file, which must not exist. Throws `WriterError`.
@@ -67,16 +69,20 @@ class FragmentedMP4Writer {
 
   /// The adjusted time of the first frame; invalid before it. Off the queue or on it.
   MediaTime sessionStartTime();
-  /// Closes the file; a second call does nothing. Throws `WriterError`.
+  /// Closes the file, one that has failed too, with what it holds; a second call does nothing. Throws
+  /// `WriterError`.
   Task<void> finish();
 
   AssetWriterCounters counters() const { return writer_.counters(); }
   std::vector<std::string> warnings() const { return writer_.warnings(); }
 
  private:
+  template <class Work>
+  void attempt(Work&& work) noexcept;
   void startSession(MediaTime adjusted);
   bool appendNow(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
   void repeat(const PixelBufferRef& pixelBuffer, MediaTime adjusted);
+  void appendAudioNow(AudioBuffer buffer, SoundTrack track);
   std::optional<MediaTime> adjust(MediaTime time) const;
   bool isInOrder(MediaTime adjusted) const;
   Task<void> finishOnQueue();

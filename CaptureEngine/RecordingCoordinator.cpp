@@ -141,8 +141,13 @@ Task<void> RecordingCoordinator::finishHolding(std::shared_ptr<RecordingCoordina
 
 Task<void> RecordingCoordinator::endAtLimit(std::shared_ptr<RecordingCoordinator> self, double duration,
                                             std::uint64_t session) {
-  co_await self->environment_.sleep(duration);
-  if (self->session_ == session) co_await self->finish(nullptr);
+  std::exception_ptr problem;
+  try {
+    co_await self->environment_.sleep(duration);
+  } catch (...) {  // nothing else would ever end the session
+    problem = std::current_exception();
+  }
+  if (self->session_ == session) co_await self->finish(std::move(problem));
 }
 
 Task<void> RecordingCoordinator::finish(std::exception_ptr failure) {
@@ -164,15 +169,18 @@ Task<void> RecordingCoordinator::finish(std::exception_ptr failure) {
   setState(Idle{});
 }
 
-RecordingCoordinator::Outcome RecordingCoordinator::outcome(std::exception_ptr failure,
-                                                            SessionCapturing::Finalized finalized) const {
+RecordingCoordinator::Outcome RecordingCoordinator::outcome(
+    std::exception_ptr failure, SessionCapturing::Finalized finalized) const noexcept {
   if (discarding_) return Discarded{};
   if (!failure && !finalized.stopError) return Completed{std::move(finalized.artifacts)};
-  const auto folder = finalized.artifacts.screenVideo.parent_path();
-  return SessionFailed{
-      .reason = failure ? describe(failure) : "stop failed: " + describe(finalized.stopError),
-      .cause = DiskPressure::classify(environment_.availableBytes(folder)),
-      .salvaged = std::move(finalized.artifacts)};
+  SessionFailed failed{.reason = "out of memory", .salvaged = std::move(finalized.artifacts)};
+  try {
+    failed.reason = failure ? describe(failure) : "stop failed: " + describe(finalized.stopError);
+    failed.cause =
+        DiskPressure::classify(environment_.availableBytes(failed.salvaged.screenVideo.parent_path()));
+  } catch (...) {  // whoever waits for the outcome gets it with what is known
+  }
+  return failed;
 }
 
 Task<void> RecordingCoordinator::discardSession() {

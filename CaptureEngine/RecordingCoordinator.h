@@ -57,8 +57,9 @@ class RecordingCoordinator : public std::enable_shared_from_this<RecordingCoordi
   /// What the coordinator does not decide itself.
   struct Environment {
     MakeCapturer makeCapturer;
-    std::function<MediaTime()> now;                   ///< The host clock.
-    std::function<Task<bool>(double seconds)> sleep;  ///< False if it was cut short.
+    std::function<MediaTime()> now;  ///< The host clock.
+    std::function<Task<bool>(double seconds)>
+        sleep;  ///< False if it was cut short. A throw ends the session.
     /// Free bytes of the volume that holds a path.
     std::function<std::optional<std::int64_t>(const std::filesystem::path&)> availableBytes;
   };
@@ -108,7 +109,7 @@ class RecordingCoordinator : public std::enable_shared_from_this<RecordingCoordi
   static Task<void> endAtLimit(std::shared_ptr<RecordingCoordinator> self, double duration,
                                std::uint64_t session);
   Task<void> finish(std::exception_ptr failure);
-  Outcome outcome(std::exception_ptr failure, SessionCapturing::Finalized finalized) const;
+  Outcome outcome(std::exception_ptr failure, SessionCapturing::Finalized finalized) const noexcept;
   Task<void> discardSession();
   void pauseSession();
   void resumeSession();

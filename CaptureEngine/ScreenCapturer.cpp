@@ -209,12 +209,16 @@ void ScreenCapturer::receiveMicrophone(AudioBuffer buffer) {
   writer_->appendAudio(std::move(buffer), FragmentedMP4Writer::SoundTrack::microphone);
 }
 
-void ScreenCapturer::reportFailure(std::exception_ptr error) {
+void ScreenCapturer::reportFailure(std::exception_ptr error) noexcept try {
   sampleQueue_.async([this, error = std::move(error)] { fail(error); });
+} catch (...) {  // as below
 }
 
-void ScreenCapturer::fail(const std::exception_ptr& error) {
-  if (!std::exchange(failed_, true)) onFailure_(error);
+void ScreenCapturer::fail(const std::exception_ptr& error) noexcept try {
+  if (failed_) return;
+  onFailure_(error);
+  failed_ = true;
+} catch (...) {  // there is no memory to tell it: the next failure does
 }
 
 Task<SessionCapturing::Finalized> ScreenCapturer::stopAndFinalize() {

@@ -52,8 +52,8 @@ class ScreenCapturer : public SessionCapturing {
 
   void receiveFrame(PixelBufferRef pixelBuffer, MediaTime time);
   void receiveMicrophone(AudioBuffer buffer);
-  void reportFailure(std::exception_ptr error);
-  void fail(const std::exception_ptr& error);  // on the sample queue
+  void reportFailure(std::exception_ptr error) noexcept;
+  void fail(const std::exception_ptr& error) noexcept;  // on the sample queue
 
   Task<void> startSources();
   Task<Finalized> finalize();

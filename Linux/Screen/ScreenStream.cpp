@@ -25,7 +25,13 @@ std::exception_ptr failureOf(Work&& work) {
   } catch (const ScreenError&) {
     return std::current_exception();
   } catch (const std::exception& other) {
-    return std::make_exception_ptr(ScreenError(ScreenError::Kind::unavailable, other.what()));
+    try {
+      return std::make_exception_ptr(ScreenError(ScreenError::Kind::unavailable, other.what()));
+    } catch (...) {  // no memory for the words
+      return std::current_exception();
+    }
+  } catch (...) {
+    return std::current_exception();
   }
 }
 

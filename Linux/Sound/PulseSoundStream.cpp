@@ -125,8 +125,9 @@ void PulseSoundStream::read() {
   }
 }
 
-/// No data means a hole in the stream, which takes its time all the same.
-void PulseSoundStream::deliver(const void* data, std::size_t bytes) {
+/// No data means a hole in the stream, which takes its time all the same. Sound for which there is no memory
+/// is another hole: nothing may be thrown through the client library, which calls.
+void PulseSoundStream::deliver(const void* data, std::size_t bytes) noexcept try {
   const auto frameCount = static_cast<int>(bytes / bytesPerFrame(role_.channels));
   const auto time = clock_.stamp(frameCount, timeOfNextSample(frameCount));
   if (!data || !isDelivering_) return;
@@ -135,6 +136,7 @@ void PulseSoundStream::deliver(const void* data, std::size_t bytes) {
              .sampleRate = sampleRate,
              .channels = role_.channels,
              .samples = {samples, samples + bytes / sizeof(float)}});
+} catch (...) {
 }
 
 MediaTime PulseSoundStream::timeOfNextSample(int frameCount) const {

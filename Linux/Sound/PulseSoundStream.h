@@ -41,7 +41,7 @@ class PulseSoundStream : public SoundStream, private PulseConnection::Listener {
   void close();
   void warn(const std::string& reason);
   void read();
-  void deliver(const void* data, std::size_t bytes);
+  void deliver(const void* data, std::size_t bytes) noexcept;
   MediaTime timeOfNextSample(int frameCount) const;
 
   const std::shared_ptr<PulseConnection> connection_;

@@ -182,16 +182,16 @@ void AssetWriter::Implementation::giveWay(InputState& input) {
 
 /// Where nothing that was appended meanwhile can come after it.
 void AssetWriter::Implementation::finish() {
-  if (status() != Status::writing) return;
+  if (!pipeline) return;
   try {
-    pipeline->finish();
+    pipeline->finish();  // whatever has failed, what was encoded before it is worth its index
     if (const auto refusal = pipeline->file().error()) std::rethrow_exception(refusal);
   } catch (...) {
     fail(std::current_exception());
     return;
   }
   const std::lock_guard lock(mutex);
-  currentStatus = Status::completed;
+  if (currentStatus == Status::writing) currentStatus = Status::completed;
 }
 
 AssetWriter::AssetWriter(std::filesystem::path path, MediaContainer container, MediaTime fragmentInterval,

@@ -64,9 +64,10 @@ class AssetWriter {
   bool append(Input input, AudioBuffer buffer);
 
   void markAsFinished(Input input);
-  /// Writes what is queued, the last fragment and the closing index. Afterwards the status is completed or
-  /// failed; a file that could not get its index, or that the disk did not confirm, is complete and has a
-  /// warning. With no sample at all the file holds its head only, which cannot be played.
+  /// Writes what is queued, the last fragment and the closing index. After a failure of an encoder too: then
+  /// the file holds what was encoded before it. Afterwards the status is completed or failed; a file that
+  /// could not get its index, or that the disk did not confirm, is complete and has a warning. With no sample
+  /// at all the file holds its head only, which cannot be played.
   Task<void> finishWriting();
 
   Status status() const;             ///< Any thread.

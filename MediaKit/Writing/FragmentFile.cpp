@@ -86,10 +86,14 @@ void FragmentFile::writeFragment(const std::vector<std::uint8_t>& boxes) {
 /// fragment from being written; and one that cannot do it at all is no reason to end a recording.
 void FragmentFile::syncSoon() {
   if (syncWaits_.exchange(true)) return;
-  syncQueue_.async([this] {
+  try {
+    syncQueue_.async([this] {
+      syncWaits_ = false;
+      sync();
+    });
+  } catch (...) {  // no memory to ask for it: the next fragment does
     syncWaits_ = false;
-    sync();
-  });
+  }
 }
 
 void FragmentFile::sync() {

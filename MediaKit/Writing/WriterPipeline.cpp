@@ -132,24 +132,33 @@ void WriterPipeline::armTimer() {
     timerIsArmed_ = false;
     try {
       closeFragmentIfDue();
+      if (mediaWaits_) armTimer();
     } catch (...) {
       onFailure_(std::current_exception());
-      return;
     }
-    if (mediaWaits_) armTimer();
   });
 }
 
 void WriterPipeline::finish() {
   timer_.cancel();
+  std::exception_ptr problem;
+  const auto attempt = [&](auto&& step) {
+    try {
+      step();
+    } catch (...) {
+      if (!problem) problem = std::current_exception();
+    }
+  };
   for (std::size_t i = 0; i < video_.size(); ++i)
-    if (video_[i].held) writeHeld(i, video_[i].frameTicks);
-  for (std::size_t i = 0; i < audio_.size(); ++i) {
-    audio_[i].finish();
-    writeSound(i);
-  }
-  closeFragment();
+    if (video_[i].held) attempt([&] { writeHeld(i, video_[i].frameTicks); });
+  for (std::size_t i = 0; i < audio_.size(); ++i)
+    attempt([&] {
+      audio_[i].finish();
+      writeSound(i);
+    });
+  attempt([&] { closeFragment(); });
   file_.close();
+  if (problem) std::rethrow_exception(problem);
 }
 
 }  // namespace quillant

@@ -46,7 +46,8 @@ class WriterPipeline {
   void encode(std::size_t video, const EncoderPicture& picture, std::int64_t time, Clock::time_point arrived);
   void encode(std::size_t audio, const AudioBuffer& buffer);
   bool makeFaster(std::size_t video) { return video_[video].encoder.makeFaster(); }
-  /// Writes all that is held back and closes the file.
+  /// Writes all that is held back and closes the file, after a failure too. Throws the first thing that did
+  /// not work, behind the rest.
   void finish();
 
   std::uint64_t fragmentsClosed() const { return fragmentsClosed_; }

@@ -24,10 +24,12 @@ struct Clicks : ClickEventSource {
 TEST(CursorTelemetryRecorder, RecordsSamplesAndClicksUntilItIsStopped) {
   for (const bool isAvailable : {true, false}) {
     std::atomic<bool> rightDown = false;
+    std::atomic<int> reads = 0;
     Clicks clicks;
     clicks.isAvailable = isAvailable;
     const CursorTelemetryRecorder::Configuration configuration{
         .region = {0, 0, 100, 100}, .source = [&] {
+          if (++reads == 1) throw std::bad_alloc();  // costs a sample
           return CursorTrack::Snapshot{{7, 9}, false, rightDown};
         }};
     CursorTelemetryRecorder recorder(configuration, &clicks);

@@ -30,7 +30,11 @@ class FragmentedMP4WriterTest : public testing::Test {
                                            .video = {.width = width, .height = height},
                                            .microphone = true,
                                            .pauseClock = pauseClock,
-                                           .now = [this] { return at(now); },
+                                           .now =
+                                               [this] {
+                                                 if (clockFails) throw std::bad_alloc();
+                                                 return at(now);
+                                               },
                                            .onFailure = [this](std::exception_ptr) { ++failures; }},
         queue);
   }
@@ -62,6 +66,7 @@ class FragmentedMP4WriterTest : public testing::Test {
   std::shared_ptr<PauseClock> pauseClock = std::make_shared<PauseClock>();
   std::atomic<double> now = 0;
   std::atomic<int> failures = 0;
+  std::atomic<bool> clockFails = false;
   std::uint32_t frames = 0;
   SerialQueue queue{"writer"};
   std::unique_ptr<FragmentedMP4Writer> writer = makeWriter(path);
@@ -193,6 +198,16 @@ TEST_F(FragmentedMP4WriterTest, RefusesAFileThatExists) {
     EXPECT_NE(error.underlying(), nullptr);
   }
   EXPECT_EQ(FragmentedMP4Writer::WriterError(nullptr).description(), "asset writer failed: unknown error");
+}
+
+TEST_F(FragmentedMP4WriterTest, ClosesTheFileThoughMemoryRanOutOnItsQueue) {
+  append(0);
+  append(0.5);
+  clockFails = true;
+  EXPECT_TRUE(eventually([&] { return failures > 0; })) << "the heartbeat reads the clock";
+  runBlocking(writer->finish());
+  EXPECT_EQ(DecodedMedia::decode(path).frames.size(), 2U);
+  EXPECT_GT(duration(), 0.5);
 }
 
 TEST_F(FragmentedMP4WriterTest, TellsAFullDiskAtTheNextFrameAndAtTheNextBeat) {

@@ -137,11 +137,21 @@ TEST_F(RecordingCoordinatorTest, SaysHowASessionFailedAndWhetherTheDiskWasFull) 
     EXPECT_EQ(failed.salvaged, script.finalized.artifacts);
   }
   script.whileStopping = [] { throw std::bad_alloc(); };
+  script.diskError = std::make_exception_ptr(std::bad_alloc());
   auto outcome = startRecording();
   stop();
   const auto failed = std::get<Coordinator::SessionFailed>(outcome.get());
   EXPECT_EQ(failed.reason, "stop failed: std::bad_alloc");
   EXPECT_EQ(failed.salvaged.screenVideo, script.finalized.artifacts.screenVideo);
+}
+
+TEST_F(RecordingCoordinatorTest, EndsASessionThatHasNoLimitAnyMore) {
+  script.untilLimit = []() -> Task<void> {
+    throw std::bad_alloc();
+    co_return;
+  };
+  const auto outcome = runBlocking(coordinator->record({.options = {.outputURL = folder / "x.mp4"}}));
+  EXPECT_EQ(std::get<Coordinator::SessionFailed>(outcome).reason, "std::bad_alloc");
 }
 
 TEST_F(RecordingCoordinatorTest, EndsASessionThatFailsWhileItStarts) {

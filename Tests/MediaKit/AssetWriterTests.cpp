@@ -215,6 +215,28 @@ TEST(AssetWriter, LosesPicturesAndSoundToASlowDiskButMakesNoLargerFile) {
                           "0.50 s of sound are silent because the disk could not keep up"));
 }
 
+TEST(AssetWriter, ClosesWhatWasEncodedBeforeAnEncoderFailed) {
+  const TemporaryFolder folder;
+  AssetWriter writer(folder / "a.mp4", MediaContainer::mp4, {60, 1});
+  const auto video = writer.addVideo({192, 108, 30});
+  const auto audio = writer.addAudio({.channels = 1, .bitRate = 96'000});
+  ASSERT_TRUE(writer.startWriting());
+  writer.startSession(MediaTime::zero());
+  constexpr std::uint32_t count = 20;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    ASSERT_TRUE(eventually([&] { return writer.isReady(video); }));
+    ASSERT_TRUE(writer.append(video, StampedFrames::moving(192, 108, i), MediaTime{i, 30}));
+  }
+  ASSERT_TRUE(eventually([&] { return writer.counters().framesEncoded == count; }));
+  constexpr int tooMany = 100;
+  writer.append(audio, {.channels = tooMany, .samples = std::vector<float>(4800 * tooMany)});
+  ASSERT_TRUE(eventually([&] { return writer.status() == AssetWriter::Status::failed; }));
+  runBlocking(writer.finishWriting());
+  EXPECT_EQ(writer.status(), AssetWriter::Status::failed);
+  EXPECT_THAT(boxesOf(folder / "a.mp4"), ElementsAre("ftyp", "mdat", "moov"));
+  EXPECT_EQ(DecodedMedia::decode(folder / "a.mp4").frames.size(), count);
+}
+
 TEST(AssetWriter, RefusesWhatItCannotWrite) {
   const TemporaryFolder folder;
   AtomicFile::write(folder / "taken.mp4", "a recording");

@@ -111,6 +111,28 @@ TEST(FragmentFile, KeepsEveryPictureWhereverItIsKilledWhileItCloses) {
   EXPECT_GE(step, 8);
 }
 
+/// The last write of all is of eight bytes, and a loss of power may keep any of them.
+TEST(FragmentFile, KeepsEveryPictureHoweverItsLastWriteIsTorn) {
+  const TemporaryFolder folder;
+  const auto path = folder / "x.mp4";
+  writeFragments(path)->close();
+  ASSERT_TRUE(isOrdinary(path));
+  const auto whole = AtomicFile::read(path);
+  const std::string before{0, 0, 0, 16, 'f', 'r', 'e', 'e'};
+  const auto at = whole.find("mdat") - 4;
+  for (std::size_t kept = 0; kept < before.size(); ++kept)
+    for (const bool fromTheFront : {true, false}) {
+      SCOPED_TRACE(testing::Message()
+                   << kept << (fromTheFront ? " first" : " last") << " bytes were written");
+      auto torn = whole;
+      const auto missing = before.size() - kept;
+      const auto begin = fromTheFront ? kept : 0;
+      torn.replace(at + begin, missing, before, begin, missing);
+      AtomicFile::write(path, torn);
+      expectPictures(path);
+    }
+}
+
 TEST(FragmentFile, TellsInPlainWordsWhatItCouldNotDo) {
   const TemporaryFolder folder;
   auto file = writeFragments(folder / "x.mp4");

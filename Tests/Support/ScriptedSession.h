@@ -33,6 +33,7 @@ class ScriptedSession : public SessionCapturing {
     Finalized finalized;
     std::atomic<std::int64_t> milliseconds = 5000;  ///< Of the host clock.
     std::optional<std::int64_t> freeBytes;          ///< On the disk.
+    std::exception_ptr diskError;                   ///< Set: why its free bytes cannot be read.
     // What came of it.
     RecordingCoordinator::Request request;
     FailureCallback onFailure;
@@ -55,7 +56,11 @@ class ScriptedSession : public SessionCapturing {
             if (untilLimit) co_await untilLimit();
             co_return true;
           },
-          .availableBytes = [this](const std::filesystem::path&) { return freeBytes; }});
+          .availableBytes =
+              [this](const std::filesystem::path&) {
+                if (diskError) std::rethrow_exception(diskError);
+                return freeBytes;
+              }});
     }
   };
 
