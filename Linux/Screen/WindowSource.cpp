@@ -21,9 +21,8 @@ WindowSource::WindowSource(const X11Connection& connection, xcb_window_t window)
   // The size counts until the window is shown.
   picture_.width = geometry->width;
   picture_.height = geometry->height;
-  const bool isBGRA = geometry->depth == 24 || geometry->depth == 32;
-  if (!isBGRA || !x_.succeeded(xcb_composite_redirect_window_checked(x_.get(), window_,
-                                                                     XCB_COMPOSITE_REDIRECT_AUTOMATIC)))
+  if (!x_.succeeded(
+          xcb_composite_redirect_window_checked(x_.get(), window_, XCB_COMPOSITE_REDIRECT_AUTOMATIC)))
     throw ScreenError(ScreenError::Kind::unavailable,
                       fmt::format("the display server refuses to record window {} alone", window_));
   damage_.emplace(x_, window_);

@@ -5,7 +5,7 @@
 
 #include "CaptureEngine/CaptureTarget.h"
 #include "Linux/Input/X11Input.h"
-#include "Linux/Screen/RootPixels.h"
+#include "Linux/Screen/BGRAPixels.h"
 #include "Linux/Screen/ScreenStream.h"
 #include "Linux/X11/X11Layout.h"
 #include "Linux/X11/X11Windows.h"
@@ -30,7 +30,7 @@ void requireDesktop(const X11Connection& x) {
         ScreenError::Kind::notRecordable,
         "this is a Wayland session, whose screen cannot be recorded yet — log in to an X11 (Xorg) "
         "session to record it");
-  RootPixels::requireBGRA(x);
+  BGRAPixels::requireOfRoot(x);
 }
 
 ShareableContent contentOf(X11Connection& x, const X11Layout& layout) {
@@ -71,6 +71,7 @@ class Session : public ScreenSession {
     const auto target = CaptureTarget::resolve(options, contentOf(x_, layout));
     source_ = target.source();
     target_ = freeze(target, layout);
+    if (target_.window != XCB_WINDOW_NONE) BGRAPixels::requireOfWindow(x_, target_.window);
     input_.emplace(x_, originOf(target_, x_, layout.scale));
   }
 

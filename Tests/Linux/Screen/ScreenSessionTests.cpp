@@ -23,9 +23,9 @@ class ScreenSessionTest : public testing::Test {
   std::unique_ptr<ScreenSession> open(const CaptureOptions& options = {}) {
     return runBlocking(service->openSession(options));
   }
-  std::string whyNot() {
+  std::string whyNot(const CaptureOptions& options = {}) {
     try {
-      open();
+      open(options);
       return "opened";
     } catch (const ScreenError& error) {
       return error.description();
@@ -82,6 +82,17 @@ TEST_F(ScreenSessionTest, RefusesTheServerOfAWaylandSession) {
       x.get(), 1, reinterpret_cast<xcb_input_hierarchy_change_t*>(&device))));
   EXPECT_THAT(whyNot(), testing::StartsWith("this is a Wayland session"));
   EXPECT_THROW(service->content(), ScreenError);
+}
+
+TEST_F(ScreenSessionTest, RefusesAWindowWithoutPixelsBeforeAnythingIsMade) {
+  X11Connection x(display->name());
+  const xcb_window_t window = xcb_generate_id(x.get());
+  ASSERT_TRUE(
+      x.succeeded(xcb_create_window_checked(x.get(), 0, window, x.root(), 0, 0, 80, 60, 0,
+                                            XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr)));
+  ASSERT_TRUE(x.succeeded(xcb_map_window_checked(x.get(), window)));
+  EXPECT_EQ(whyNot({.windowID = window}),
+            "window " + std::to_string(window) + " has no pixels of 8 bits a colour that could be recorded");
 }
 
 }  // namespace
