@@ -99,6 +99,8 @@ TEST_F(HeadlessCLITest, AsksForWhatTheWordsSay) {
   EXPECT_EQ(request.displayID, 7U);
   EXPECT_FALSE(request.telemetry);
   EXPECT_FALSE(request.frameRate || request.area || request.windowID);
+  EXPECT_EQ(record({"--output", "/tmp/x.mov"}).errors,
+            "quillant: warning: recover finds an interrupted recording only if its name ends in .mp4\n");
 }
 
 }  // namespace

@@ -102,6 +102,8 @@ struct DiskLookout {
 
 Task<void> record(std::shared_ptr<Coordinator> coordinator, RecordOptions options,
                   HeadlessCLI::AvailableBytes availableBytes, std::shared_ptr<ExitCodeBox> box) {
+  if (options.output.extension() != ".mp4")
+    warn("recover finds an interrupted recording only if its name ends in .mp4");
   const auto disk = std::make_shared<DiskLookout>();
   disk->output = options.output;
   disk->availableBytes = std::move(availableBytes);

@@ -23,6 +23,7 @@ constexpr const char* afterUsage = R"(       quillant login | logout | whoami
 Records the screen, makes videos of recordings, and shares them. Without a command it starts the desktop application.
 
   record    record a display until the duration has passed; audio, camera and pointer as asked for
+            (Ctrl-C does not finish the file: it plays up to the last second or two, and recover lists it)
   recover   list what interrupted recordings left in a directory; changes nothing
   login     sign in through the browser; with logout and whoami for the account
   upload    upload a video and copy its link
