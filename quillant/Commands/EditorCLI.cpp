@@ -14,6 +14,7 @@
 #include "Core/DiskExecutor.h"
 #include "Core/StagedFile.h"
 #include "DrawKit/PNGImage.h"
+#include "Editor/Composition/WallpaperFolder.h"
 #include "Editor/Coordinator/EditorCoordinator.h"
 #include "Editor/Export/VideoExportRendererError.h"
 #include "MediaKit/Pictures/BGRAPicture.h"
@@ -23,7 +24,6 @@
 #include "quillant/Commands/ExportProgress.h"
 #include "quillant/Commands/ExportWords.h"
 #include "quillant/Commands/OpenedEdit.h"
-#include "quillant/Resources.h"
 
 namespace quillant {
 
@@ -114,8 +114,8 @@ int EditorCLI::run(const Arguments& arguments) {
   }
   try {
     CommandLoop loop;
-    EditorCoordinator coordinator(
-        loop.executor(), {.wallpapers = std::make_shared<WallpaperImageCache>(Resources::wallpapers())});
+    EditorCoordinator coordinator(loop.executor(),
+                                  {.wallpapers = std::make_shared<WallpaperImageCache>(wallpaperFolder())});
     bool isInterrupted = false;
     const auto interrupt = [&] {
       isInterrupted = true;
