@@ -29,7 +29,7 @@ class GeneratedEdits {
 
   /// Whole milliseconds, as a pointer on a timeline gives them.
   double time(double from, double to) {
-    return std::round(std::uniform_real_distribution<>(from, to)(random_) * 1000) / 1000;
+    return std::round((from + (to - from) * std::uniform_real_distribution<>(0, 1)(random_)) * 1000) / 1000;
   }
   std::size_t below(std::size_t count) {
     return std::uniform_int_distribution<std::size_t>(0, count - 1)(random_);

@@ -208,7 +208,11 @@ TEST(EditorAutosave, WritesEditsOfAnOpenProjectAndNothingBeforeThem) {
   const auto mainThread = makeStrand();
   const ProjectLibrary library(folder.path());
   EditorAutosave autosave(library, "A", holder, mainThread, 1h);
-  autosave.markOpened(store.load("A").revision);
+  const auto open = [&]() -> Task<> {
+    autosave.markOpened(store.load("A").revision);
+    co_return;
+  };
+  runBlocking(open(), mainThread);
   EXPECT_TRUE(runBlocking(autosave.flush(), mainThread));
   EXPECT_EQ(store.document("A")->updatedAt, "opened");
   holder.state = state(9).editorState;
