@@ -59,10 +59,13 @@ function(quillant_library name)
   target_link_libraries(${name} PUBLIC ${ARG_PUBLIC} PRIVATE quillant_options ${ARG_PRIVATE})
 endfunction()
 
-# quillant_sanitizer_defaults(<program>): tells the thread sanitizer what it cannot know of a program's libraries.
+# quillant_sanitizer_defaults(<program>): tells the sanitizers what they cannot know of a program's libraries.
 function(quillant_sanitizer_defaults program)
   if(QUILLANT_SANITIZE MATCHES thread)
     target_sources(${program} PRIVATE ${CMAKE_SOURCE_DIR}/Tests/Support/Sanitizers/ThreadSanitizerDefaults.cpp)
+  endif()
+  if(QUILLANT_SANITIZE MATCHES address)
+    target_sources(${program} PRIVATE ${CMAKE_SOURCE_DIR}/Tests/Support/Sanitizers/LeakSanitizerDefaults.cpp)
   endif()
 endfunction()
 
