@@ -1,7 +1,9 @@
 // Records one session as the command line does not offer it: scripts/bench and scripts/measure-sync use it.
-//   quillant-record-session [--sources] [--pause <at> <for>]... <seconds> <frames a second> <path.mp4>
-// --sources adds the microphone, the system's sound and the pointer's track; --pause pauses that many seconds
-// after the beginning, and prints the host clock, in nanoseconds, at either end.
+//   quillant-record-session [--sources] [--camera] [--pause <at> <for>]...
+//                           <seconds> <frames a second> <path.mp4>
+// --sources adds the microphone, the system's sound and the pointer's track; --camera adds the camera, and
+// prints how many milliseconds its file begins after the screen's; --pause pauses that many seconds after the
+// beginning, and prints the host clock, in nanoseconds, at either end.
 
 #include <cstdio>
 #include <cstdlib>
@@ -21,6 +23,7 @@ using namespace quillant;
 
 struct Options {
   bool sources = false;
+  bool camera = false;
   std::vector<std::pair<double, double>> pauses;
   std::vector<std::string> words;
 };
@@ -31,6 +34,8 @@ Options parse(int argc, char** argv) {
     const std::string word = argv[i];
     if (word == "--sources") {
       options.sources = true;
+    } else if (word == "--camera") {
+      options.camera = true;
     } else if (word == "--pause" && i + 2 < argc) {
       options.pauses.emplace_back(std::atof(argv[i + 1]), std::atof(argv[i + 2]));
       i += 2;
@@ -61,7 +66,7 @@ int main(int argc, char** argv) {
   const auto options = parse(argc, argv);
   if (options.words.size() != 3) {
     fmt::print(stderr,
-               "usage: quillant-record-session [--sources] [--pause <at> <for>]... <seconds> "
+               "usage: quillant-record-session [--sources] [--camera] [--pause <at> <for>]... <seconds> "
                "<frames a second> <path.mp4>\n");
     return 64;
   }
@@ -72,6 +77,7 @@ int main(int argc, char** argv) {
   const auto outcome = runBlocking(coordinator->record({.options = {.outputURL = options.words[2],
                                                                     .mic = options.sources,
                                                                     .systemAudio = options.sources,
+                                                                    .facecam = options.camera,
                                                                     .telemetry = options.sources,
                                                                     .frameRate = std::stoi(options.words[1])},
                                                         .duration = std::stod(options.words[0])}));
@@ -79,6 +85,7 @@ int main(int argc, char** argv) {
     fmt::print(stderr, "{}\n", failed->reason);
   const auto* completed = std::get_if<RecordingCoordinator::Completed>(&outcome);
   if (!completed) return 70;
+  if (options.camera) fmt::print("camera {}\n", completed->artifacts.facecamOffsetMs.value());
   for (const auto& warning : completed->artifacts.warnings) fmt::print(stderr, "warning: {}\n", warning);
   return 0;
 }
