@@ -5,6 +5,7 @@
 
 #include "MediaKit/Exporting/StagedOutput.h"
 #include "MediaKit/Writing/H264Encoder.h"
+#include "MediaKit/Writing/Muxing.h"
 
 namespace quillant {
 
@@ -31,7 +32,7 @@ FFmpeg::CodecContext openSoundEncoder(const MovieSoundSettings& settings) {
 struct MovieFileWriter::Implementation {
   Implementation(const std::filesystem::path& target, MediaContainer container,
                  std::optional<MovieSoundSettings> settings)
-      : output(target, container == MediaContainer::mp4 ? "mp4" : "mov"), sound(settings) {}
+      : output(target, Muxing::formatName(container)), sound(settings) {}
 
   void encodeSound(const float* frames, int count);
   void receiveSound();
@@ -84,24 +85,7 @@ MovieFileWriter::MovieFileWriter(const std::filesystem::path& target, MediaConta
     : implementation_(std::make_unique<Implementation>(target, container, sound)) {
   auto& self = *implementation_;
   auto& context = self.output.context();
-  self.pictureStream = check(avformat_new_stream(&context, nullptr));
-  self.pictureStream->time_base = {1, H264Encoder::timescale};
-  auto& parameters = *self.pictureStream->codecpar;
-  parameters.codec_type = AVMEDIA_TYPE_VIDEO;
-  parameters.codec_id = AV_CODEC_ID_H264;
-  parameters.width = video.width;
-  parameters.height = video.height;
-  parameters.format = AV_PIX_FMT_YUV420P;
-  if (video.color == ColorTagging::p3D65Rec709) {
-    parameters.color_primaries = AVCOL_PRI_SMPTE432;
-    parameters.color_trc = AVCOL_TRC_BT709;
-    parameters.color_space = AVCOL_SPC_BT709;
-    parameters.color_range = AVCOL_RANGE_MPEG;
-  }
-  parameters.extradata =
-      static_cast<std::uint8_t*>(check(av_mallocz(configuration.size() + AV_INPUT_BUFFER_PADDING_SIZE)));
-  parameters.extradata_size = static_cast<int>(configuration.size());
-  std::memcpy(parameters.extradata, configuration.data(), configuration.size());
+  self.pictureStream = &Muxing::addPictureTrack(context, video, configuration);
   if (sound) {
     self.soundEncoder = openSoundEncoder(*sound);
     self.soundStream = check(avformat_new_stream(&context, nullptr));

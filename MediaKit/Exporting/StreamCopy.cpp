@@ -5,6 +5,7 @@
 
 #include "MediaKit/Exporting/StagedOutput.h"
 #include "MediaKit/Reading/MediaInput.h"
+#include "MediaKit/Writing/Muxing.h"
 
 namespace quillant {
 
@@ -15,7 +16,7 @@ bool StreamCopy::copy(const std::filesystem::path& source, const std::filesystem
   MediaInput input(source);
   input.describeStreams();
   auto& from = input.context();
-  StagedOutput output(target, container == MediaContainer::mp4 ? "mp4" : "mov");
+  StagedOutput output(target, Muxing::formatName(container));
   auto& to = output.context();
 
   std::vector<AVStream*> copies(from.nb_streams, nullptr);

@@ -1,11 +1,10 @@
 #include "MediaKit/Writing/FragmentMuxer.h"
 
-#include <cstring>
 #include <utility>
 
 #include "MediaKit/FFmpegHandles.h"
 #include "MediaKit/Writing/AACEncoder.h"
-#include "MediaKit/Writing/H264Encoder.h"
+#include "MediaKit/Writing/Muxing.h"
 
 namespace quillant {
 
@@ -29,8 +28,7 @@ FFmpeg::IOContext collectInto(std::vector<std::uint8_t>& bytes) {
 
 FFmpeg::OutputContext makeContext(MediaContainer container) {
   AVFormatContext* context = nullptr;
-  FFmpeg::check(avformat_alloc_output_context2(&context, nullptr,
-                                               container == MediaContainer::mp4 ? "mp4" : "mov", nullptr),
+  FFmpeg::check(avformat_alloc_output_context2(&context, nullptr, Muxing::formatName(container), nullptr),
                 "could not make a muxer");
   return FFmpeg::OutputContext(context);
 }
@@ -45,9 +43,6 @@ struct FragmentMuxer::Implementation {
     context->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
   }
 
-  AVStream& addStream(AVMediaType type, AVCodecID codec, int timescale,
-                      const std::vector<std::uint8_t>& configuration);
-
   std::vector<std::uint8_t> takeBytes() {
     avio_flush(io.get());
     return std::exchange(bytes, {});
@@ -60,44 +55,19 @@ struct FragmentMuxer::Implementation {
   bool fragmentIsOpen = false;
 };
 
-AVStream& FragmentMuxer::Implementation::addStream(AVMediaType type, AVCodecID codec, int timescale,
-                                                   const std::vector<std::uint8_t>& configuration) {
-  AVStream& stream = *FFmpeg::check(avformat_new_stream(context.get(), nullptr));
-  stream.time_base = {1, timescale};
-  auto& parameters = *stream.codecpar;
-  parameters.codec_type = type;
-  parameters.codec_id = codec;
-  parameters.extradata = static_cast<std::uint8_t*>(
-      FFmpeg::check(av_mallocz(configuration.size() + AV_INPUT_BUFFER_PADDING_SIZE)));
-  parameters.extradata_size = static_cast<int>(configuration.size());
-  std::memcpy(parameters.extradata, configuration.data(), configuration.size());
-  return stream;
-}
-
 FragmentMuxer::FragmentMuxer(MediaContainer container)
     : implementation_(std::make_unique<Implementation>(container)) {}
 FragmentMuxer::~FragmentMuxer() = default;
 
 void FragmentMuxer::addVideo(const VideoInputSettings& settings,
                              const std::vector<std::uint8_t>& configuration) {
-  auto& stream =
-      implementation_->addStream(AVMEDIA_TYPE_VIDEO, AV_CODEC_ID_H264, H264Encoder::timescale, configuration);
-  auto& parameters = *stream.codecpar;
-  parameters.width = settings.width;
-  parameters.height = settings.height;
-  parameters.format = AV_PIX_FMT_YUV420P;
-  if (settings.color == ColorTagging::p3D65Rec709) {
-    parameters.color_primaries = AVCOL_PRI_SMPTE432;
-    parameters.color_trc = AVCOL_TRC_BT709;
-    parameters.color_space = AVCOL_SPC_BT709;
-    parameters.color_range = AVCOL_RANGE_MPEG;
-  }
+  Muxing::addPictureTrack(*implementation_->context, settings, configuration);
 }
 
 void FragmentMuxer::addAudio(const AudioInputSettings& settings,
                              const std::vector<std::uint8_t>& configuration) {
-  auto& stream =
-      implementation_->addStream(AVMEDIA_TYPE_AUDIO, AV_CODEC_ID_AAC, AACEncoder::timescale, configuration);
+  auto& stream = Muxing::addTrack(*implementation_->context, AVMEDIA_TYPE_AUDIO, AV_CODEC_ID_AAC,
+                                  AACEncoder::timescale, configuration);
   auto& parameters = *stream.codecpar;
   parameters.sample_rate = AACEncoder::timescale;
   parameters.frame_size = 1024;
