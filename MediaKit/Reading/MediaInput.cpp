@@ -168,6 +168,26 @@ void MediaInput::copyOrientation(const AVStream& from, AVStream& to) {
 }
 
 AVStream* MediaInput::choose(MediaTrack::Kind kind, int index) {
+FFmpeg::CodecContext MediaInput::openDecoder(const AVStream& stream, int threads) {
+  constexpr auto kind = MediaError::Kind::unreadable;
+  const auto* codec = avcodec_find_decoder(stream.codecpar->codec_id);
+  if (!codec) throw MediaError(kind, "there is no decoder for a track of the file");
+  FFmpeg::CodecContext decoder(FFmpeg::check(avcodec_alloc_context3(codec)));
+  FFmpeg::check(avcodec_parameters_to_context(decoder.get(), stream.codecpar), "could not read a track",
+                kind);
+  decoder->pkt_timebase = stream.time_base;
+  decoder->thread_count = std::max(threads, 1);
+  FFmpeg::check(avcodec_open2(decoder.get(), codec, nullptr), "could not open a decoder", kind);
+  return decoder;
+}
+
+void MediaInput::seek(const AVStream& stream, std::int64_t ticks) {
+  int code = av_seek_frame(context_.get(), stream.index, ticks, AVSEEK_FLAG_BACKWARD);
+  // Some containers know no time before their first.
+  if (code < 0) code = avformat_seek_file(context_.get(), stream.index, INT64_MIN, 0, INT64_MAX, 0);
+  FFmpeg::check(code, "could not seek in the file", MediaError::Kind::unreadable);
+}
+
   describeStreams();
   const auto type = kind == MediaTrack::Kind::video ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
   AVStream* chosen = nullptr;

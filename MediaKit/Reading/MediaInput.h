@@ -42,6 +42,11 @@ class MediaInput {
   /// there is no such stream.
   AVStream* choose(MediaTrack::Kind kind, int index);
   /// Of a stream that is media.
+  /// For a stream that is media.
+  static FFmpeg::CodecContext openDecoder(const AVStream& stream, int threads = 1);
+  /// Has reading go on with the keyframe of `stream` that is stored at `ticks` or last before it. A decoder
+  /// is to be flushed then.
+  void seek(const AVStream& stream, std::int64_t ticks);
   MediaTrack describe(const AVStream& stream);
   /// Has the copy of a stream turned as the stream is.
   static void copyOrientation(const AVStream& from, AVStream& to);

@@ -30,23 +30,14 @@ AVStream& audioStream(MediaInput& input, int track) {
   return *stream;
 }
 
-FFmpeg::CodecContext openDecoder(const AVStream& stream) {
-  const auto* codec = avcodec_find_decoder(stream.codecpar->codec_id);
-  if (!codec) throw unreadable("there is no decoder for the sound");
-  FFmpeg::CodecContext decoder(check(avcodec_alloc_context3(codec)));
-  check(avcodec_parameters_to_context(decoder.get(), stream.codecpar), "could not read the audio track",
-        MediaError::Kind::unreadable);
-  decoder->pkt_timebase = stream.time_base;
-  check(avcodec_open2(decoder.get(), codec, nullptr), "could not open the audio decoder",
-        MediaError::Kind::unreadable);
-  return decoder;
-}
-
 }  // namespace
 
 struct SoundReader::Implementation {
   Implementation(const std::filesystem::path& path, int track, SoundFormat wanted)
-      : format(wanted), input(path), stream(audioStream(input, track)), decoder(openDecoder(stream)) {
+      : format(wanted),
+        input(path),
+        stream(audioStream(input, track)),
+        decoder(MediaInput::openDecoder(stream)) {
     // Containers are wrong about the rate of some codecs: the first frame that decodes tells.
     if (!decodeFrame()) throw unreadable("nothing in the audio track can be decoded");
     sourceRate = frame->sample_rate;
@@ -106,10 +97,7 @@ void SoundReader::Implementation::restart() {
   // From the beginning on, what an encoder put before it too.
   const double since = from > 0 ? from : -1;
   const auto ticks = input.zero(stream) + static_cast<std::int64_t>(since / av_q2d(stream.time_base));
-  int code = av_seek_frame(&input.context(), stream.index, ticks, AVSEEK_FLAG_BACKWARD);
-  // Some containers know no time before their first.
-  if (code < 0) code = avformat_seek_file(&input.context(), stream.index, INT64_MIN, 0, INT64_MAX, 0);
-  check(code, "could not seek in the sound", MediaError::Kind::unreadable);
+  input.seek(stream, ticks);
   avcodec_flush_buffers(decoder.get());
 }
 

@@ -23,17 +23,6 @@ AVStream& videoStream(MediaInput& input, int track) {
   return *stream;
 }
 
-FFmpeg::CodecContext openDecoder(const AVStream& stream, int threads) {
-  const auto* codec = avcodec_find_decoder(stream.codecpar->codec_id);
-  if (!codec) throw MediaError(MediaError::Kind::codec, "there is no decoder for the video");
-  FFmpeg::CodecContext decoder(check(avcodec_alloc_context3(codec)));
-  check(avcodec_parameters_to_context(decoder.get(), stream.codecpar), "could not read the video track");
-  decoder->pkt_timebase = stream.time_base;
-  decoder->thread_count = std::max(threads, 1);
-  check(avcodec_open2(decoder.get(), codec, nullptr), "could not open the video decoder");
-  return decoder;
-}
-
 }  // namespace
 
 struct VideoReader::Implementation {
@@ -41,7 +30,7 @@ struct VideoReader::Implementation {
       : options(wanted),
         input(path),
         stream(videoStream(input, track)),
-        decoder(openDecoder(stream, wanted.threads)),
+        decoder(MediaInput::openDecoder(stream, wanted.threads)),
         zero(input.zero(stream)),
         description(input.describe(stream)) {}
 
@@ -91,10 +80,7 @@ bool VideoReader::Implementation::isAhead(std::int64_t wanted) const {
 }
 
 void VideoReader::Implementation::seek(std::int64_t at) {
-  int code = av_seek_frame(&input.context(), stream.index, at, AVSEEK_FLAG_BACKWARD);
-  // Some containers know no time before their first.
-  if (code < 0) code = avformat_seek_file(&input.context(), stream.index, INT64_MIN, 0, INT64_MAX, 0);
-  check(code, "could not seek in the video", MediaError::Kind::unreadable);
+  input.seek(stream, at);
   avcodec_flush_buffers(decoder.get());
   shown.reset();
   coming.reset();
