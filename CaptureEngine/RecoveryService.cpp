@@ -8,6 +8,7 @@
 #include "CaptureEngine/RecordingFiles.h"
 #include "CaptureEngine/RecordingMarker.h"
 #include "Core/Error.h"
+#include "Core/Folder.h"
 #include "MediaKit/Reading/AssetProbe.h"
 
 namespace quillant {
@@ -98,7 +99,7 @@ void RecoveryService::removeArtifacts(const fs::path& screenVideo) {
   removeFile(RecordingFiles::cursorTelemetry(screenVideo));
   removeMarker(screenVideo);
   const auto replacedSources = screenVideo.stem().string() + ".source-";
-  const auto folder = screenVideo.has_parent_path() ? screenVideo.parent_path() : fs::path(".");
+  const auto folder = Folder::of(screenVideo);
   for (const auto& path : entries(folder))
     if (path.filename().string().starts_with(replacedSources)) removeFile(path);
 }

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "Core/FileDescriptor.h"
+#include "Core/Folder.h"
 #include "Core/UUID.h"
 
 namespace quillant {
@@ -15,10 +16,6 @@ namespace {
 
 std::error_code lastError() {
   return {errno, std::generic_category()};
-}
-
-std::filesystem::path folderOf(const std::filesystem::path& path) {
-  return path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
 }
 
 /// How the names of the temporary files begin that come before `path`; `randomLength` letters follow.
@@ -34,7 +31,7 @@ FileDescriptor createBeside(const std::filesystem::path& path, mode_t mode, std:
   FileDescriptor file;
   for (int i = 0; !file && (i == 0 || (errno == EEXIST && i < tries)); ++i) {
     const auto random = UUID::random().text().substr(0, randomLength);
-    name = (folderOf(path) / (temporaryPrefix(path) + random)).string();
+    name = (Folder::of(path) / (temporaryPrefix(path) + random)).string();
     file = FileDescriptor(::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
   }
   return file;
@@ -83,15 +80,14 @@ void write(const std::filesystem::path& path, std::string_view contents, std::op
     throw FileError("write", path, error);
   }
   // The new file is in place; a folder that cannot be synced does not undo that.
-  if (const FileDescriptor opened(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); opened)
-    ::fsync(opened.get());
+  Folder::sync(Folder::of(path));
 }
 
 void removeTemporaries(const std::filesystem::path& path) noexcept {
   try {
     const auto prefix = temporaryPrefix(path);
     std::error_code error;
-    for (auto file = std::filesystem::directory_iterator(folderOf(path), error);
+    for (auto file = std::filesystem::directory_iterator(Folder::of(path), error);
          !error && file != std::filesystem::directory_iterator(); file.increment(error)) {
       const auto name = file->path().filename().string();
       if (name.starts_with(prefix) && name.size() == prefix.size() + randomLength)

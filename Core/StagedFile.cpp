@@ -8,15 +8,12 @@
 #include <unistd.h>
 
 #include "Core/AtomicFile.h"
+#include "Core/Folder.h"
 #include "Core/UUID.h"
 
 namespace quillant {
 
 namespace {
-
-std::filesystem::path folderOf(const std::filesystem::path& path) {
-  return path.has_parent_path() ? path.parent_path() : std::filesystem::path(".");
-}
 
 FileError failure(const std::filesystem::path& target) {
   return {"write", target, {errno, std::generic_category()}};
@@ -25,7 +22,7 @@ FileError failure(const std::filesystem::path& target) {
 }  // namespace
 
 StagedFile::StagedFile(std::filesystem::path target) : target_(std::move(target)) {
-  const auto folder = folderOf(target_);
+  const auto folder = Folder::of(target_);
   constexpr mode_t mode = 0666;  // less the user's mask
   file_ = FileDescriptor(::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
   if (file_ || (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL)) {
@@ -61,7 +58,7 @@ std::string StagedFile::readablePath() const {
 
 void StagedFile::publish() {
   if (::fsync(file_.get()) != 0) throw failure(target_);
-  const auto folder = folderOf(target_);
+  const auto folder = Folder::of(target_);
   if (temporary_.empty()) {
     const auto named = folder / fmt::format(".{}.{}", target_.filename().string(), UUID::random().text());
     if (::linkat(AT_FDCWD, readablePath().c_str(), AT_FDCWD, named.c_str(), AT_SYMLINK_FOLLOW) != 0)
@@ -71,8 +68,7 @@ void StagedFile::publish() {
   if (!file_.close() || ::rename(temporary_.c_str(), target_.c_str()) != 0) throw failure(target_);
   temporary_.clear();
   // The new file is in place; a folder that cannot be synced does not undo that.
-  if (const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); opened)
-    ::fsync(opened.get());
+  Folder::sync(folder);
 }
 
 }  // namespace quillant

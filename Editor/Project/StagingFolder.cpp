@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Core/AtomicFile.h"
+#include "Core/Folder.h"
 #include "Core/UUID.h"
 #include "Editor/Project/ExclusiveRename.h"
 
@@ -81,9 +82,7 @@ void StagingFolder::moveTo(const std::filesystem::path& target) {
 }
 
 void StagingFolder::sync(const std::filesystem::path& folder) {
-  const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!opened || ::fsync(opened.get()) != 0)
-    throw FileError("write", folder, {errno, std::generic_category()});
+  if (const auto error = Folder::sync(folder)) throw FileError("write", folder, error);
 }
 
 }  // namespace quillant
