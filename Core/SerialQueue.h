@@ -5,12 +5,13 @@
 #include <asio/post.hpp>
 #include <chrono>
 #include <functional>
-#include <future>
 #include <memory>
 #include <string>
 #include <thread>
 #include <type_traits>
 #include <utility>
+
+#include "Core/AwaitedWork.h"
 
 namespace quillant {
 
@@ -38,14 +39,13 @@ class SerialQueue {
   }
 
   /// Runs `work` on the queue and waits for its result, an exception included. On the queue itself it runs
-  /// at once, so a nested call cannot wait for itself.
+  /// at once, so a nested call cannot wait for itself. Allocates nothing.
   template <class Work>
-  auto sync(Work&& work) -> std::invoke_result_t<Work> {
+  auto sync(Work&& work) -> std::invoke_result_t<Work&> {
     if (isCurrent()) return work();
-    std::packaged_task<std::invoke_result_t<Work>()> task(std::forward<Work>(work));
-    auto result = task.get_future();
-    asio::post(*context_, [&task] { task(); });
-    return result.get();
+    AwaitedWork<std::remove_reference_t<Work>> awaited(work);
+    asio::post(*context_, awaited.handler());
+    return awaited.result();
   }
 
  private:
