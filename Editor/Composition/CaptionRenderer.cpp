@@ -128,13 +128,10 @@ std::optional<Image> CaptionRenderer::image(const PreparedCaptions& captions, do
   const std::string& key = captions.key(shown->block);
   {
     const std::lock_guard guard(lock_);
-    const auto found = std::ranges::find_if(entries_, [&](const Entry& entry) {
+    const auto* found = drawn_.find([&](const Entry& entry) {
       return entry.word == shown->word && entry.canvas == canvas && entry.block == key;
     });
-    if (found != entries_.end()) {
-      entries_.splice(entries_.begin(), entries_, found);
-      return found->image;
-    }
+    if (found) return found->image;
   }
   std::optional<Image> image;
   try {
@@ -143,9 +140,7 @@ std::optional<Image> CaptionRenderer::image(const PreparedCaptions& captions, do
     return std::nullopt;
   }
   const std::lock_guard guard(lock_);
-  entries_.push_front({key, shown->word, canvas, image});
-  if (entries_.size() > capacity) entries_.pop_back();
-  return image;
+  return drawn_.add({key, shown->word, canvas, std::move(image)}).image;
 }
 
 }  // namespace quillant

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <list>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -9,6 +8,7 @@
 #include "Core/Geometry.h"
 #include "DrawKit/Image.h"
 #include "Editor/Composition/PreparedCaptions.h"
+#include "Editor/Composition/RecentlyUsed.h"
 
 namespace quillant {
 
@@ -31,11 +31,8 @@ class CaptionRenderer {
     Size canvas;
     std::optional<Image> image;
   };
-  /// At 2160p a caption of two lines takes some 6 MB.
-  static constexpr std::size_t capacity = 8;
-
   std::mutex lock_;
-  std::list<Entry> entries_;  ///< The one asked for last comes first.
+  RecentlyUsed<Entry, 8> drawn_;  ///< At 2160p a caption of two lines takes some 6 MB.
 };
 
 }  // namespace quillant

@@ -1,6 +1,5 @@
 #include "Editor/Composition/WallpaperImageCache.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "Core/Error.h"
@@ -15,18 +14,13 @@ PixelBufferRef WallpaperImageCache::image(const std::string& assetName) {
   if (assetName.empty() || assetName.find_first_of(std::string_view("/\0", 2)) != std::string::npos)
     return nullptr;
   const std::lock_guard guard(lock_);
-  const auto found = std::ranges::find(entries_, assetName, &Entry::assetName);
-  if (found != entries_.end()) {
-    entries_.splice(entries_.begin(), entries_, found);
+  if (const auto* found = read_.find([&](const Entry& entry) { return entry.assetName == assetName; }))
     return found->image;
-  }
   try {
-    entries_.push_front({assetName, PNGImage::read(folder_ / (assetName + ".png"))});
+    return read_.add({assetName, PNGImage::read(folder_ / (assetName + ".png"))}).image;
   } catch (const Error&) {
     return nullptr;
   }
-  if (entries_.size() > capacity) entries_.pop_back();
-  return entries_.front().image;
 }
 
 }  // namespace quillant

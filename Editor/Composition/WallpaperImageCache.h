@@ -1,12 +1,11 @@
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
-#include <list>
 #include <mutex>
 #include <string>
 
 #include "Core/PixelBuffer.h"
+#include "Editor/Composition/RecentlyUsed.h"
 
 namespace quillant {
 
@@ -25,12 +24,9 @@ class WallpaperImageCache {
     std::string assetName;
     PixelBufferRef image;
   };
-  /// One of 2560 by 1440 pixels takes 15 MB.
-  static constexpr std::size_t capacity = 3;
-
   std::filesystem::path folder_;
   std::mutex lock_;
-  std::list<Entry> entries_;  ///< The one asked for last comes first.
+  RecentlyUsed<Entry, 3> read_;  ///< One of 2560 by 1440 pixels takes 15 MB.
 };
 
 }  // namespace quillant

@@ -11,20 +11,15 @@ namespace quillant {
 std::shared_ptr<const CursorGlyphImage> CursorGlyphCache::image(const std::string& styleID, double size) {
   constexpr double tenths = 10;
   const auto sizeKey = static_cast<int>(std::clamp(size * tenths, tenths, 1e6));
-  const auto found = std::ranges::find_if(
-      entries_, [&](const Entry& entry) { return entry.sizeKey == sizeKey && entry.styleID == styleID; });
-  if (found != entries_.end()) {
-    entries_.splice(entries_.begin(), entries_, found);
+  if (const auto* found = drawn_.find(
+          [&](const Entry& entry) { return entry.sizeKey == sizeKey && entry.styleID == styleID; }))
     return found->glyph;
-  }
   const bool isKnown = CursorStyleRegistry::definition(styleID) != nullptr;
   const auto rendered = CursorStyleRenderer::renderedGlyph(
       isKnown ? std::string_view(styleID) : CursorStyleRegistry::fallbackID, sizeKey / tenths);
   if (!rendered) return nullptr;
   auto glyph = std::make_shared<CursorGlyphImage>(CursorGlyphImage{rendered->image, rendered->hotspot});
-  entries_.push_front({styleID, sizeKey, glyph});
-  if (entries_.size() > capacity) entries_.pop_back();
-  return glyph;
+  return drawn_.add({styleID, sizeKey, std::move(glyph)}).glyph;
 }
 
 namespace CursorLayer {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,6 +7,7 @@
 #include "Core/Geometry.h"
 #include "Core/PixelBuffer.h"
 #include "DrawKit/Image.h"
+#include "Editor/Composition/RecentlyUsed.h"
 #include "Editor/Composition/VideoBackgroundCompositionInstruction.h"
 #include "Editor/Composition/VideoPlacement.h"
 
@@ -33,10 +32,7 @@ class CursorGlyphCache {
     int sizeKey;  ///< Tenths of a pixel.
     std::shared_ptr<const CursorGlyphImage> glyph;
   };
-  /// A slider that is dragged asks for a hundred sizes.
-  static constexpr std::size_t capacity = 16;
-
-  std::list<Entry> entries_;  ///< The one asked for last comes first.
+  RecentlyUsed<Entry, 16> drawn_;  ///< A slider that is dragged asks for a hundred sizes.
 };
 
 /// The cursor on the recording.
