@@ -71,13 +71,28 @@ void FrameComposer::makeComposedImage(const File& file, double outputTime, const
   };
   // In its bubble the camera is a part of the canvas; one that grows, or is grown, stays out of the zoom.
   if (settings && *amount == 0) appendCamera();
+  AffineTransform zoom;
   if (const auto effect = edit.zoom(instruction->source, outputTime, instruction->cursorTrack.get());
-      effect && effect->scale > 1)
-    for (Image& image : images_) image = image.transformed(transform(*effect, instruction->renderSize));
+      effect && effect->scale > 1) {
+    zoom = transform(*effect, instruction->renderSize);
+    for (Image& image : images_) image = image.transformed(zoom);
+  }
   if (settings && *amount > 0) appendCamera();
+  if (instruction->showsAnnotations) appendAnnotations(*instruction, outputTime, zoom);
 
   if (auto caption = CaptionRenderer::shared().image(edit.captions(), outputTime, instruction->renderSize))
     images_.push_back(std::move(*caption));
+}
+
+void FrameComposer::appendAnnotations(const VideoBackgroundCompositionInstruction& instruction,
+                                      double outputTime, const AffineTransform& zoom) {
+  const auto& annotations = instruction.edit->annotations();
+  for (const auto& play : annotations.plays()) {
+    const double opacity = play.opacity(outputTime);
+    if (!(opacity > 0)) continue;
+    if (const auto image = annotations_.image(annotations.regions()[play.region], instruction.renderSize))
+      images_.push_back(image->transformed(zoom).faded(opacity));
+  }
 }
 
 void FrameComposer::prepare(const std::shared_ptr<const VideoBackgroundCompositionInstruction>& instruction) {

@@ -8,6 +8,7 @@
 #include "Core/Geometry.h"
 #include "Core/PixelBuffer.h"
 #include "DrawKit/Image.h"
+#include "Editor/Composition/Layers/AnnotationLayer.h"
 #include "Editor/Composition/Layers/CursorLayer.h"
 #include "Editor/Composition/Layers/FacecamLayer.h"
 #include "Editor/Composition/VideoBackgroundCompositionInstruction.h"
@@ -57,11 +58,14 @@ class FrameComposer {
   void prepare(const std::shared_ptr<const VideoBackgroundCompositionInstruction>& instruction);
   File prepared(const VideoBackgroundCompositionInstruction& instruction);
   const std::optional<Image>& backdrop(const VideoBackgroundStyling& styling, const Size& canvas);
+  void appendAnnotations(const VideoBackgroundCompositionInstruction& instruction, double outputTime,
+                         const AffineTransform& zoom);
   void makeComposedImage(const File& file, double outputTime, const PixelBufferRef& picture,
                          const PixelBufferRef& camera);
 
   std::shared_ptr<WallpaperImageCache> wallpapers_;
   CursorGlyphCache glyphs_;
+  AnnotationLayer annotations_;
   std::optional<KeptBackdrop> backdrop_;
   std::shared_ptr<const VideoBackgroundCompositionInstruction> instruction_;  ///< That is prepared.
   std::vector<File> files_;                                                   ///< The main recording first.

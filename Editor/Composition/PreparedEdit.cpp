@@ -47,6 +47,7 @@ PreparedEdit::PreparedEdit(const TimelineEditSnapshot& edits, std::vector<Source
     : plan_(TimelineExportEditPlan::build(sources.at(mainRecording).duration, edits)),
       zooms_(edits, plan_.pieces(std::nullopt)),
       cameraLayout_(plan_),
+      annotations_(edits, plan_),
       captions_(std::move(captions)) {
   std::map<std::optional<std::string>, SourceNumber> numbers;
   for (const Source& source : sources) {

@@ -8,6 +8,7 @@
 #include "Editor/Composition/ActiveSpans.h"
 #include "Editor/Composition/CameraLayoutTimeline.h"
 #include "Editor/Composition/CursorTelemetryTrack.h"
+#include "Editor/Composition/PreparedAnnotations.h"
 #include "Editor/Composition/PreparedCaptions.h"
 #include "Editor/Composition/TimelineExportEditPlan.h"
 #include "Editor/Composition/TimelineZoomCanvasTransform.h"
@@ -66,6 +67,7 @@ class PreparedEdit {
   /// go holds the nearest frame, so that the camera does not flicker at a seam.
   std::optional<double> cameraFrameTime(SourceNumber source, double outputTime) const;
 
+  const PreparedAnnotations& annotations() const { return annotations_; }
   const PreparedCaptions& captions() const { return captions_; }
 
  private:
@@ -91,6 +93,7 @@ class PreparedEdit {
   std::vector<PreparedSource> sources_;
   TimelineZoomCanvasTransform zooms_;
   CameraLayoutTimeline cameraLayout_;
+  PreparedAnnotations annotations_;
   PreparedCaptions captions_;
 };
 

@@ -41,6 +41,9 @@ struct VideoBackgroundCompositionInstruction {
   std::shared_ptr<const CursorTelemetryTrack> cursorTrack;  ///< None: no cursor is drawn.
   CursorOverlaySettings cursorSettings;
 
+  /// Whether the edit's annotations are drawn; a preview has them in a view of its own.
+  bool showsAnnotations = true;
+
   /// The instructions of the added files, by their numbers; null where there is none. Only the main
   /// recording's has any.
   std::vector<std::shared_ptr<const VideoBackgroundCompositionInstruction>> sourceInstructions;

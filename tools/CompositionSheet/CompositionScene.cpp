@@ -24,6 +24,7 @@ Orientation orientation(const CompositionScene& scene) {
 std::shared_ptr<const VideoBackgroundCompositionInstruction> CompositionScene::instruction() const {
   TimelineEditSnapshot edits;
   edits.zoomRegions = zooms;
+  edits.annotationRegions = annotations;
   if (!clips.empty()) edits.clipList = CopyOnWriteVector<TimelineClip>(clips);
   std::vector<PreparedEdit::Source> sources{{.id = std::nullopt, .duration = duration}};
   if (camera) sources[0].camera = TimelineSpan{0, duration};

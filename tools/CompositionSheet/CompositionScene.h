@@ -33,6 +33,7 @@ struct CompositionScene {
   VideoBackgroundStyling styling;
   std::vector<TimelineClip> clips;  ///< None: the whole recording.
   std::vector<TimelineZoomRegion> zooms;
+  std::vector<TimelineAnnotationRegion> annotations;
   std::optional<CursorOverlaySettings> cursor;
   Point pointer{0.5, 0.5};  ///< Fractions of the upright picture.
   std::optional<FacecamSettings> camera;

@@ -167,6 +167,30 @@ TEST(FrameComposer, LaysCaptionsOverEverythingAndLeavesThemOutOfTheZoom) {
   EXPECT_NE(caption(scene), still);
 }
 
+TEST(FrameComposer, LaysAnnotationsOverTheCameraAndZoomsThem) {
+  auto scene = redVideo();
+  scene.annotations = {{.span = {2, 8}, .text = "this", .x = 0.5, .y = 1, .fontSize = 10}};
+  const auto darkened = [](SerializableColor color) {
+    return SerializableColor{color.red * 0.38, color.green * 0.38, color.blue * 0.38};
+  };
+  // 72 hundredths of the canvas wide and 34 high, pushed back from beyond its lower edge.
+  const Shown still(scene);
+  EXPECT_TRUE(still.is({40, 58}, darkened(red)) && still.is({30, 73}, darkened(red)));
+  EXPECT_TRUE(still.is({40, 53}, red) && still.is({20, 73}, red));
+  scene.zooms = {{.span = {0, 10}, .depth = 1.25, .focusX = 0.5, .focusY = 1}};
+  EXPECT_TRUE(Shown(scene).is({40, 53}, darkened(red)) && Shown(scene).is({40, 46}, red));
+  scene.zooms.clear();
+  scene.camera = FacecamSettings{};
+  scene.clips = {{.start = 0, .end = 10, .cameraFullScreen = true}};
+  EXPECT_TRUE(Shown(scene).is({40, 58}, darkened(green)));
+  scene.time = 2.24;  // half of what it takes to come
+  const double coming = Shown(scene).luma(40, 58);
+  scene.time = 1.9;
+  const double before = Shown(scene).luma(40, 58);
+  EXPECT_NEAR(coming, before - 0.31 * (before - 16), 1);
+  EXPECT_TRUE(Shown(scene).is({40, 58}, green));
+}
+
 TEST(FrameComposer, TurnsThenCropsThenFits) {
   // Red, green, blue and white quarters, turned to the right: blue comes to the upper left.
   auto scene = redVideo();
