@@ -21,4 +21,10 @@ VideoBackgroundStyling VideoBackgroundStyling::of(const ProjectVideoEditorState&
                     .balance = state.insetBalance}};
 }
 
+bool VideoBackgroundStyling::isPlain() const {
+  return std::holds_alternative<TransparentBackground>(background) && paddingRatio == 0 &&
+         borderRadiusRatio == 0 && shadowIntensity == 0 && backgroundBlurRatio == 0 &&
+         !(inset.amountRatio > 0);
+}
+
 }  // namespace quillant

@@ -18,6 +18,8 @@ struct VideoBackgroundStyling {
 
   /// A document's: its lengths are points of a canvas whose short side is 360, its inset is hundredths.
   static VideoBackgroundStyling of(const ProjectVideoEditorState& state);
+  /// Whether there is nothing around the picture, under it or at its edges.
+  bool isPlain() const;
 
   friend bool operator==(const VideoBackgroundStyling&, const VideoBackgroundStyling&) = default;
 };

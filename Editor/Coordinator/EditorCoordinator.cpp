@@ -9,7 +9,6 @@
 #include "Core/AtomicFile.h"
 #include "Core/DiskExecutor.h"
 #include "Core/QueueTask.h"
-#include "Editor/Captions/CaptionLayout.h"
 #include "Editor/Coordinator/EditFingerprint.h"
 #include "Editor/Coordinator/EditorError.h"
 #include "Editor/Coordinator/PresetNames.h"
@@ -68,11 +67,10 @@ struct EditorCoordinator::Rendering {
   fs::path source;
   VideoExportOptions options;
   TimelineEditSnapshot edits;
-  CaptionRenderPlan captions;
   std::shared_ptr<WallpaperImageCache> wallpapers;
 
   VideoExportRenderer::RenderContext context() const {
-    return VideoExportRenderer::makeRenderContext(source, options, edits, captions);
+    return VideoExportRenderer::makeRenderContext(source, options, edits);
   }
   PixelBufferRef frameAt(const VideoExportRenderer::RenderContext& context, double time) const;
 
@@ -262,6 +260,7 @@ bool EditorCoordinator::recordingCameraShows() const {
                              [](const TimelineCameraClip& clip) { return clip.settings.enabled; });
 }
 
+  if (!burnsCaptions) result.captions.reset();
 VideoExportFrameRate EditorCoordinator::sourceRate() const {
   constexpr double fastest = 60;
   return loaded().frameRate > fastest ? VideoExportFrameRate::fps60 : VideoExportFrameRate::source;
@@ -269,7 +268,7 @@ VideoExportFrameRate EditorCoordinator::sourceRate() const {
 
 // ---- Results ----
 
-TimelineEditSnapshot EditorCoordinator::renderEdits() const {
+TimelineEditSnapshot EditorCoordinator::renderEdits(bool burnsCaptions) const {
   auto result = edits();
   if (recordingCameraShows()) return result;
   // Added files may have cameras of their own, which the layouts of their clips are about.
@@ -299,23 +298,14 @@ VideoExportOptions EditorCoordinator::makeVisualOptions(VideoExportOptions choic
   return choices;
 }
 
-Task<CaptionRenderPlan> EditorCoordinator::captionPlan(bool burnsCaptions) {
-  if (!burnsCaptions) co_return CaptionRenderPlan();
-  if (services_.captions)
-    if (const auto missing = co_await services_.captions->missing(edits()); !missing.empty())
-      throw CaptionsNotReady(missing.front());
-  if (!edits().captions) co_return CaptionRenderPlan();
-  co_return CaptionRenderPlan{.blocks = CaptionLayout::blocks(edits(), plan()),
-                              .style = edits().captions->style};
-}
-
 Task<EditorCoordinator::Rendering> EditorCoordinator::makeRendering(VideoExportOptions choices,
                                                                     bool burnsCaptions) {
-  auto captions = co_await captionPlan(burnsCaptions);
+  if (burnsCaptions && services_.captions)
+    if (const auto missing = co_await services_.captions->missing(edits()); !missing.empty())
+      throw CaptionsNotReady(missing.front());
   co_return Rendering{.source = recording_->screenVideo,
                       .options = makeVisualOptions(std::move(choices)),
-                      .edits = renderEdits(),
-                      .captions = std::move(captions),
+                      .edits = renderEdits(burnsCaptions),
                       .wallpapers = services_.wallpapers};
 }
 

@@ -11,7 +11,6 @@
 #include "Core/OwningSequence.h"
 #include "Core/PixelBuffer.h"
 #include "Core/Task.h"
-#include "Editor/Composition/CaptionRenderPlan.h"
 #include "Editor/Composition/TimelineExportEditPlan.h"
 #include "Editor/Composition/WallpaperImageCache.h"
 #include "Editor/Coordinator/CaptionTargets.h"
@@ -120,9 +119,8 @@ class EditorCoordinator : public EditorStateHolding {
   const Recording& loaded() const;
   const TimelineExportEditPlan& plan() const;
   void checkRange(double from, double to) const;
-  TimelineEditSnapshot renderEdits() const;
+  TimelineEditSnapshot renderEdits(bool burnsCaptions) const;
   VideoExportOptions makeVisualOptions(VideoExportOptions choices) const;
-  Task<CaptionRenderPlan> captionPlan(bool burnsCaptions);
   Task<Rendering> makeRendering(VideoExportOptions choices, bool burnsCaptions);
 
   const OwningSequence sequence_;

@@ -1,6 +1,8 @@
 #include "Editor/Export/FrameChain.h"
 
 #include <algorithm>
+#include <array>
+#include <span>
 #include <utility>
 
 namespace quillant {
@@ -27,13 +29,15 @@ PixelBufferRef FrameChain::decode(int trackID, double time) {
 
 PixelBufferRef FrameChain::frame(double time) {
   const auto required = instruction_->requiredPictures(time);
-  std::vector<TrackFrame> frames;
+  std::array<TrackFrame, 2> frames;
+  std::size_t count = 0;
   if (auto picture = decode(required.sourceTrackID, required.sourceTime))
-    frames.push_back({required.sourceTrackID, std::move(picture)});
+    frames[count++] = {required.sourceTrackID, std::move(picture)};
   if (required.facecamTrackID)
     if (auto picture = decode(*required.facecamTrackID, required.facecamTime))
-      frames.push_back({*required.facecamTrackID, std::move(picture)});
-  return compositor_.startRequest({.instruction = instruction_, .time = time, .frames = frames});
+      frames[count++] = {*required.facecamTrackID, std::move(picture)};
+  return compositor_.startRequest(
+      {.instruction = instruction_, .time = time, .frames = std::span(frames).first(count)});
 }
 
 }  // namespace quillant

@@ -7,6 +7,7 @@
 
 #include "CaptureEngine/Telemetry/CursorTelemetryCodec.h"
 #include "Core/AtomicFile.h"
+#include "Editor/Captions/CaptionLayout.h"
 #include "Editor/Export/MultiSourceCompositionError.h"
 #include "Editor/Export/VideoExportRendererError.h"
 #include "Editor/Export/VideoExportSizing.h"
@@ -38,6 +39,7 @@ struct OpenedSource {
   std::optional<std::string> id;  ///< None is the main recording.
   std::string name;
   std::filesystem::path file;
+  double duration = 0;  ///< Seconds.
   MediaTrack video;
   std::vector<MediaTrack> sounds;
   std::optional<Camera> camera;
@@ -77,13 +79,18 @@ std::optional<Camera> openCamera(const std::optional<std::filesystem::path>& fil
 }
 
 OpenedSource openPrimary(const std::filesystem::path& file, const VideoExportOptions& options) {
+  using Failure = VideoExportRendererError;
   const auto asset = AssetProbe::probe(file);
   const auto videos = asset.tracksOfKind(MediaTrack::Kind::video);
-  if (videos.empty()) throw VideoExportRendererError(VideoExportRendererError::Kind::missingVideoTrack);
+  if (videos.empty()) throw Failure(Failure::Kind::missingVideoTrack);
+  const double duration =
+      VideoExportSizing::exportSourceDuration(asset.duration.seconds(), videos.front().duration.seconds());
+  if (duration == 0) throw Failure(Failure::Kind::exportFailed, "The recording can't be read.");
   return {
       .id = {},
       .name = std::string(recordingName),
       .file = file,
+      .duration = duration,
       .video = videos.front(),
       .sounds = asset.tracksOfKind(MediaTrack::Kind::audio),
       .camera = openCamera(options.facecamVideo, static_cast<double>(options.facecamOffsetMs.value_or(0))),
@@ -110,6 +117,7 @@ OpenedSource openAdded(const std::filesystem::path& primary, const std::string& 
   return {.id = id,
           .name = known->displayName,
           .file = file,
+          .duration = videos.front().duration.seconds(),
           .video = videos.front(),
           .sounds = asset.tracksOfKind(MediaTrack::Kind::audio),
           .camera = openCamera(sidecar(ProjectSourceFiles::facecamExtension),
@@ -149,9 +157,9 @@ std::vector<VolumePoint> steps(const std::vector<std::pair<double, double>>& vol
 
 class SoundBuilder {
  public:
-  SoundBuilder(const std::filesystem::path& primary, const TimelineEditSnapshot& edits, Voices voices,
+  SoundBuilder(const std::filesystem::path& primary, const TimelineEditSnapshot& edits, Purpose purpose,
                double duration)
-      : primary_(primary), edits_(edits), voices_(voices) {
+      : primary_(primary), edits_(edits), purpose_(purpose) {
     composition_.duration = duration;
   }
 
@@ -229,7 +237,8 @@ class SoundBuilder {
   std::optional<std::filesystem::path> cleanedVoice(std::string_view key, const std::string& name) const {
     auto file =
         ifThere(ProjectSourceFiles::sidecar(primary_, key, ProjectSourceFiles::cleanedVoiceExtension));
-    if (!file && voices_ == Voices::required) throw MultiSourceCompositionError(Kind::voiceNotCleaned, name);
+    if (!file && purpose_ == Purpose::exported)
+      throw MultiSourceCompositionError(Kind::voiceNotCleaned, name);
     return file;
   }
 
@@ -258,7 +267,7 @@ class SoundBuilder {
 
   const std::filesystem::path& primary_;
   const TimelineEditSnapshot& edits_;
-  Voices voices_;
+  Purpose purpose_;
   MediaComposition composition_;
   std::map<std::string, std::filesystem::path> files_;
 };
@@ -298,25 +307,19 @@ std::shared_ptr<VideoBackgroundCompositionInstruction> instructionOf(const Opene
   return instruction;
 }
 
-}  // namespace
-
-std::optional<int> microphoneIndex(const std::filesystem::path& recording) {
-  try {
-    const auto sounds = AssetProbe::probe(recording).tracksOfKind(MediaTrack::Kind::audio);
-    const auto found = std::ranges::find(sounds, 1, &MediaTrack::channels);
-    if (found != sounds.end()) return static_cast<int>(found - sounds.begin());
-  } catch (const Error&) {
-    return std::nullopt;
-  }
-  return std::nullopt;
+CaptionRenderPlan captions(const TimelineEditSnapshot& edits, const TimelineExportEditPlan& plan) {
+  if (!edits.captions) return {};
+  return {.blocks = CaptionLayout::blocks(edits, plan), .style = edits.captions->style};
 }
 
-Built make(const std::filesystem::path& primary, double primaryDuration, const TimelineEditSnapshot& edits,
-           const VideoExportOptions& options, const CaptionRenderPlan& captions, Sound sound, Voices voices) {
+}  // namespace
+
+Built make(const std::filesystem::path& primary, const TimelineEditSnapshot& edits,
+           const VideoExportOptions& options, Sound sound, Purpose purpose) {
+  std::vector<OpenedSource> opened{openPrimary(primary, options)};
+  const double primaryDuration = opened.front().duration;
   const auto resolved = edits.withClipSounds(primaryDuration);
   const auto plan = TimelineExportEditPlan::build(primaryDuration, resolved);
-
-  std::vector<OpenedSource> opened{openPrimary(primary, options)};
   for (const auto& id : plan.sourceIDs())
     if (id) opened.push_back(openAdded(primary, *id, resolved));
 
@@ -329,16 +332,17 @@ Built make(const std::filesystem::path& primary, double primaryDuration, const T
   for (const auto& source : opened) {
     instructions.push_back(instructionOf(source, instructions.size(), options, built.videoTracks));
     sources.push_back({.id = source.id,
-                       .duration = source.id ? source.video.duration.seconds() : primaryDuration,
+                       .duration = source.duration,
                        .camera = source.camera ? std::optional(cameraSpan(*source.camera)) : std::nullopt});
   }
   built.renderSize = VideoExportSizing::resolvedOutputSize(
       {instructions.front()->cropRect.width, instructions.front()->cropRect.height}, options);
-  const auto prepared = std::make_shared<const PreparedEdit>(resolved, std::move(sources),
-                                                             options.facecamFallbackSettings, captions);
+  const auto prepared = std::make_shared<const PreparedEdit>(
+      resolved, std::move(sources), options.facecamFallbackSettings, captions(resolved, plan));
   for (auto& instruction : instructions) {
     instruction->renderSize = built.renderSize;
     instruction->edit = prepared;
+    instruction->showsAnnotations = purpose == Purpose::exported;
   }
   auto& main = *instructions.front();
   main.sourceInstructions.assign(instructions.begin(), instructions.end());
@@ -346,7 +350,7 @@ Built make(const std::filesystem::path& primary, double primaryDuration, const T
   built.instruction = instructions.front();
 
   if (sound == Sound::included) {
-    SoundBuilder builder(primary, resolved, voices, plan.outputDuration);
+    SoundBuilder builder(primary, resolved, purpose, plan.outputDuration);
     for (const auto& source : opened) builder.addRecorded(source, plan.pieces(source.id));
     builder.addRow(resolved.audioClips, TimelineMuteRow::voice);
     builder.addRow(resolved.musicClips, TimelineMuteRow::music);

@@ -38,24 +38,23 @@ struct Built {
   double outputDuration = 0;  ///< Seconds; 0 if the edit plays nothing.
 };
 
-enum class Voices { required, asFarAsCleaned };
 enum class Sound { included, leftOut };
+/// A preview plays a voice that is still to be cleaned as it is, and leaves annotations to a view over it.
+enum class Purpose { exported, preview };
 
-/// Blocking: opens and probes every file. Throws `MultiSourceCompositionError`, `VideoExportRendererError` of
-/// kind missingVideoTrack, and `FileError` or `MediaError` for a main recording that cannot be read. A cursor
-/// file that cannot be read is left out.
-Built make(const std::filesystem::path& primary, double primaryDuration, const TimelineEditSnapshot& edits,
-           const VideoExportOptions& options, const CaptionRenderPlan& captions, Sound sound, Voices voices);
+/// Captions that the edit has are burned in.
+///
+/// Blocking: opens and probes every file. Throws `MultiSourceCompositionError`, and for a main recording that
+/// cannot be read `FileError`, `MediaError`, or `VideoExportRendererError` of kind missingVideoTrack or
+/// exportFailed. A cursor file that cannot be read is left out.
+Built make(const std::filesystem::path& primary, const TimelineEditSnapshot& edits,
+           const VideoExportOptions& options, Sound sound, Purpose purpose);
 
 /// The camera's own time for a time of the recording that it was made with. `offsetMs` is the camera's start
 /// less the screen's.
 inline double cameraTime(double sourceTime, double offsetMs) {
   return sourceTime - offsetMs / 1000;
 }
-
-/// The audio track of a recording that is its microphone's: the first with one channel. None if there is
-/// none, or the file cannot be read.
-std::optional<int> microphoneIndex(const std::filesystem::path& recording);
 
 }  // namespace MultiSourceComposition
 }  // namespace quillant

@@ -16,7 +16,6 @@
 #include "MediaKit/Exporting/MovieFileWriter.h"
 #include "MediaKit/Exporting/SegmentEncoder.h"
 #include "MediaKit/Exporting/StreamCopy.h"
-#include "MediaKit/Reading/AssetProbe.h"
 
 namespace quillant::VideoExportRenderer {
 
@@ -169,38 +168,26 @@ void exportReEncode(const RenderContext& context, const std::filesystem::path& t
 }  // namespace
 
 RenderContext makeRenderContext(const std::filesystem::path& source, const VideoExportOptions& options,
-                                const TimelineEditSnapshot& edits, const CaptionRenderPlan& captions) {
-  const auto asset = AssetProbe::probe(source);
-  const auto videos = asset.tracksOfKind(MediaTrack::Kind::video);
-  if (videos.empty()) throw VideoExportRendererError(Kind::missingVideoTrack);
-  const double sourceDuration =
-      VideoExportSizing::exportSourceDuration(asset.duration.seconds(), videos.front().duration.seconds());
-  if (sourceDuration == 0) throw VideoExportRendererError(Kind::exportFailed, "The recording can't be read.");
-
-  RenderContext context{
-      .source = source,
-      .built = MultiSourceComposition::make(source, sourceDuration, edits, options, captions,
-                                            options.format == VideoExportFormat::gif
-                                                ? MultiSourceComposition::Sound::leftOut
-                                                : MultiSourceComposition::Sound::included,
-                                            MultiSourceComposition::Voices::required)};
+                                const TimelineEditSnapshot& edits) {
+  RenderContext context{.source = source,
+                        .built = MultiSourceComposition::make(source, edits, options,
+                                                              options.format == VideoExportFormat::gif
+                                                                  ? MultiSourceComposition::Sound::leftOut
+                                                                  : MultiSourceComposition::Sound::included,
+                                                              MultiSourceComposition::Purpose::exported)};
   const auto& built = context.built;
   if (!(built.outputDuration > 0)) throw VideoExportRendererError(Kind::emptyTimeline);
   context.duration = built.outputDuration;
   context.outputSize = built.renderSize;
   context.frameDuration = VideoExportSizing::frameDuration(options.frameRate, built.sourceRate);
 
-  const auto& styling = options.styling;
-  const bool isPlain = std::holds_alternative<TransparentBackground>(styling.background) &&
-                       styling.paddingRatio == 0 && styling.borderRadiusRatio == 0 &&
-                       styling.shadowIntensity == 0 && styling.backgroundBlurRatio == 0 &&
-                       !(styling.inset.amountRatio > 0);
   const auto sourceShown = VideoExportSizing::frameDuration(VideoExportFrameRate::source, built.sourceRate);
   context.isIdentity =
-      options.format == VideoExportFormat::mp4 && isPlain &&
+      options.format == VideoExportFormat::mp4 && options.styling.isPlain() &&
       (!options.cropSelection || options.cropSelection->isPassthrough()) &&
       options.cursorOverlay == CursorOverlaySettings::hidden() && !options.cursorTelemetry &&
-      !options.facecamVideo && !edits.hasEdits() && captions.blocks.empty() &&
+      !options.facecamVideo && !edits.hasEdits() &&
+      built.instruction->edit->captions().plan().blocks.empty() &&
       (built.sourceRate == 0 || std::abs(context.frameDuration.seconds() - sourceShown.seconds()) < 0.001) &&
       std::abs(context.outputSize.width - built.sourceSize.width) < 1 &&
       std::abs(context.outputSize.height - built.sourceSize.height) < 1;

@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "Core/MediaTime.h"
-#include "Editor/Composition/CaptionRenderPlan.h"
 #include "Editor/Composition/WallpaperImageCache.h"
 #include "Editor/Export/MultiSourceComposition.h"
 #include "Editor/Export/VideoExportCancellationToken.h"
@@ -33,10 +32,9 @@ struct RenderContext {
   bool isIdentity = false;  ///< The recording's own samples are the result.
 };
 
-/// `captions` are burned in. Throws as `MultiSourceComposition::make` does, and `VideoExportRendererError` of
-/// kind emptyTimeline.
+/// Throws as `MultiSourceComposition::make` does, and `VideoExportRendererError` of kind emptyTimeline.
 RenderContext makeRenderContext(const std::filesystem::path& source, const VideoExportOptions& options,
-                                const TimelineEditSnapshot& edits, const CaptionRenderPlan& captions = {});
+                                const TimelineEditSnapshot& edits);
 
 /// Takes numbers from 0 to 1 that rise.
 using ProgressHandler = std::function<void(double)>;

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "Core/AtomicFile.h"
+#include "Editor/Export/EditorPlaybackComposition.h"
+#include "Editor/Export/FrameChain.h"
 #include "Editor/Export/MultiSourceCompositionError.h"
 #include "Editor/Export/VideoExportRenderer.h"
 #include "Editor/Export/VideoExportRendererError.h"
@@ -168,6 +170,39 @@ TEST(VideoExport, CopiesWhatNothingChanges) {
   options = mp4();
   options.resolution = VideoExportResolution::p480;
   EXPECT_FALSE(isIdentity({}));
+}
+
+TEST(EditorPlaybackComposition, IsWhatAnExportIsButForItsAnnotationsAndUncleanedVoices) {
+  const TemporaryFolder folder;
+  const auto source = folder / "recording.mp4";
+  TestRecording{.frames = 60, .audioChannels = {1}}.write(source);
+  const auto preview = [&](const TimelineEditSnapshot& edits) {
+    return EditorPlaybackComposition::make(source, edits, mp4(), MultiSourceComposition::Sound::included);
+  };
+  auto edits = playing({clip(0.5, 2)});
+  const auto cut = preview(edits);
+  EXPECT_FALSE(cut.composesFrames);
+  EXPECT_EQ(cut.frameDuration, (MediaTime{20, 600}));
+  EXPECT_NEAR(cut.built.instruction->requiredPictures(0.1).sourceTime, 0.6, 1e-9);
+
+  edits.annotationRegions = std::vector{TimelineAnnotationRegion{.span = {1, 2}, .x = 0.5, .y = 0.5}};
+  edits.zoomRegions = std::vector{TimelineZoomRegion{.span = {0.5, 0.8}}};
+  const auto annotated = preview(edits);
+  EXPECT_TRUE(annotated.composesFrames);
+  const auto exported = VideoExportRenderer::makeRenderContext(source, mp4(), edits);
+  const auto lumaAt = [](const MultiSourceComposition::Built& built, double time) {
+    const auto frame = FrameChain(built.instruction, built.videoTracks, {}).frame(time);
+    return static_cast<double>(frame->planes[0].data[54 * frame->planes[0].stride + 40]);
+  };
+  EXPECT_EQ(lumaAt(annotated.built, 0.4), lumaAt(exported.built, 0.4));
+  EXPECT_NEAR(16 + 0.38 * (lumaAt(annotated.built, 1) - 16), lumaAt(exported.built, 1), 2);
+
+  auto spoken = clip(0, 2);
+  spoken.sound = TimelineRecordingSound{.voiceCleanup = true};
+  EXPECT_EQ(preview(playing({spoken})).built.sound.sound.size(), 1U);
+  EXPECT_THROW(VideoExportRenderer::makeRenderContext(source, mp4(), playing({spoken})),
+               MultiSourceCompositionError);
+  EXPECT_THROW(preview(playing({})), VideoExportRendererError);
 }
 
 TEST(VideoExport, LeavesNothingBehindThatIsNotWhole) {
