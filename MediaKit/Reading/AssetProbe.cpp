@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
+#include <vector>
 
 #include "MediaKit/Reading/MediaInput.h"
 
@@ -11,17 +13,35 @@ namespace {
 
 /// What the fragments of one track add up to.
 struct FragmentSum {
-  std::uint64_t end = 0;  ///< Ticks.
+  std::uint64_t end = 0;        ///< Ticks.
+  std::uint64_t lastStart = 0;  ///< Ticks, of the last sample.
   std::uint64_t samples = 0;
 };
+  /// Ticks between the starts of samples. What a sample is said to last is not that where a fragment ends.
+  std::vector<std::int64_t> intervals;
+
+  void add(const MovieFragments::SampleRun& run) {
+    auto start = run.time;
+    const auto take = [&](std::uint64_t duration) {
+      if (samples > 0) intervals.push_back(static_cast<std::int64_t>(start - lastStart));
+      lastStart = start;
+      start += duration;
+      ++samples;
+    };
+    for (const auto& sample : run.samples) take(sample.duration);
+    // Of a run of equals one stands for all: a file may promise billions in a few bytes.
+    if (run.samples.empty() && run.count > 0) {
+      take(run.uniform.duration);
+      lastStart += run.duration - run.uniform.duration;
+      samples += run.count - 1;
+    }
+    end = std::max(end, run.time + run.duration);
+  }
 
 std::map<std::uint32_t, FragmentSum> sumFragments(const MediaInput& input) {
   std::map<std::uint32_t, FragmentSum> sums;
-  MovieFragments::visit(input.file(), *input.fragmentedMovie(), [&](const MovieFragments::SampleRun& run) {
-    auto& sum = sums[run.track];
-    sum.end = std::max(sum.end, run.time + run.duration);
-    sum.samples += run.count;
-  });
+  MovieFragments::visit(input.file(), *input.fragmentedMovie(),
+                        [&](const MovieFragments::SampleRun& run) { sums[run.track].add(run); });
   if (sums.empty()) MovieBoxes::fail("the file breaks off before its first fragment is whole");
   return sums;
 }
@@ -53,7 +73,9 @@ MediaAsset AssetProbe::probe(const std::filesystem::path& path) {
       track.duration =
           std::max(track.duration, MediaInput::time(static_cast<std::int64_t>(sum->second.end), stream));
       if (track.kind == MediaTrack::Kind::video && track.duration > MediaTime::zero())
-        track.nominalFrameRate = static_cast<double>(sum->second.samples) / track.duration.seconds();
+        track.nominalFrameRate =
+            MediaInput::gridRate(std::move(sum->second.intervals), stream,
+                                 static_cast<double>(sum->second.samples) / track.duration.seconds());
     }
     asset.duration = std::max(asset.duration, track.duration);
     asset.tracks.push_back(track);

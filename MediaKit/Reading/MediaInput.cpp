@@ -86,30 +86,17 @@ bool hasIndex(const AVFormatContext& context) {
   return std::string_view(context.iformat->name).find("mov") != std::string_view::npos;
 }
 
-/// The rate that the moving stretches of a video keep. A screen that mostly stands still has few frames, and
-/// is no video of three a second.
-double gridRate(const AVStream& stream) {
-  const double average =
-      stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0 ? av_q2d(stream.avg_frame_rate) : 0;
+/// Between the frames that an index tells of; none where it tells of keyframes only.
+std::vector<std::int64_t> indexedIntervals(const AVStream& stream) {
   std::vector<std::int64_t> intervals;
   const int count = avformat_index_get_entries_count(&stream);
+  if (count < stream.nb_frames) return intervals;
   for (int i = 1; i < count; ++i) {
     const auto* before = avformat_index_get_entry(const_cast<AVStream*>(&stream), i - 1);
     const auto* entry = avformat_index_get_entry(const_cast<AVStream*>(&stream), i);
-    const auto interval = before && entry ? entry->timestamp - before->timestamp : 0;
-    if (interval > 0 && static_cast<double>(interval) * av_q2d(stream.time_base) < longestGridInterval)
-      intervals.push_back(interval);
+    if (before && entry) intervals.push_back(entry->timestamp - before->timestamp);
   }
-  double rate = average;
-  // An index of keyframes only says nothing of the frames between.
-  if (!intervals.empty() && static_cast<std::int64_t>(count) >= stream.nb_frames) {
-    const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
-    std::ranges::nth_element(intervals, middle);
-    rate = std::max(average, 1 / (static_cast<double>(*middle) * av_q2d(stream.time_base)));
-  }
-  for (const double usual : usualRates)
-    if (std::abs(rate - usual) < usual * 0.03) return usual;
-  return rate;
+  return intervals;
 }
 
 }  // namespace
@@ -168,6 +155,19 @@ void MediaInput::copyOrientation(const AVStream& from, AVStream& to) {
 }
 
 AVStream* MediaInput::choose(MediaTrack::Kind kind, int index) {
+  describeStreams();
+  const auto type = kind == MediaTrack::Kind::video ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
+  AVStream* chosen = nullptr;
+  for (unsigned i = 0; i < context_->nb_streams; ++i) {
+    auto& stream = *context_->streams[i];
+    if (stream.codecpar->codec_type == type && isMedia(stream) && index-- == 0)
+      chosen = &stream;
+    else
+      stream.discard = AVDISCARD_ALL;
+  }
+  return chosen;
+}
+
 FFmpeg::CodecContext MediaInput::openDecoder(const AVStream& stream, int threads) {
   constexpr auto kind = MediaError::Kind::unreadable;
   const auto* codec = avcodec_find_decoder(stream.codecpar->codec_id);
@@ -186,19 +186,6 @@ void MediaInput::seek(const AVStream& stream, std::int64_t ticks) {
   // Some containers know no time before their first.
   if (code < 0) code = avformat_seek_file(context_.get(), stream.index, INT64_MIN, 0, INT64_MAX, 0);
   FFmpeg::check(code, "could not seek in the file", MediaError::Kind::unreadable);
-}
-
-  describeStreams();
-  const auto type = kind == MediaTrack::Kind::video ? AVMEDIA_TYPE_VIDEO : AVMEDIA_TYPE_AUDIO;
-  AVStream* chosen = nullptr;
-  for (unsigned i = 0; i < context_->nb_streams; ++i) {
-    auto& stream = *context_->streams[i];
-    if (stream.codecpar->codec_type == type && isMedia(stream) && index-- == 0)
-      chosen = &stream;
-    else
-      stream.discard = AVDISCARD_ALL;
-  }
-  return chosen;
 }
 
 MediaTime MediaInput::time(std::int64_t ticks, const AVStream& stream) {
@@ -225,8 +212,26 @@ MediaTrack MediaInput::describe(const AVStream& stream) {
   const auto bounds = turned.bounds({0, 0, track.naturalSize.width, track.naturalSize.height});
   track.upright = turned.then(AffineTransform::translation(-bounds.x, -bounds.y));
   track.displaySize = {bounds.width, bounds.height};
-  track.nominalFrameRate = gridRate(stream);
+  const auto average = stream.avg_frame_rate;
+  track.nominalFrameRate =
+      gridRate(indexedIntervals(stream), stream, average.num > 0 && average.den > 0 ? av_q2d(average) : 0);
   return track;
+}
+
+double MediaInput::gridRate(std::vector<std::int64_t> intervals, const AVStream& stream, double average) {
+  const double tick = av_q2d(stream.time_base);
+  std::erase_if(intervals, [&](std::int64_t interval) {
+    return interval <= 0 || static_cast<double>(interval) * tick >= longestGridInterval;
+  });
+  double rate = average;
+  if (!intervals.empty()) {
+    const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
+    std::ranges::nth_element(intervals, middle);
+    rate = std::max(average, 1 / (static_cast<double>(*middle) * tick));
+  }
+  for (const double usual : usualRates)
+    if (std::abs(rate - usual) < usual * 0.03) return usual;
+  return rate;
 }
 
 void MediaInput::describeStreams() {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "MediaKit/FFmpegHandles.h"
 #include "MediaKit/Reading/MediaTrack.h"
@@ -41,13 +42,16 @@ class MediaInput {
   /// The first stream of this kind but `index` others; the demuxer drops what other streams hold. None if
   /// there is no such stream.
   AVStream* choose(MediaTrack::Kind kind, int index);
-  /// Of a stream that is media.
   /// For a stream that is media.
   static FFmpeg::CodecContext openDecoder(const AVStream& stream, int threads = 1);
   /// Has reading go on with the keyframe of `stream` that is stored at `ticks` or last before it. A decoder
   /// is to be flushed then.
   void seek(const AVStream& stream, std::int64_t ticks);
+  /// Of a stream that is media.
   MediaTrack describe(const AVStream& stream);
+  /// The rate that the moving stretches of a video keep, snapped to a usual one. `intervals` are the ticks
+  /// between its frames: a screen that mostly stands still has few, and is no video of three a second.
+  static double gridRate(std::vector<std::int64_t> intervals, const AVStream& stream, double average);
   /// Has the copy of a stream turned as the stream is.
   static void copyOrientation(const AVStream& from, AVStream& to);
   /// A stream's ticks as a time; zero for what is before it.

@@ -10,7 +10,9 @@
 #include "MediaKit/Reading/AssetProbe.h"
 #include "MediaKit/Reading/FrameGrabber.h"
 #include "Tests/MediaKit/FaultyDisk.h"
+#include "Tests/Support/Eventually.h"
 #include "Tests/Support/Media/DecodedMedia.h"
+#include "Tests/Support/Media/StampedFrames.h"
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/TemporaryFolder.h"
 
@@ -53,6 +55,27 @@ TEST(AssetProbe, TellsTracksOfFinishedAndUnfinishedFiles) {
     isMet = FaultyDisk::disarm();
   }
   EXPECT_GT(step, 10);
+}
+
+TEST(AssetProbe, TellsTheRateThatAKilledRecordingKeptWhileItMoved) {
+  const TemporaryFolder folder;
+  AssetWriter writer(folder / "left.mp4", MediaContainer::mp4, {1, 10});
+  const auto video = writer.addVideo({192, 108, 30});
+  ASSERT_TRUE(writer.startWriting());
+  writer.startSession(MediaTime::zero());
+  std::uint32_t count = 0;
+  const auto append = [&](MediaTime time) {
+    EXPECT_TRUE(eventually([&] { return writer.isReady(video); }));
+    EXPECT_TRUE(writer.append(video, StampedFrames::moving(192, 108, count++), time));
+  };
+  for (int frame = 0; frame < 20; ++frame) append({frame, 30});
+  // Each beat of a still screen closes a fragment, whose only picture lasts a tick.
+  for (int second = 2; second < 12; ++second) {
+    append({second, 1});
+    const auto closed = writer.counters().fragmentsClosed;
+    EXPECT_TRUE(eventually([&] { return writer.counters().fragmentsClosed > closed; }));
+  }
+  EXPECT_EQ(AssetProbe::probe(folder / "left.mp4").tracks.at(0).nominalFrameRate, 30);
 }
 
 /// Without waiting for the disk, as an atomic write does.
