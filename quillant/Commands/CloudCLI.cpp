@@ -1,11 +1,6 @@
 #include "quillant/Commands/CloudCLI.h"
 
 #include <algorithm>
-#include <asio/bind_cancellation_slot.hpp>
-#include <asio/cancellation_signal.hpp>
-#include <asio/io_context.hpp>
-#include <asio/signal_set.hpp>
-#include <csignal>
 #include <exception>
 #include <optional>
 #include <string>
@@ -14,19 +9,18 @@
 
 #include "QuillantCloud/QuillantConfig.h"
 #include "quillant/Commands/AccountCommands.h"
+#include "quillant/Commands/CommandLoop.h"
 #include "quillant/Commands/Console.h"
 #include "quillant/Commands/QueueCommands.h"
+#include "quillant/Commands/TitledFile.h"
 #include "quillant/Commands/UploadCommand.h"
+#include "quillant/Commands/UsageError.h"
 
 namespace quillant {
 
 namespace {
 
 using Words = std::vector<std::string>;
-
-struct UsageError {
-  std::string text;
-};
 
 /// Takes "--profile <name>" out, wherever it stands; the last one counts.
 std::optional<std::string> extractProfile(Words& words) {
@@ -51,43 +45,6 @@ bool contains(const Words& words, std::string_view flag) {
   return std::find(words.begin(), words.end(), flag) != words.end();
 }
 
-UploadCommand::Options uploadOptions(const Words& words) {
-  UploadCommand::Options options;
-  for (auto word = words.begin(); word != words.end(); ++word) {
-    if (*word == "--title") {
-      if (++word == words.end()) throw UsageError{"--title requires a value"};
-      options.title = *word;
-    } else if (word->starts_with("-") || !options.file.empty()) {
-      throw UsageError{"unknown upload option " + *word};
-    } else {
-      options.file = *word;
-    }
-  }
-  if (options.file.empty()) throw UsageError{"upload requires a <file.mp4>"};
-  return options;
-}
-
-/// Runs `task` on this thread until it has ended. An interrupt cancels it.
-int runOnAppLoop(Task<int> task) {
-  asio::io_context loop(1);
-  asio::signal_set interrupts(loop, SIGINT, SIGTERM);
-  asio::cancellation_signal cancel;
-  interrupts.async_wait([&](std::error_code error, int) {
-    if (!error) cancel.emit(asio::cancellation_type::terminal);
-  });
-  int code = ExitCode::failure;
-  std::exception_ptr failure;
-  asio::co_spawn(loop, std::move(task),
-                 asio::bind_cancellation_slot(cancel.slot(), [&](std::exception_ptr error, int result) {
-                   failure = error;
-                   code = result;
-                   interrupts.cancel();
-                 }));
-  loop.run();
-  if (failure) std::rethrow_exception(failure);
-  return code;
-}
-
 int runAsync(Task<int> task) {
   return runBlocking(std::move(task), makeStrand());
 }
@@ -106,8 +63,8 @@ int CloudCLI::run(const Arguments& arguments) {
     Words words(arguments.begin() + 2, arguments.end());
     if (auto profile = extractProfile(words)) QuillantConfig::profileOverride = std::move(profile);
     if (command == "upload") {
-      const auto options = uploadOptions(words);
-      return runAsync(UploadCommand::run(makeServices_(), options));
+      auto named = TitledFile::parse(command, "<file.mp4>", words);
+      return runAsync(UploadCommand::run(makeServices_(), std::move(named)));
     }
     if (command == "resume") {
       allowOnly({"--force"}, command, words);
@@ -119,7 +76,7 @@ int CloudCLI::run(const Arguments& arguments) {
           QueueCommands::status(makeServices_(), contains(words, "--resume"), contains(words, "--force")));
     }
     allowOnly({}, command, words);
-    if (command == "login") return runOnAppLoop(AccountCommands::login(makeServices_()));
+    if (command == "login") return CommandLoop().run(AccountCommands::login(makeServices_()));
     if (command == "logout") return runAsync(AccountCommands::logout(makeServices_()));
     return runAsync(AccountCommands::whoami(makeServices_()));
   } catch (const UsageError& error) {

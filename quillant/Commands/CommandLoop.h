@@ -13,8 +13,8 @@ class CommandLoop {
   Executor executor() { return loop_.get_executor(); }
 
   /// Runs `task` on this thread until it has ended, and returns the exit code that it gives. An interrupt or
-  /// a request to end calls `onInterrupt` on this thread.
-  int run(Task<int> task, std::function<void()> onInterrupt);
+  /// a request to end calls `onInterrupt` on this thread; without one it cancels the task.
+  int run(Task<int> task, std::function<void()> onInterrupt = {});
 
  private:
   asio::io_context loop_{1};

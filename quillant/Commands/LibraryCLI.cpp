@@ -19,6 +19,8 @@
 #include "MediaKit/Reading/AssetProbe.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "quillant/Commands/Console.h"
+#include "quillant/Commands/TitledFile.h"
+#include "quillant/Commands/UsageError.h"
 
 namespace quillant {
 
@@ -28,42 +30,17 @@ namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
 using Item = ProjectStore::ProjectListItem;
 
-struct UsageError {
-  std::string text;
-};
-
-struct ImportOptions {
-  std::string video;
-  std::optional<std::string> title;
-};
-
-ImportOptions importOptions(const Words& words) {
-  ImportOptions options;
-  for (auto word = words.begin(); word != words.end(); ++word) {
-    if (*word == "--title") {
-      if (++word == words.end()) throw UsageError{"--title requires a value"};
-      options.title = *word;
-    } else if (word->starts_with("-") || !options.video.empty()) {
-      throw UsageError{"unknown import option " + *word};
-    } else {
-      options.video = *word;
-    }
-  }
-  if (options.video.empty()) throw UsageError{"import requires a <video>"};
-  return options;
-}
-
 std::optional<std::string> ifThere(const fs::path& path) {
   std::error_code missing;
   return fs::is_regular_file(path, missing) ? std::optional(path.string()) : std::nullopt;
 }
 
-Task<int> import(ProjectLibrary library, ImportOptions options) {
+Task<int> import(ProjectLibrary library, TitledFile named) {
   // As it lies: the project finds it from any folder, and not through a link that may change.
   std::error_code missing;
-  const auto video = fs::canonical(options.video, missing);
+  const auto video = fs::canonical(named.file, missing);
   if (missing) {
-    Console::writeError("quillant: no such file: " + options.video + "\n");
+    Console::writeError("quillant: no such file: " + named.file + "\n");
     co_return ExitCode::failure;
   }
   if (AssetProbe::probe(video).tracksOfKind(MediaTrack::Kind::video).empty())
@@ -79,7 +56,7 @@ Task<int> import(ProjectLibrary library, ImportOptions options) {
                                .facecamVideoPath = ifThere(RecordingFiles::facecam(video))};
   const auto now = Date::now().iso8601();
   ProjectStore::CreateOptions created{.id = UUID::random().text(),
-                                      .title = options.title.value_or(video.stem().string()),
+                                      .title = named.title.value_or(video.stem().string()),
                                       .createdAt = now,
                                       .updatedAt = now};
   const auto document = co_await library.create(std::move(media), std::move(created));
@@ -131,9 +108,9 @@ int LibraryCLI::run(const Arguments& arguments) {
     return ExitCode::success;
   }
   try {
-    std::optional<ImportOptions> imported;
+    std::optional<TitledFile> imported;
     if (arguments[1] == "import")
-      imported = importOptions(words);
+      imported = TitledFile::parse("import", "<video>", words);
     else if (!words.empty())
       throw UsageError{"unknown projects option " + words.front()};
     const ProjectLibrary library(QuillantConfig::projectsDirectory());

@@ -148,9 +148,9 @@ Task<> send(const Uploader& uploader, PendingUpload& entry) {
 
 }  // namespace
 
-Task<int> run(CloudServices services, Options options) {
+Task<int> run(CloudServices services, TitledFile named) {
   try {
-    const auto video = existingFile(options.file);
+    const auto video = existingFile(named.file);
     const auto token = co_await TokenStore::load(*services.secrets);
     if (!token) {
       tell("not signed in — run `quillant login`");
@@ -159,7 +159,7 @@ Task<int> run(CloudServices services, Options options) {
     const auto api = std::make_shared<QuillantAPI>(*token, services.http);
     const PendingUploadStore store{QuillantConfig::pendingUploadsDirectory()};
     const auto facts = probe(services, video);
-    auto entry = PendingUpload::make(video, std::nullopt, std::move(options.title), facts.sizeBytes,
+    auto entry = PendingUpload::make(video, std::nullopt, std::move(named.title), facts.sizeBytes,
                                      facts.durationMs, facts.width, facts.height);
     const auto claim = persist(services, store, entry);
     dropOutdated(store, entry);
