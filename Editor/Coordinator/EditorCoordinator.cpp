@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
-#include <system_error>
 #include <utility>
 
 #include "Core/AtomicFile.h"
@@ -12,9 +11,9 @@
 #include "Editor/Coordinator/EditFingerprint.h"
 #include "Editor/Coordinator/EditorError.h"
 #include "Editor/Coordinator/PresetNames.h"
+#include "Editor/Coordinator/RecordingSideFiles.h"
 #include "Editor/Export/FrameChain.h"
 #include "Editor/Export/VideoExportSizing.h"
-#include "Editor/Project/ProjectSourceFiles.h"
 #include "Editor/Timeline/TimelineClipList.h"
 #include "MediaKit/Pictures/BGRAPicture.h"
 #include "MediaKit/Pictures/JPEGImage.h"
@@ -32,32 +31,24 @@ constexpr double rangeTolerance = 0.05;
 /// A poster is taken so far in, since the very first frame often shows what was there before the subject.
 constexpr double posterTime = 1;
 
-std::optional<fs::path> sideFile(const fs::path& screenVideo, const std::optional<std::string>& given,
-                                 std::string_view extension) {
-  auto path =
-      given ? fs::path(*given) : ProjectSourceFiles::sidecar(screenVideo, primarySourceKey, extension);
-  std::error_code missing;
-  if (!fs::is_regular_file(path, missing)) return std::nullopt;
-  return path;
-}
-
 /// Blocking.
-Recording open(const RecordingHandoffFields& media) {
+Recording open(RecordingHandoffFields media) {
   const fs::path video = media.screenVideoPath;
   const auto asset = AssetProbe::probe(video);
   const auto tracks = asset.tracksOfKind(MediaTrack::Kind::video);
   if (tracks.empty()) throw EditorError::noVideoTrack(video);
+  media = RecordingSideFiles::found(std::move(media), asset);
   return {.screenVideo = video,
-          .facecam = sideFile(video, media.facecamVideoPath, ProjectSourceFiles::facecamExtension),
+          .facecam = media.facecamVideoPath,
           .facecamOffsetMs = media.facecamOffsetMs,
-          .cursorTelemetry = sideFile(video, media.cursorTelemetryPath, ProjectSourceFiles::cursorExtension),
+          .cursorTelemetry = media.cursorTelemetryPath,
           .duration = VideoExportSizing::exportSourceDuration(asset.duration.seconds(),
                                                               tracks.front().duration.seconds()),
           .frameRate = tracks.front().nominalFrameRate};
 }
 
 Task<Recording> opened(RecordingHandoffFields media) {
-  co_return open(media);
+  co_return open(std::move(media));
 }
 
 }  // namespace
@@ -260,7 +251,6 @@ bool EditorCoordinator::recordingCameraShows() const {
                              [](const TimelineCameraClip& clip) { return clip.settings.enabled; });
 }
 
-  if (!burnsCaptions) result.captions.reset();
 VideoExportFrameRate EditorCoordinator::sourceRate() const {
   constexpr double fastest = 60;
   return loaded().frameRate > fastest ? VideoExportFrameRate::fps60 : VideoExportFrameRate::source;
@@ -270,6 +260,7 @@ VideoExportFrameRate EditorCoordinator::sourceRate() const {
 
 TimelineEditSnapshot EditorCoordinator::renderEdits(bool burnsCaptions) const {
   auto result = edits();
+  if (!burnsCaptions) result.captions.reset();
   if (recordingCameraShows()) return result;
   // Added files may have cameras of their own, which the layouts of their clips are about.
   if (result.sources.empty()) result.clearCameraLayouts(recording_->duration);

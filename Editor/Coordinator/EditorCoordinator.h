@@ -47,9 +47,9 @@ class EditorCoordinator : public EditorStateHolding {
 
   EditorCoordinator(Executor mainThread, Services services);
 
-  /// Opens a recording in the place of what was open, looking as a new project does. Side files that are not
-  /// named are looked for beside the video; one that does not exist does not count. Throws `EditorError` of
-  /// kind noVideoTrack, and `FileError` or `MediaError` for a file that cannot be read; then nothing changes.
+  /// Opens a recording in the place of what was open, looking as a new project does, with the side files that
+  /// `RecordingSideFiles` finds. Throws `EditorError` of kind noVideoTrack, and `FileError` or `MediaError`
+  /// for a file that cannot be read; then nothing changes.
   Task<> load(RecordingHandoffFields media);
   const std::optional<Recording>& recording() const { return recording_; }
 

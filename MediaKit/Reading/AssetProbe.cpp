@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "MediaKit/Reading/MediaInput.h"
+#include "MediaKit/Writing/SessionStart.h"
 
 namespace quillant {
 
@@ -16,7 +17,6 @@ struct FragmentSum {
   std::uint64_t end = 0;        ///< Ticks.
   std::uint64_t lastStart = 0;  ///< Ticks, of the last sample.
   std::uint64_t samples = 0;
-};
   /// Ticks between the starts of samples. What a sample is said to last is not that where a fragment ends.
   std::vector<std::int64_t> intervals;
 
@@ -37,6 +37,7 @@ struct FragmentSum {
     }
     end = std::max(end, run.time + run.duration);
   }
+};
 
 std::map<std::uint32_t, FragmentSum> sumFragments(const MediaInput& input) {
   std::map<std::uint32_t, FragmentSum> sums;
@@ -64,7 +65,7 @@ MediaAsset AssetProbe::probe(const std::filesystem::path& path) {
   else
     input.describeStreams();
 
-  MediaAsset asset{MediaTime::zero(), {}};
+  MediaAsset asset{MediaTime::zero(), {}, SessionStart::read(input.file())};
   for (unsigned i = 0; i < context.nb_streams; ++i) {
     const auto& stream = *context.streams[i];
     if (!MediaInput::isMedia(stream)) continue;

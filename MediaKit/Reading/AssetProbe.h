@@ -12,6 +12,8 @@ namespace quillant {
 struct MediaAsset {
   MediaTime duration;              ///< Of the longest track; zero if nothing is in them.
   std::vector<MediaTrack> tracks;  ///< In the order of the file.
+  /// When its zero was, on the clock that the files of one recording share; invalid for other files.
+  MediaTime sessionStart = MediaTime::invalid();
 
   std::vector<MediaTrack> tracksOfKind(MediaTrack::Kind kind) const;
   friend bool operator==(const MediaAsset&, const MediaAsset&) = default;

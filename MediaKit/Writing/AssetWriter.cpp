@@ -247,7 +247,9 @@ bool AssetWriter::startWriting() {
 }
 
 void AssetWriter::startSession(MediaTime time) {
-  implementation_->sessionStart = time;
+  auto& self = *implementation_;
+  self.sessionStart = time;
+  self.run(self.encoding, [&self, time] { self.pipeline->setSessionStart(time); });
 }
 
 bool AssetWriter::isReady(Input input) const {

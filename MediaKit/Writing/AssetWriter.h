@@ -52,7 +52,8 @@ class AssetWriter {
   /// Creates the file, which must not exist, and opens the encoders. False, with `status()` failed and
   /// `error()` set, if either cannot be done.
   bool startWriting();
-  /// The time on the samples' clock that becomes 0 in the file. Once, before the first append.
+  /// The time on the samples' clock that becomes 0 in the file, where `AssetProbe` finds it. Once, after
+  /// `startWriting` and before the first append.
   void startSession(MediaTime time);
 
   /// False while the bounded queue of the input is full, or the disk too far behind: an append would be

@@ -12,6 +12,7 @@
 #include "Core/AtomicFile.h"
 #include "Core/Error.h"
 #include "MediaKit/MediaError.h"
+#include "MediaKit/Writing/SessionStart.h"
 
 namespace quillant {
 
@@ -50,6 +51,11 @@ FragmentFile::FragmentFile(const std::filesystem::path& path, FragmentMuxer::Hea
   writeAt(0, head.fileType.data(), head.fileType.size());
   writeAt(roomOffset_, room.data(), room.size());
   written_ = roomOffset_ + room.size();
+}
+
+void FragmentFile::setSessionStart(MediaTime start) {
+  movie_ = SessionStart::added(movie_, start);
+  index_ = ClosingIndex(movie_);  // nothing is on the queue yet
 }
 
 void FragmentFile::append(std::vector<std::uint8_t> fragment) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Core/FileDescriptor.h"
+#include "Core/MediaTime.h"
 #include "Core/SerialQueue.h"
 #include "MediaKit/Writing/ClosingIndex.h"
 #include "MediaKit/Writing/FragmentMuxer.h"
@@ -32,6 +33,9 @@ class FragmentFile {
   FragmentFile(const FragmentFile&) = delete;
   FragmentFile& operator=(const FragmentFile&) = delete;
 
+  /// The time on the samples' clock that is the file's zero. Before the first fragment, with which it is
+  /// written.
+  void setSessionStart(MediaTime start);
   void append(std::vector<std::uint8_t> fragment);
   /// Bytes that wait for the disk.
   std::size_t backlog() const { return backlog_; }

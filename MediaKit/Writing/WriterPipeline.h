@@ -41,6 +41,8 @@ class WriterPipeline {
   /// On the queue.
   ~WriterPipeline();
 
+  /// Before anything is encoded.
+  void setSessionStart(MediaTime start) { file_.setSessionStart(start); }
   /// `time` counts ticks of `H264Encoder::timescale` from the session's start and rises strictly; `arrived`
   /// is when the picture was appended.
   void encode(std::size_t video, const EncoderPicture& picture, std::int64_t time, Clock::time_point arrived);

@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
-#include "CaptureEngine/RecordingFiles.h"
 #include "Core/Date.h"
 #include "Core/DiskExecutor.h"
 #include "Core/UUID.h"
 #include "Editor/Coordinator/EditorError.h"
+#include "Editor/Coordinator/RecordingSideFiles.h"
 #include "Editor/Project/ProjectLibrary.h"
 #include "Editor/Timeline/PlaybackTime.h"
 #include "MediaKit/Reading/AssetProbe.h"
@@ -30,11 +30,6 @@ namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
 using Item = ProjectStore::ProjectListItem;
 
-std::optional<std::string> ifThere(const fs::path& path) {
-  std::error_code missing;
-  return fs::is_regular_file(path, missing) ? std::optional(path.string()) : std::nullopt;
-}
-
 Task<int> import(ProjectLibrary library, TitledFile named) {
   // As it lies: the project finds it from any folder, and not through a link that may change.
   std::error_code missing;
@@ -43,17 +38,15 @@ Task<int> import(ProjectLibrary library, TitledFile named) {
     Console::writeError("quillant: no such file: " + named.file + "\n");
     co_return ExitCode::failure;
   }
-  if (AssetProbe::probe(video).tracksOfKind(MediaTrack::Kind::video).empty())
-    throw EditorError::noVideoTrack(video);
+  const auto asset = AssetProbe::probe(video);
+  if (asset.tracksOfKind(MediaTrack::Kind::video).empty()) throw EditorError::noVideoTrack(video);
   for (const auto& project : co_await library.projects())
     if (project.recordingPath == video.string()) {
       Console::writeError("quillant: this recording has a project already, “" + project.title + "”\n");
       Console::print(project.id);
       co_return ExitCode::success;
     }
-  RecordingHandoffFields media{.screenVideoPath = video.string(),
-                               .cursorTelemetryPath = ifThere(RecordingFiles::cursorTelemetry(video)),
-                               .facecamVideoPath = ifThere(RecordingFiles::facecam(video))};
+  auto media = RecordingSideFiles::found({.screenVideoPath = video.string()}, asset);
   const auto now = Date::now().iso8601();
   ProjectStore::CreateOptions created{.id = UUID::random().text(),
                                       .title = named.title.value_or(video.stem().string()),

@@ -1,8 +1,11 @@
 #include "quillant/Models/LibraryRecoverySweep.h"
 
 #include "CaptureEngine/RecoveryService.h"
+#include "Core/DiskExecutor.h"
 #include "Core/Log.h"
 #include "Core/UUID.h"
+#include "Editor/Coordinator/RecordingSideFiles.h"
+#include "MediaKit/Reading/AssetProbe.h"
 
 namespace quillant::LibraryRecoverySweep {
 
@@ -19,14 +22,20 @@ std::optional<std::string> text(const std::optional<std::filesystem::path>& path
   return path ? std::optional(text(*path)) : std::nullopt;
 }
 
+/// Blocking.
+Task<RecordingHandoffFields> handoff(RecoverableRecording recording) {
+  RecordingHandoffFields media{.screenVideoPath = text(recording.screenVideo),
+                               .cursorTelemetryPath = text(recording.cursorTelemetry),
+                               .facecamVideoPath = text(recording.facecam)};
+  co_return RecordingSideFiles::found(std::move(media), AssetProbe::probe(recording.screenVideo));
+}
+
 /// False if a project has it already: the sweep was killed before it took the marker away, or another program
 /// was faster.
 Task<bool> registerProject(ProjectLibrary library, RecoverableRecording recording) {
   for (const auto& project : co_await library.projects())
     if (project.recordingPath == text(recording.screenVideo)) co_return false;
-  RecordingHandoffFields media{.screenVideoPath = text(recording.screenVideo),
-                               .cursorTelemetryPath = text(recording.cursorTelemetry),
-                               .facecamVideoPath = text(recording.facecam)};
+  auto media = co_await runOn(diskExecutor(), handoff(recording));
   const auto date = recording.startedAt.value_or(Date::now()).iso8601();
   ProjectStore::CreateOptions options{.id = UUID::random().text(),
                                       .title = "Recording",

@@ -99,6 +99,35 @@ TEST_F(EditorCoordinatorTest, FindsWhatBelongsToARecordingAndSaysWhatItCannotDo)
   EXPECT_EQ(coordinator.recording()->screenVideo, video);
 }
 
+TEST_F(EditorCoordinatorTest, KeepsTheCameraInStepByWhatItsFileTells) {
+  const auto began = MediaTime::nanoseconds(5'000'000'123);
+  const auto cameraBegan = began + MediaTime{2, 5};
+  record({.frames = 60, .start = began});
+  const auto offset = [&](auto&& writeCamera) {
+    std::filesystem::remove(folder / "x.facecam.mov");
+    writeCamera(folder / "x.facecam.mov");
+    run(coordinator.load({.screenVideoPath = video.string()}));
+    return coordinator.recording()->facecamOffsetMs;
+  };
+  TestRecording camera{.frames = 60, .container = MediaContainer::quickTime, .start = cameraBegan};
+  EXPECT_EQ(offset([&](const auto& path) { camera.writeUnfinished(path); }), 400) << "killed";
+  camera.start = began + MediaTime{3, 1};
+  EXPECT_EQ(offset([&](const auto& path) { camera.write(path); }), std::nullopt) << "of another recording";
+  camera.start = cameraBegan;
+  EXPECT_EQ(offset([&](const auto& path) { camera.write(path); }), 400);
+
+  auto state = coordinator.exportEditorState();
+  state.timelineEdits.clipList = std::vector{TimelineClip{.end = 2, .cameraFullScreen = true}};
+  state.video->background = TransparentBackground();
+  state.video->padding = state.video->borderRadius = state.video->shadow = 0;
+  coordinator.applyEditorState(state);
+  run(coordinator.exportMP4(folder / "out.mp4", EditorExportQuality::source, false, [](double) {}));
+  const auto frames = DecodedMedia::decode(folder / "out.mp4").frames;
+  ASSERT_EQ(frames.size(), 60U);
+  EXPECT_EQ(frames[6].stamp, 6U) << "the screen's, before the camera has one";
+  for (std::size_t i = 13; i < 60; ++i) EXPECT_EQ(frames[i].stamp, i - 12);
+}
+
 TEST_F(EditorCoordinatorTest, FingerprintsAreOfTheEditAndNotOfTheRoadToIt) {
   open();
   const auto fresh = coordinator.editFingerprint();

@@ -41,7 +41,7 @@ void TestRecording::feed(AssetWriter& writer, bool atItsPace) const {
   for (const int channels : audioChannels)
     tracks.push_back(writer.addAudio({channels, channels == 1 ? 96'000 : 160'000}));
   ASSERT_TRUE(writer.startWriting()) << describe(writer.error());
-  writer.startSession(MediaTime::zero());
+  writer.startSession(start);
   const auto begin = std::chrono::steady_clock::now();
   const int samples = 48'000 / frameRate;
   const auto hasFragments = [&] { return !atItsPace || writer.counters().fragmentsClosed >= 4; };
@@ -53,13 +53,15 @@ void TestRecording::feed(AssetWriter& writer, bool atItsPace) const {
       std::this_thread::sleep_until(begin +
                                     std::chrono::nanoseconds(std::int64_t{1'000'000'000} * i / frameRate));
     }
-    const MediaTime time{i, frameRate};
+    const auto time = start + MediaTime{i, frameRate};
     ASSERT_TRUE(eventually([&] { return writer.isReady(video); })) << describe(writer.error());
     ASSERT_TRUE(writer.append(video, StampedFrames::moving(width, height, std::uint32_t(i)), time));
     if (onAppended) onAppended(i);
-    for (std::size_t track = 0; track < tracks.size(); ++track)
-      ASSERT_TRUE(
-          writer.append(tracks[track], sound(std::int64_t{i} * samples, samples, audioChannels[track])));
+    for (std::size_t track = 0; track < tracks.size(); ++track) {
+      auto buffer = sound(std::int64_t{i} * samples, samples, audioChannels[track]);
+      buffer.time = start + buffer.time;
+      ASSERT_TRUE(writer.append(tracks[track], std::move(buffer)));
+    }
   }
 }
 

@@ -17,6 +17,7 @@ struct TestRecording {
   MediaContainer container = MediaContainer::mp4;
   std::vector<int> audioChannels;  ///< A track each.
   MediaTime fragmentInterval{1, 10};
+  MediaTime start = MediaTime::zero();  ///< Of the session, on the clock of whatever is recorded beside it.
   std::function<void(int index)> onAppended;
 
   /// As fast as it goes, finished to an ordinary file.
