@@ -1,6 +1,10 @@
 #include <fstream>
 #include <gmock/gmock.h>
 
+#include "CaptureEngine/Telemetry/CursorTelemetryCodec.h"
+#include "Editor/Project/ProjectStore.h"
+#include "MediaKit/Reading/AssetProbe.h"
+#include "MediaKit/Reading/FrameGrabber.h"
 #include "Tests/Support/TemporaryFolder.h"
 #include "Tests/Support/VirtualDisplay.h"
 #include "Tests/quillant/QuillantRun.h"
@@ -49,9 +53,8 @@ TEST(ProgramTest, AnswersWordsItCannotActOn) {
        70,
        "quillant: the desktop application is not available in this build; see quillant --help\n"},
   };
-  for (const std::string word :
-       {"render-popover", "render-onboarding", "render-settings", "render-library", "author-e1-fixture",
-        "render-editor", "open-editor", "area-overlay", "facecam-bubble-proof"})
+  for (const std::string word : {"render-popover", "render-onboarding", "render-settings", "render-library",
+                                 "render-editor", "open-editor", "area-overlay", "facecam-bubble-proof"})
     cases.push_back({{word, "--verify"}, 70, "quillant: " + word + " is not available in this build\n"});
   for (const auto& [words, exitCode, errors] : cases) {
     const auto result = quillantWith(words);
@@ -106,6 +109,39 @@ TEST(ProgramTest, RefusesPixelsThatItCannotRecordAndLeavesNothing) {
       "quillant: could not start recording: the display server's pixels are not of 8 bits a colour (the "
       "screen's depth must be 24)\n");
   EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(ProgramTest, WritesAFixtureThatIsImportedAsARecordingIs) {
+  const TemporaryFolder folder;
+  const auto video = folder / "recording-e1-fixture.mp4";
+  std::ofstream(video) << "an earlier one";
+  const ChildProcess::Environment environment{{"XDG_DATA_HOME", folder.path().string()},
+                                              {"QUILLANT_PROFILE", "t"}};
+  const auto written =
+      QuillantRun({"author-e1-fixture", "--dir", folder.path().string()}, environment).wait();
+  EXPECT_EQ(written.errors, "");
+  EXPECT_EQ(written.output, "quillant: wrote " + video.string() + "\nquillant: wrote " +
+                                (folder / "recording-e1-fixture.facecam.mov").string() +
+                                "\nquillant: wrote " +
+                                (folder / "recording-e1-fixture.cursor.json").string() + "\n");
+  EXPECT_NEAR(AssetProbe::probe(video).duration.seconds(), 8, 0.05);
+  const auto clicks =
+      CursorTelemetryCodec::decode(AtomicFile::read(folder / "recording-e1-fixture.cursor.json")).clicks;
+  ASSERT_EQ(clicks.size(), 3U);
+  const auto blueAt = [&](MediaTime time) {
+    const auto frame = FrameGrabber::grab(video, time, {}).picture;
+    const auto& plane = frame->planes[0];
+    return plane.data[(clicks[0].y - 25) * plane.stride + 4 * clicks[0].x];
+  };
+  EXPECT_GT(blueAt({clicks[0].timestamp - 40, 1000}), blueAt({clicks[0].timestamp + 10, 1000}) + 80)
+      << "the button lights up";
+
+  const auto imported = QuillantRun({"import", video.string()}, environment).wait();
+  ASSERT_EQ(imported.exitCode, 0) << imported.errors;
+  const ProjectStore store{folder / "Quillant" / "projects-t"};
+  const auto media = store.recording(imported.output.substr(0, imported.output.size() - 1));
+  EXPECT_TRUE(media.cursorTelemetryPath && media.facecamVideoPath);
+  EXPECT_EQ(media.facecamOffsetMs, 250) << "as the files tell";
 }
 
 TEST(ProgramTest, ListsOrphansAndTouchesNothing) {

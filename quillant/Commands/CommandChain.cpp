@@ -4,6 +4,7 @@
 #include "quillant/Commands/CloudCLI.h"
 #include "quillant/Commands/Console.h"
 #include "quillant/Commands/EditorCLI.h"
+#include "quillant/Commands/EditorFixtureCLI.h"
 #include "quillant/Commands/HeadlessCLI.h"
 #include "quillant/Commands/HelpCLI.h"
 #include "quillant/Commands/LibraryCLI.h"
@@ -31,8 +32,9 @@ CommandChain::CommandChain(PlatformServices& services) {
   const auto unavailable = [this](std::initializer_list<const char*> words) {
     for (const char* word : words) commands_.push_back(std::make_unique<UnavailableCommand>(word));
   };
-  unavailable({"render-popover", "render-onboarding", "render-settings", "render-library",
-               "author-e1-fixture", "render-editor", "open-editor"});
+  unavailable({"render-popover", "render-onboarding", "render-settings", "render-library"});
+  commands_.push_back(std::make_unique<EditorFixtureCLI>());
+  unavailable({"render-editor", "open-editor"});
   commands_.push_back(std::make_unique<VerifyDisplayCLI>(services.captureServices()));
   commands_.push_back(std::make_unique<VerifyAreaCLI>(services.captureServices()));
   unavailable({"area-overlay"});

@@ -17,6 +17,7 @@ constexpr const char* afterUsage = R"(       quillant login | logout | whoami
        quillant frame <project id | bundle.quillant | video> --at <seconds> --output <file.png|.jpg> [options]
        quillant verify-display | verify-area [--display <displayID>]
        quillant facecam-contention
+       quillant author-e1-fixture [--dir <directory>]
        quillant --help | --version
        quillant
 
@@ -37,6 +38,8 @@ Records the screen, makes videos of recordings, and shares them. Without a comma
   verify-display, verify-area, facecam-contention
             try on this machine that the right display and area are recorded, and that previews of the
             camera and recordings do not disturb each other
+  author-e1-fixture
+            write a made-up recording, to try import and export with
 
 The cloud commands take --profile <name> to keep several accounts apart.
 
