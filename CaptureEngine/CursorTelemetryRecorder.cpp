@@ -50,6 +50,7 @@ void CursorTelemetryRecorder::stop() {
     buttonTimer_.reset();
     timer_.reset();
   });
+  queue_.sync([] {});  // behind the clicks that were delivered last
 }
 
 CursorTelemetryPayload CursorTelemetryRecorder::payload(MediaTime videoStart) {
