@@ -2,6 +2,7 @@
 #include <cmath>
 #include <gmock/gmock.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 
 #include "MediaKit/Reading/AssetProbe.h"
 #include "Tests/Support/Eventually.h"
@@ -23,6 +24,18 @@ class EndToEndTest : public RecordingFixture {
     if (!output.starts_with("quillant: recoverable " + video + " started ") || separator == std::string::npos)
       return std::nullopt;
     return std::strtod(output.c_str() + separator + std::string(" — playable, ").size(), nullptr);
+  }
+  /// Expects the end of a recording for which there was no more space, and that what was written plays.
+  void expectSalvaged(const QuillantRun::Result& result, const std::string& reason) const {
+    EXPECT_EQ(result.exitCode, 70);
+    EXPECT_EQ(result.output, "quillant: partial salvaged at " + video + "\n");
+    EXPECT_THAT(
+        result.errors,
+        testing::HasSubstr("quillant: recording failed mid-capture: asset writer failed: could not write " +
+                           video + ": " + reason + "\n"));
+    const auto media = DecodedMedia::decode(video);
+    EXPECT_GT(media.frames.size(), 1U);
+    EXPECT_THAT(media.errors, testing::IsEmpty());
   }
   /// How much of the video a player that opens it now would show.
   double playableSeconds() const {
@@ -86,18 +99,17 @@ TEST_F(EndToEndTest, EndsOnAFullDiskAndKeepsWhatWasWritten) {
     GTEST_SKIP() << "only root can mount a small disk";
   move({"noise"});
   const auto result = record("60", {"--no-telemetry"}).wait();
-  EXPECT_EQ(result.exitCode, 70);
-  EXPECT_EQ(result.output, "quillant: partial salvaged at " + video + "\n");
-  EXPECT_THAT(
-      result.errors,
-      testing::AllOf(
-          testing::StartsWith("quillant: warning: only 2.1 MB is free"),
-          testing::HasSubstr("quillant: recording failed mid-capture: asset writer failed: could not write " +
-                             video + ": No space left on device\n")));
-  const auto media = DecodedMedia::decode(video);
-  EXPECT_GT(media.frames.size(), 1U);
-  EXPECT_THAT(media.errors, testing::IsEmpty());
+  EXPECT_THAT(result.errors, testing::StartsWith("quillant: warning: only 2.1 MB is free"));
+  expectSalvaged(result, "No space left on device");
   ::umount2(folder.path().c_str(), MNT_DETACH);
+}
+
+TEST_F(EndToEndTest, EndsAtALimitOnTheSizeOfFilesAsOnAFullDisk) {
+  move({"noise"});
+  auto recording = record("60", {"--no-telemetry"});
+  const rlimit limit{.rlim_cur = 2'000'000, .rlim_max = 2'000'000};  // above a picture in shared memory
+  ASSERT_EQ(::prlimit(recording.processID(), RLIMIT_FSIZE, &limit, nullptr), 0);
+  expectSalvaged(recording.wait(), "File too large");
 }
 
 TEST_F(EndToEndTest, EndsOnTimeAlthoughTheServerHangs) {
