@@ -63,6 +63,9 @@ struct PixelBuffer {
 
   /// Counts the buffers of one source from 1. 0 means the source does not tell what changes.
   std::uint64_t sequence = 0;
+  /// Tells sources apart where buffers of several meet: no other source of this process has the same. 0 where
+  /// they do not.
+  std::uint64_t source = 0;
   /// What differs from the buffer whose sequence is one less; read only if `sequence` is above 1. Rectangles
   /// lie inside the picture and may overlap. Empty means that nothing differs.
   std::vector<PixelRect> changed;

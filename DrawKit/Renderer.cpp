@@ -17,6 +17,18 @@ namespace quillant {
 
 namespace {
 
+/// Whether an image is the one before but for what its picture says has changed.
+bool differsInChangesAlone(const Image& before, const Image& now) {
+  const auto* from = std::get_if<PixelBufferRef>(&before.source);
+  const auto* to = std::get_if<PixelBufferRef>(&now.source);
+  if (!from || !to || (*to)->source == 0 || (*to)->source != (*from)->source ||
+      (*to)->sequence != (*from)->sequence + 1)
+    return false;
+  Image same = before;
+  same.source = now.source;
+  return same == now;
+}
+
 /// Rows that one thread draws at once: its part of the frame stays in the cache while layer after layer is
 /// drawn, and little is filtered twice.
 constexpr int bandHeight = 96;
@@ -57,6 +69,7 @@ struct Renderer::State {
 
   std::size_t unchangedImages(std::span<const Image> now) const;
   void findChanges(std::span<const Image> now);
+  bool addChangesOfPicture(std::size_t index, const Image& now);
   void draw(std::span<const Image> now, const std::vector<PixelRect>& areas, std::size_t end,
             const PixelBuffer& frame);
   void drawBand(Worker& worker, const PixelRect& band, std::size_t end, const PixelBuffer& frame) const;
@@ -65,6 +78,13 @@ struct Renderer::State {
   PixelBufferRef render(std::span<const Image> now);
 };
 
+/// Adds where an image shows what its picture says has changed. False if anything else has, or it does not
+/// say.
+bool Renderer::State::addChangesOfPicture(std::size_t index, const Image& now) {
+  return differsInChangesAlone(images[index], now) &&
+         layers[index].addShown(changed, now, std::get<PixelBufferRef>(now.source)->changed);
+}
+
 /// Where the list of images, each in its order, differs from the one before.
 void Renderer::State::findChanges(std::span<const Image> now) {
   changed.clear();
@@ -72,17 +92,21 @@ void Renderer::State::findChanges(std::span<const Image> now) {
     changed.push_back(canvas);
     return;
   }
-  // What is alike at both ends is compared one by one; in the middle something has come or gone.
+  if (now.size() == images.size()) {
+    for (std::size_t i = 0; i < now.size(); ++i) {
+      if (now[i] == images[i] || addChangesOfPicture(i, now[i])) continue;
+      RectSet::add(changed, layers[i].bounds());
+      RectSet::add(changed, places[i]);
+    }
+    return;
+  }
+  // Something has come or gone in the middle, between what is alike at both ends.
   const std::size_t shorter = std::min(now.size(), images.size());
   std::size_t first = 0, last = 0;
-  if (now.size() != images.size()) {
-    while (first < shorter && now[first] == images[first]) ++first;
-    while (last < shorter - first && now[now.size() - 1 - last] == images[images.size() - 1 - last]) ++last;
-  }
-  for (std::size_t i = first; i + last < now.size(); ++i)
-    if (now.size() != images.size() || now[i] != images[i]) RectSet::add(changed, layers[i].bounds());
-  for (std::size_t i = first; i + last < images.size(); ++i)
-    if (now.size() != images.size() || now[i] != images[i]) RectSet::add(changed, places[i]);
+  while (first < shorter && now[first] == images[first]) ++first;
+  while (last < shorter - first && now[now.size() - 1 - last] == images[images.size() - 1 - last]) ++last;
+  for (std::size_t i = first; i + last < now.size(); ++i) RectSet::add(changed, layers[i].bounds());
+  for (std::size_t i = first; i + last < images.size(); ++i) RectSet::add(changed, places[i]);
 }
 
 /// How many of the lowest are as they were.

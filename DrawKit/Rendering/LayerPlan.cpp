@@ -5,6 +5,7 @@
 
 #include "Core/PixelRects.h"
 #include "DrawKit/Rendering/PlaneGrid.h"
+#include "DrawKit/Rendering/RectSet.h"
 
 namespace quillant {
 
@@ -37,6 +38,15 @@ PixelRect covered(const Rect& rect, const PixelRect& canvas) {
 
 Rect moved(const Rect& rect, const PlaneGrid& grid) {
   return {grid.x.apply(rect.x), grid.y.apply(rect.y), grid.x.scale * rect.width, grid.y.scale * rect.height};
+}
+
+/// Widens a range of the source's pixels by all that is resampled from a sample in it: the cubic has four,
+/// and the outer two lie up to one and a half samples from where it is asked for.
+void spread(const AxisMap& samples, double& begin, double& end) {
+  constexpr double reach = RowKernels::taps / 2 - 0.5;
+  const double first = std::floor(samples.apply(begin)) - reach, last = std::ceil(samples.apply(end)) + reach;
+  begin = std::min(begin, (first - samples.offset) / samples.scale);
+  end = std::max(end, (last - samples.offset) / samples.scale);
 }
 
 bool isTurned(const AffineTransform& matrix) {
@@ -106,6 +116,24 @@ void LayerPlan::place(const Image& image, int canvasWidth, int canvasHeight) {
     return covered({left, top, right - left, bottom - top}, canvas);
   };
   opaque_ = {within(0, mask->radiusY), within(mask->radiusX, 0)};
+}
+
+bool LayerPlan::addShown(std::vector<PixelRect>& set, const Image& image,
+                         std::span<const PixelRect> parts) const {
+  const auto* picture = std::get_if<PixelBufferRef>(&image.source);
+  const bool isSpread = image.blurX > 0 || image.blurY > 0;
+  if (!picture || isSpread || (*picture)->color.matrix == ColorEncoding::Matrix::bt601) return false;
+  const auto preparation = Preparation::of(image);
+  for (const auto& part : parts) {
+    double left = part.x, right = part.x + part.width, top = part.y, bottom = part.y + part.height;
+    for (const auto& [x, y] : preparation.groups) {
+      spread(x.preparedMap(), left, right);
+      spread(y.preparedMap(), top, bottom);
+    }
+    const Rect shown = image.toCanvas.bounds({left, top, right - left, bottom - top});
+    RectSet::add(set, touched(shown, bounds_));
+  }
+  return true;
 }
 
 void LayerPlan::load(const Image& image, SourceCache& cache) {

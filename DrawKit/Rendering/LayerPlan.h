@@ -1,6 +1,8 @@
 #pragma once
 
 #include <array>
+#include <span>
+#include <vector>
 
 #include "Core/PixelBuffer.h"
 #include "DrawKit/Image.h"
@@ -38,6 +40,9 @@ class LayerPlan {
 
   /// First where it shows; what was worked out for the frame before is used again where it is the same.
   void place(const Image& image, int canvasWidth, int canvasHeight);
+  /// Where parts of the image's picture show, with all that resampling spreads of them; none if that cannot
+  /// be told without looking at the picture. Adds to `set`.
+  bool addShown(std::vector<PixelRect>& set, const Image& image, std::span<const PixelRect> parts) const;
   /// Then, if any of it is to be drawn, its source.
   void load(const Image& image, SourceCache& cache);
 

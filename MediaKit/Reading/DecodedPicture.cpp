@@ -168,17 +168,28 @@ std::vector<PixelRect> differences(const PixelBuffer& before, const PixelBuffer&
   constexpr int tileHeight = 16;
   const auto planes = layout(after.format);
   std::vector<PixelRect> found;
+  std::vector<PixelRect> row;
   for (int y = 0; y < after.height; y += tileHeight) {
     const int height = std::min(tileHeight, after.height - y);
     // Most strips of a screen stand still: looked at as a whole they are read in order.
     if (!differ(before, after, planes, {0, y, after.width, height})) continue;
+    row.clear();
     for (int x = 0; x < after.width; x += tileWidth) {
       const PixelRect tile{x, y, std::min(tileWidth, after.width - x), height};
       if (!differ(before, after, planes, tile)) continue;
-      if (!found.empty() && found.back().y == y && found.back().x + found.back().width == x)
-        found.back().width += tile.width;
+      if (!row.empty() && row.back().x + row.back().width == x)
+        row.back().width += tile.width;
       else
-        found.push_back(tile);
+        row.push_back(tile);
+    }
+    for (const auto& run : row) {
+      const auto above = std::ranges::find_if(found, [&](const PixelRect& rect) {
+        return rect.x == run.x && rect.width == run.width && rect.y + rect.height == y;
+      });
+      if (above == found.end())
+        found.push_back(run);
+      else
+        above->height += run.height;
     }
   }
   return found;

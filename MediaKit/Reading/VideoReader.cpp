@@ -1,6 +1,7 @@
 #include "MediaKit/Reading/VideoReader.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 #include "MediaKit/Reading/DecodedPicture.h"
@@ -16,6 +17,8 @@ using FFmpeg::check;
 constexpr double seekStep = 1;
 /// A frame that ends this many of its durations before the one wanted need not be decoded.
 constexpr int passedDurations = 4;
+
+std::atomic<std::uint64_t> lastSource = 0;
 
 AVStream& videoStream(MediaInput& input, int track) {
   auto* stream = input.choose(MediaTrack::Kind::video, track);
@@ -51,8 +54,10 @@ struct VideoReader::Implementation {
   bool decode(Decoded& decoded, std::int64_t wanted);
   void find(std::int64_t wanted, std::int64_t earliest);
   VideoFrame handOut();
+  PixelBufferRef pictureAfter(const PixelBufferRef& before) const;
 
   VideoReaderOptions options;
+  std::uint64_t source = ++lastSource;
   MediaInput input;
   AVStream& stream;
   FFmpeg::CodecContext decoder;
@@ -154,19 +159,26 @@ void VideoReader::Implementation::find(std::int64_t wanted, std::int64_t earlies
   }
 }
 
+/// `shown` as a picture: the one before itself if it looks the same and changes are looked for.
+PixelBufferRef VideoReader::Implementation::pictureAfter(const PixelBufferRef& before) const {
+  auto picture = DecodedPicture::make(*shown->frame);
+  if (!options.findsChanges) return picture;
+  picture->source = source;
+  picture->sequence = before ? before->sequence + 1 : 1;
+  const bool isComparable = before && before->format == picture->format && before->width == picture->width &&
+                            before->height == picture->height && before->color == picture->color;
+  if (!isComparable) {
+    picture->changed = {{0, 0, picture->width, picture->height}};
+    return picture;
+  }
+  picture->changed = DecodedPicture::differences(*before, *picture);
+  if (picture->changed.empty()) return before;
+  return picture;
+}
+
 VideoFrame VideoReader::Implementation::handOut() {
   if (!isHandedOut) {
-    auto picture = DecodedPicture::make(*shown->frame);
-    if (options.findsChanges) {
-      const auto* before = handedOut.picture.get();
-      picture->sequence = before ? before->sequence + 1 : 1;
-      if (before && before->format == picture->format && before->width == picture->width &&
-          before->height == picture->height && before->color == picture->color)
-        picture->changed = DecodedPicture::differences(*before, *picture);
-      else
-        picture->changed = {{0, 0, picture->width, picture->height}};
-    }
-    handedOut.picture = std::move(picture);
+    handedOut.picture = pictureAfter(handedOut.picture);
     isHandedOut = true;
   }
   handedOut.start = time(shown->start);

@@ -21,7 +21,8 @@ struct VideoReaderOptions {
   double toleranceBefore = 0;
   /// Of the decoder.
   int threads = 1;
-  /// Whether pictures say what differs from the one handed out before, which has to be found by looking.
+  /// Whether pictures say what differs from the one handed out before, which has to be found by looking. A
+  /// frame that looks the same is the same picture then.
   bool findsChanges = false;
 };
 

@@ -2,12 +2,14 @@
 #define HWY_COMPILE_ALL_ATTAINABLE
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <hwy/highway.h>
 #include <limits>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "Core/PixelRects.h"
@@ -257,6 +259,36 @@ TEST(Renderer, DrawsOnlyWhatChangesAndNothingElseDiffers) {
   renderer = nullptr;
   for (std::size_t i = 0; i < held.size(); ++i)
     EXPECT_TRUE(bytesOf(*held[i]) == drawn(frames[3 * i], 1)) << i;
+}
+
+// Whatever is done to a picture: a part of it that has changed is found on the canvas, whole, and little
+// else.
+TEST(Renderer, DrawsOfAPictureOnlyWhatItSaysHasChanged) {
+  BandPool pool(1);
+  for (const auto& [name, images] : cases()) {
+    std::array<Images, 2> frames{images, images};
+    for (std::size_t i = 0; i < images.size(); ++i) {
+      const auto* picture = std::get_if<PixelBufferRef>(&images[i].source);
+      if (!picture) continue;
+      const auto& [columns, rows] = std::tie((*picture)->width, (*picture)->height);
+      const PixelRect part{columns / 3, rows / 2, std::max(1, columns / 9), std::max(1, rows / 9)};
+      for (std::size_t shown = 0; shown < 2; ++shown) {
+        auto copy = *patterned((*picture)->format, columns, rows, (*picture)->color, 0,
+                               shown == 0 ? PixelRect{} : part);
+        copy.source = i + 1, copy.sequence = shown + 1, copy.changed = {part};
+        frames[shown][i].source = std::make_shared<PixelBuffer>(std::move(copy));
+      }
+    }
+    Renderer renderer({.width = width, .height = height}, pool);
+    renderer.render(frames[0]);
+    const auto frame = renderer.render(frames[1]);
+    EXPECT_TRUE(bytesOf(*frame) == drawn(frames[1], 1)) << name;
+    std::int64_t area = 0;
+    for (const PixelRect& rect : frame->changed) area += PixelRects::area(rect);
+    if (name == "smaller" || name == "a third" || name == "turned a little") {
+      EXPECT_LT(area, width * height / 16) << name;
+    }
+  }
 }
 
 // As a recording comes: each frame a picture of its own, drawn twice, as a video and as its shadow.

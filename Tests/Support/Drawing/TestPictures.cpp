@@ -6,6 +6,8 @@
 #include <cstring>
 #include <vector>
 
+#include "Core/PixelRects.h"
+
 namespace quillant::TestPictures {
 
 namespace {
@@ -19,7 +21,8 @@ double pattern(double x, double y, int seed) {
 
 }  // namespace
 
-PixelBufferRef patterned(PixelFormat format, int width, int height, const ColorEncoding& color, int seed) {
+PixelBufferRef patterned(PixelFormat format, int width, int height, const ColorEncoding& color, int seed,
+                         const PixelRect& part) {
   const bool planar = format != PixelFormat::bgra && format != PixelFormat::premultipliedBGRA;
   const bool words = format >= PixelFormat::i420x10;
   const bool halfHeight = format == PixelFormat::i420 || format == PixelFormat::i420x10;
@@ -44,7 +47,9 @@ PixelBufferRef patterned(PixelFormat format, int width, int height, const ColorE
       for (int x = 0; x < columns; ++x) {
         std::uint8_t* const sample = data.data() + y * stride + x * bytes;
         const double u = (x + 0.5) / columns, v = (y + 0.5) / rows;
-        const auto value = [&](int channel) { return pattern(u, v, seed + channel); };
+        const PixelRect own{x * width / columns, y * height / rows, 1, 1};
+        const int look = PixelRects::contains(part, own) ? seed + 50 : seed;
+        const auto value = [&](int channel) { return pattern(u, v, look + channel); };
         if (!planar) {
           const bool transparent =
               format == PixelFormat::premultipliedBGRA && std::hypot(u - 0.5, v - 0.5) < 0.3;

@@ -6,8 +6,9 @@
 
 namespace quillant::TestPictures {
 
-/// Waves, edges and slopes in all planes, different for every `seed`; premultiplied ones have round holes.
+/// Waves, edges and slopes in all planes, different for every `seed` and, within `part`, once more;
+/// premultiplied ones have round holes.
 PixelBufferRef patterned(PixelFormat format, int width, int height, const ColorEncoding& color = {},
-                         int seed = 0);
+                         int seed = 0, const PixelRect& part = {});
 
 }  // namespace quillant::TestPictures
