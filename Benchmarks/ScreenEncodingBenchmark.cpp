@@ -7,6 +7,7 @@
 
 #include "MediaKit/Writing/H264Encoder.h"
 #include "MediaKit/Writing/PictureConverter.h"
+#include "MediaKit/Writing/QuantizerControl.h"
 
 namespace {
 
@@ -82,7 +83,7 @@ void encode(benchmark::State& state) {
   std::size_t bytes = 0;
   const auto one = [&](H264Encoder::Frame frame) {
     const auto picture = converter.convert(source.next()).picture;
-    bytes += encoder.encode(*picture, time += 1500, frame).data.size();
+    bytes += encoder.encode(*picture, time += 1500, frame, QuantizerControl::finest).data.size();
   };
   one(H264Encoder::Frame::key);
   bytes = 0;

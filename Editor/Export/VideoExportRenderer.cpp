@@ -81,7 +81,7 @@ VideoInputSettings encoderSettings(const RenderContext& context, const VideoExpo
           .expectedFrameRate = static_cast<int>(std::lround(1 / context.frameDuration.seconds())),
           .color = ColorTagging::p3D65Rec709,
           .file = FileEncoding{
-              .quality = VideoExportSizing::rateFactor(options.quality),
+              .quantizer = VideoExportSizing::quantizer(options.quality),
               .maximumBitRate = VideoExportSizing::averageBitRate(options.quality, context.outputSize)}};
 }
 
@@ -117,21 +117,21 @@ void exportReEncode(const RenderContext& context, const std::filesystem::path& t
   const auto settings = encoderSettings(context, options);
   const FrameGrid grid(context.duration, context.frameDuration);
   const bool hasSound = !context.built.sound.sound.empty();
-  MovieFileWriter writer(target, container(options.format), settings,
-                         SegmentEncoder(settings).configuration(),
+  MovieFileWriter writer(target, container(options.format), settings, H264Encoder(settings).configuration(),
                          hasSound ? std::optional(SoundPump::settings) : std::nullopt);
   std::optional<SoundPump> sound;
   if (hasSound) sound.emplace(context.built.sound, writer);
 
+  const RepeatedPicture repeated(settings);
   std::atomic<std::int64_t> composed = 0;
   const auto makeWorker = [&]() -> ParallelSegments::Worker {
     auto chain = std::make_shared<FrameChain>(context.built.instruction, context.built.videoTracks,
                                               FrameChain::Options{.wallpapers = environment.wallpapers});
     return [&, chain](std::size_t segment,
                       const std::function<bool()>& isStopped) -> std::optional<ParallelSegments::Packets> {
-      SegmentEncoder encoder(settings);
-      ParallelSegments::Packets packets;
       const auto number = static_cast<std::int64_t>(segment);
+      SegmentEncoder encoder(settings, repeated, grid.end(number) - grid.first(number));
+      ParallelSegments::Packets packets;
       for (auto frame = grid.first(number); frame < grid.end(number); ++frame) {
         if (isStopped()) return std::nullopt;
         const auto picture = chain->frame(std::min(grid.time(frame) + seamNudge, context.duration));

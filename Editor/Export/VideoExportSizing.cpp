@@ -128,16 +128,16 @@ int averageBitRate(VideoExportQuality quality, const Size& size) {
   return static_cast<int>(std::min(std::max(size.width * size.height, 1.0) * rate / 2'073'600, 2e9));
 }
 
-double rateFactor(VideoExportQuality quality) {
+int quantizer(VideoExportQuality quality) {
   switch (quality) {
     case VideoExportQuality::low:
-      return 24;
+      return 28;
     case VideoExportQuality::medium:
-      return 21;
+      return 24;
     case VideoExportQuality::highSource:
       break;
   }
-  return 18;
+  return 20;
 }
 
 double exportSourceDuration(double assetDuration, double videoTrackDuration) {

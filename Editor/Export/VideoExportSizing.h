@@ -20,8 +20,8 @@ Rect normalizedCropRect(const std::optional<VideoCropSelection>& selection, cons
 MediaTime frameDuration(VideoExportFrameRate rate, double sourceRate);
 /// Bits a second, which grow with the pixels.
 int averageBitRate(VideoExportQuality quality, const Size& size);
-/// x264's constant rate factor for the quality.
-double rateFactor(VideoExportQuality quality);
+/// H.264's for the quality.
+int quantizer(VideoExportQuality quality);
 
 /// Of the lengths of a file and of its video, in seconds: the shorter of those that are lengths; 0 if none
 /// is.

@@ -13,7 +13,6 @@
 
 #include "Core/Log.h"
 #include "MediaKit/MediaError.h"
-#include "MediaKit/Writing/QuantizerControl.h"
 
 namespace quillant {
 
@@ -21,6 +20,7 @@ namespace {
 
 /// From the preset that a recording starts with to the fastest.
 constexpr std::array presets{"veryfast", "superfast", "ultrafast"};
+constexpr auto filePreset = "superfast";
 
 void logProblem(void*, int, const char* format, va_list arguments) {
   std::array<char, 400> text{};
@@ -30,16 +30,17 @@ void logProblem(void*, int, const char* format, va_list arguments) {
   Log::write("encoder: {}", line);
 }
 
-/// `QuantizerControl` decides what each picture gets.
-void chooseQuantizers(x264_param_t& result) {
+/// Each picture comes with its quantizer.
+void takeQuantizers(x264_param_t& result) {
   // With weighted prediction off as well, nothing needs the coarse analysis that
   // is half of the work on a screen.
   result.rc.i_rc_method = X264_RC_CQP;
-  result.rc.i_qp_constant = QuantizerControl::finest;
+  constexpr int ordinary = 22;
+  result.rc.i_qp_constant = ordinary;
   // The encoder clips what it is told to the range from the quantizer of keyframes to that of B pictures, of
   // which there are none.
-  result.rc.f_ip_factor = std::exp2(QuantizerControl::keyAdvantage / 6.0F);
-  result.rc.f_pb_factor = std::exp2((QuantizerControl::coarsest - QuantizerControl::finest) / 6.0F);
+  result.rc.f_ip_factor = std::exp2((ordinary - H264Encoder::finestQuantizer) / 6.0F);
+  result.rc.f_pb_factor = std::exp2((H264Encoder::coarsestQuantizer - ordinary) / 6.0F);
   result.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
 }
 
@@ -49,7 +50,7 @@ x264_param_t parameters(const VideoInputSettings& settings) {
     throw MediaError(MediaError::Kind::codec, fmt::format("a video of {}x{} pixels cannot be encoded",
                                                           settings.width, settings.height));
   x264_param_t result;
-  x264_param_default_preset(&result, presets[0], "zerolatency");
+  x264_param_default_preset(&result, settings.file ? filePreset : presets[0], "zerolatency");
   result.pf_log = logProblem;
   result.i_log_level = X264_LOG_ERROR;
   result.i_width = settings.width;
@@ -64,16 +65,7 @@ x264_param_t parameters(const VideoInputSettings& settings) {
   // The writer asks for keyframes by time; a count of frames says nothing at a variable rate.
   result.i_keyint_max = X264_KEYINT_MAX_INFINITE;
   result.i_scenecut_threshold = 0;
-  if (settings.file) {
-    result.b_vfr_input = 0;  // the buffer model counts frames
-    result.rc.i_rc_method = X264_RC_CRF;
-    result.rc.f_rf_constant = static_cast<float>(settings.file->quality);
-    result.rc.i_vbv_max_bitrate = std::max(1, settings.file->maximumBitRate / 1000);
-    result.rc.i_vbv_buffer_size = result.rc.i_vbv_max_bitrate;
-    result.analyse.i_weighted_pred = X264_WEIGHTP_NONE;
-  } else {
-    chooseQuantizers(result);
-  }
+  takeQuantizers(result);
   result.b_annexb = 0;
   result.b_repeat_headers = 0;
   result.analyse.b_mb_info = 1;
@@ -90,10 +82,7 @@ x264_param_t parameters(const VideoInputSettings& settings) {
 
 struct H264Encoder::Implementation {
   explicit Implementation(const VideoInputSettings& settings)
-      : parameters(quillant::parameters(settings)),
-        encoder(x264_encoder_open(&parameters)),
-        quantizer(settings.width * settings.height),
-        isFile(settings.file.has_value()) {
+      : parameters(quillant::parameters(settings)), encoder(x264_encoder_open(&parameters)) {
     if (!encoder)
       throw MediaError(MediaError::Kind::codec, "the H.264 encoder cannot be opened with these settings");
   }
@@ -103,8 +92,6 @@ struct H264Encoder::Implementation {
 
   x264_param_t parameters;
   x264_t* encoder;
-  QuantizerControl quantizer;  ///< Of live pictures.
-  bool isFile;
   std::size_t preset = 0;
 };
 
@@ -139,13 +126,12 @@ std::vector<std::uint8_t> H264Encoder::configuration() const {
   return result;
 }
 
-EncodedPacket H264Encoder::encode(const EncoderPicture& picture, std::int64_t time, Frame frame) {
+EncodedPacket H264Encoder::encode(const EncoderPicture& picture, std::int64_t time, Frame frame,
+                                  int quantizer) {
   x264_picture_t input;
   x264_picture_init(&input);
   input.i_type = frame == Frame::key ? X264_TYPE_IDR : X264_TYPE_AUTO;
-  auto& quantizer = implementation_->quantizer;
-  const int chosen = frame == Frame::key ? quantizer.key() : quantizer.predicted();
-  if (!implementation_->isFile) input.i_qpplus1 = chosen + 1;
+  input.i_qpplus1 = quantizer + 1;
   input.i_pts = time;
   input.img.i_csp = X264_CSP_I420;
   input.img.i_plane = 3;
@@ -166,7 +152,6 @@ EncodedPacket H264Encoder::encode(const EncoderPicture& picture, std::int64_t ti
   packet.data.assign(nals[0].p_payload, nals[0].p_payload + size);
   packet.time = output.i_pts;
   packet.isKeyFrame = output.b_keyframe != 0;
-  if (!packet.isKeyFrame) quantizer.account(packet.data.size(), chosen);
   return packet;
 }
 

@@ -19,6 +19,8 @@ namespace quillant {
 class H264Encoder {
  public:
   static constexpr int timescale = 90'000;
+  static constexpr int finestQuantizer = 10;
+  static constexpr int coarsestQuantizer = 51;
 
   explicit H264Encoder(const VideoInputSettings& settings);
   ~H264Encoder();
@@ -27,8 +29,9 @@ class H264Encoder {
   std::vector<std::uint8_t> configuration() const;
 
   enum class Frame { predicted, key };
-  /// `time` in ticks of 1/90,000 s, rising strictly. The packet's duration is left open.
-  EncodedPacket encode(const EncoderPicture& picture, std::int64_t time, Frame frame);
+  /// `time` in ticks of 1/90,000 s, rising strictly. `quantizer` from `finestQuantizer` to
+  /// `coarsestQuantizer`. The packet's duration is left open.
+  EncodedPacket encode(const EncoderPicture& picture, std::int64_t time, Frame frame, int quantizer);
 
   /// Spends less work on each picture from now on, at the price of a larger file. False if it cannot be less.
   bool makeFaster();

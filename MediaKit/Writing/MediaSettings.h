@@ -11,7 +11,7 @@ enum class ColorTagging { none, p3D65Rec709 };
 
 /// How a file is encoded that is not live: at a constant quality, as long as a decoder's buffer allows it.
 struct FileEncoding {
-  double quality = 18;             ///< x264's constant rate factor.
+  int quantizer = 20;              ///< H.264's.
   int maximumBitRate = 8'000'000;  ///< Bits a second, over the second that the buffer holds.
 };
 
@@ -20,7 +20,7 @@ struct VideoInputSettings {
   int height = 0;  ///< Pixels, even.
   int expectedFrameRate = 30;
   ColorTagging color = ColorTagging::none;
-  std::optional<FileEncoding> file;  ///< None: live, at a constant quantizer.
+  std::optional<FileEncoding> file;  ///< None: live.
 };
 
 struct AudioInputSettings {

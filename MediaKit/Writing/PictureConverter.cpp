@@ -9,7 +9,7 @@ namespace quillant {
 
 namespace {
 
-constexpr int blockSize = 16;
+constexpr int blockSize = EncoderPicture::blockSize;
 
 int roundUp(int value, int step) {
   return (value + step - 1) / step * step;
@@ -45,8 +45,8 @@ PictureConverter::Slot::Slot(int width, int height, std::size_t blocks) {
 PictureConverter::PictureConverter(int width, int height)
     : width_(width),
       height_(height),
-      blockColumns_(roundUp(width, blockSize) / blockSize),
-      blockRows_(roundUp(height, blockSize) / blockSize) {}
+      blockColumns_(static_cast<int>(EncoderPicture::blocks(width))),
+      blockRows_(static_cast<int>(EncoderPicture::blocks(height))) {}
 
 PictureConverter::Result PictureConverter::convert(const PixelBuffer& buffer) {
   const bool told = buffer.sequence != 0 && sequence_ != 0;

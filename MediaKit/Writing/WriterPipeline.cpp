@@ -23,7 +23,9 @@ constexpr std::int64_t stillKeyFrameInterval = 60 * H264Encoder::timescale;
 }  // namespace
 
 WriterPipeline::VideoTrack::VideoTrack(const VideoInputSettings& settings)
-    : encoder(settings), frameTicks(H264Encoder::timescale / std::max(1, settings.expectedFrameRate)) {}
+    : encoder(settings),
+      quantizer(settings.width * settings.height),
+      frameTicks(H264Encoder::timescale / std::max(1, settings.expectedFrameRate)) {}
 
 WriterPipeline::WriterPipeline(const Settings& settings, SerialQueue& queue,
                                std::function<void(std::exception_ptr)> onFailure)
@@ -48,9 +50,13 @@ void WriterPipeline::encode(std::size_t video, const EncoderPicture& picture, st
   const auto sinceKey = time - track.lastKeyTime;
   const bool isFirst = track.lastTime < 0;
   const bool wantsKey = isFirst || sinceKey >= (picture.changed ? keyFrameInterval : stillKeyFrameInterval);
-  auto packet =
-      track.encoder.encode(picture, time, wantsKey ? H264Encoder::Frame::key : H264Encoder::Frame::predicted);
-  if (packet.isKeyFrame) track.lastKeyTime = time;
+  const int quantizer = wantsKey ? track.quantizer.key() : track.quantizer.predicted();
+  auto packet = track.encoder.encode(
+      picture, time, wantsKey ? H264Encoder::Frame::key : H264Encoder::Frame::predicted, quantizer);
+  if (packet.isKeyFrame)
+    track.lastKeyTime = time;
+  else
+    track.quantizer.account(packet.data.size(), quantizer);
   if (track.held) writeHeld(video, time - track.held->time);
   track.held = std::move(packet);
   track.lastTime = time;

@@ -16,6 +16,7 @@
 #include "MediaKit/Writing/FragmentFile.h"
 #include "MediaKit/Writing/FragmentMuxer.h"
 #include "MediaKit/Writing/H264Encoder.h"
+#include "MediaKit/Writing/QuantizerControl.h"
 
 namespace quillant {
 
@@ -59,6 +60,7 @@ class WriterPipeline {
   struct VideoTrack {
     explicit VideoTrack(const VideoInputSettings& settings);
     H264Encoder encoder;
+    QuantizerControl quantizer;
     std::int64_t frameTicks;  ///< Of a frame at the expected rate.
     /// The last packet: it is written when the next one tells how long it lasts.
     std::optional<EncodedPacket> held;

@@ -40,7 +40,7 @@ std::unique_ptr<FragmentFile> writeFragments(const std::filesystem::path& path) 
   for (std::uint32_t i = 0; i < fragments * picturesEach; ++i) {
     const auto picture =
         converter.convert(*StampedFrames::moving(settings.width, settings.height, i)).picture;
-    auto packet = encoder.encode(*picture, i * 3000, H264Encoder::Frame::predicted);
+    auto packet = encoder.encode(*picture, i * 3000, H264Encoder::Frame::predicted, 22);
     packet.duration = 3000;
     muxer.write(0, packet);
     if (i % picturesEach == picturesEach - 1) file->append(muxer.closeFragment());

@@ -1,8 +1,11 @@
 #include <algorithm>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include "Core/AtomicFile.h"
 #include "MediaKit/Exporting/MovieFileWriter.h"
+#include "MediaKit/Exporting/RepeatedPicture.h"
+#include "MediaKit/Exporting/SegmentEncoder.h"
 #include "MediaKit/Exporting/StreamCopy.h"
 #include "MediaKit/Reading/SoundReader.h"
 #include "MediaKit/Writing/H264Encoder.h"
@@ -37,7 +40,7 @@ TEST(MovieFileWriter, MakesAnOrdinaryFileThatAppearsWhole) {
     for (int i = 0; i < 60; ++i) {
       const auto picture = converter.convert(*StampedFrames::moving(192, 108, std::uint32_t(i))).picture;
       auto packet = encoder.encode(*picture, i * 3000,
-                                   i == 0 ? H264Encoder::Frame::key : H264Encoder::Frame::predicted);
+                                   i == 0 ? H264Encoder::Frame::key : H264Encoder::Frame::predicted, 20);
       packet.duration = 3000;
       writer.writePicture(packet);
     }
@@ -75,6 +78,57 @@ TEST(MovieFileWriter, MakesAnOrdinaryFileThatAppearsWhole) {
   EXPECT_EQ(AtomicFile::read(path), bytes) << "the older one stays";
   EXPECT_THROW(MovieFileWriter(folder / "nowhere" / "a.mp4", MediaContainer::mp4, settings, {}, {}),
                FileError);
+}
+
+// A picture that stands, noise that the rate has no bits for, and its last picture, which stands too.
+TEST(SegmentEncoder, RepeatsWhatStandsAndKeepsToTheRate) {
+  const TemporaryFolder folder;
+  constexpr int width = 320, height = 180, pictures = 120, rate = 4'000'000;
+  const VideoInputSettings settings{width, height, 30, ColorTagging::none,
+                                    FileEncoding{.quantizer = 20, .maximumBitRate = rate}};
+  const RepeatedPicture repeated(settings);
+  SegmentEncoder encoder(settings, repeated, pictures);
+  PictureConverter converter(width, height);
+  MovieFileWriter writer(folder / "a.mp4", MediaContainer::mp4, settings,
+                         H264Encoder(settings).configuration(), {});
+  EncoderPictureRef shown;
+  double filled = rate / 2.0;  // of a decoder's buffer
+  for (int i = 0; i < pictures; ++i) {
+    const bool moves = i == 0 || (i >= 20 && i < 50);
+    if (moves)
+      shown = converter
+                  .convert(i == 0 ? *StampedFrames::moving(width, height, 0)
+                                  : *StampedFrames::noise(width, height, std::uint32_t(i)))
+                  .picture;
+    PixelBuffer picture{.format = PixelFormat::i420, .width = width, .height = height};
+    picture.planes = shown->planes;
+    picture.sequence = static_cast<std::uint64_t>(i + 1);
+    if (moves) picture.changed = {{0, 0, width, height}};
+    const auto packet = encoder.encode(picture, i * 3000, 3000);
+    writer.writePicture(packet);
+    if ((i > 0 && i < 20) || i >= 110) {
+      EXPECT_LT(packet.data.size(), 64u) << i;
+    }
+    filled -= static_cast<double>(packet.data.size()) * 8;
+    EXPECT_GE(filled, 0) << i;
+    filled = std::min<double>(filled + rate / 30.0, rate);
+  }
+  EXPECT_GE(filled, rate / 2.0) << "as the next stretch expects it";
+  writer.finish();
+  const auto media = DecodedMedia::decode(folder / "a.mp4", DecodedMedia::Keep::pictures);
+  EXPECT_TRUE(media.errors.empty());
+  ASSERT_EQ(media.frames.size(), std::size_t{pictures});
+  for (const int i : {1, 19}) EXPECT_TRUE(media.frames[std::size_t(i)].luma == media.frames[0].luma) << i;
+  const auto error = [&](std::size_t frame) {
+    double sum = 0;
+    for (int y = 0; y < height; ++y)
+      for (int x = 0; x < width; ++x)
+        sum += std::abs(shown->planes[0].data[y * shown->planes[0].stride + x] -
+                        media.frames[frame].luma[std::size_t(y * width + x)]);
+    return sum / (width * height);
+  };
+  EXPECT_GT(error(49), 4) << "too much for the rate";
+  EXPECT_LT(error(pictures - 1), 2) << "a picture that stands becomes fine again";
 }
 
 TEST(StreamCopy, KeepsEveryPacketOfEveryTrack) {
