@@ -21,9 +21,8 @@ FileError failure(const std::filesystem::path& target) {
 
 }  // namespace
 
-StagedFile::StagedFile(std::filesystem::path target) : target_(std::move(target)) {
+StagedFile::StagedFile(std::filesystem::path target, unsigned mode) : target_(std::move(target)) {
   const auto folder = Folder::of(target_);
-  constexpr mode_t mode = 0666;  // less the user's mask
   file_ = FileDescriptor(::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode));
   if (file_ || (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL)) {
     if (!file_) throw failure(target_);

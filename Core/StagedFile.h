@@ -16,7 +16,8 @@ namespace quillant {
 /// Belongs to one thread at a time; blocking. Throws `FileError` that names the target.
 class StagedFile {
  public:
-  explicit StagedFile(std::filesystem::path target);
+  /// The file gets `mode`, less the user's mask.
+  explicit StagedFile(std::filesystem::path target, unsigned mode = 0666);
   /// What was not published is removed.
   ~StagedFile();
   StagedFile(const StagedFile&) = delete;

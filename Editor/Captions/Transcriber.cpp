@@ -41,7 +41,8 @@ std::optional<double> extract(const std::filesystem::path& file, int track, cons
                               const std::filesystem::path& to, const std::stop_token& stop) {
   try {
     SoundReader reader(file, track, recognizedFormat);
-    SoundFileWriter writer(to, recognizedFormat);
+    constexpr unsigned ownersOnly = 0600;  // what is said concerns nobody else on this machine
+    SoundFileWriter writer(to, recognizedFormat, ownersOnly);
     std::vector<float> buffer(16'384);
     while (const auto frames = reader.read(buffer)) {
       if (stop.stop_requested()) return std::nullopt;

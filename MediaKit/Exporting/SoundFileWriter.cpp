@@ -13,8 +13,8 @@ struct SoundFileWriter::Implementation {
   FFmpeg::Packet packet{check(av_packet_alloc())};
 };
 
-SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, SoundFormat format)
-    : implementation_(new Implementation{.output = {path, "caf"}}) {
+SoundFileWriter::SoundFileWriter(const std::filesystem::path& path, SoundFormat format, unsigned mode)
+    : implementation_(new Implementation{.output = {path, "caf", mode}}) {
   auto& context = implementation_->output.context();
   auto& stream = *check(avformat_new_stream(&context, nullptr));
   stream.time_base = {1, format.sampleRate};

@@ -12,8 +12,8 @@ namespace quillant {
 /// reads back. Belongs to one thread at a time; blocking. Throws `FileError`, and `MediaError` of kind codec.
 class SoundFileWriter {
  public:
-  /// Replaces what is at `path`.
-  SoundFileWriter(const std::filesystem::path& path, SoundFormat format);
+  /// Replaces what is at `path`; the file gets `mode`, less the user's mask.
+  SoundFileWriter(const std::filesystem::path& path, SoundFormat format, unsigned mode = 0666);
   ~SoundFileWriter();
 
   /// Whole frames, interleaved.

@@ -10,7 +10,8 @@ constexpr int bufferSize = 256 * 1024;
 
 }  // namespace
 
-StagedOutput::StagedOutput(const std::filesystem::path& target, const char* format) : file_(target) {
+StagedOutput::StagedOutput(const std::filesystem::path& target, const char* format, unsigned mode)
+    : file_(target, mode) {
   auto* buffer = static_cast<std::uint8_t*>(FFmpeg::check(av_malloc(bufferSize)));
   io_.reset(FFmpeg::check(avio_alloc_context(
       buffer, bufferSize, 1, this, nullptr, &writeBytes, [](void* opaque, std::int64_t offset, int whence) {

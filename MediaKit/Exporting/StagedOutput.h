@@ -15,8 +15,8 @@ namespace quillant {
 /// FFmpeg makes of them.
 class StagedOutput {
  public:
-  /// `format` is FFmpeg's name of the container.
-  StagedOutput(const std::filesystem::path& target, const char* format);
+  /// `format` is FFmpeg's name of the container, `mode` that of `StagedFile`.
+  StagedOutput(const std::filesystem::path& target, const char* format, unsigned mode = 0666);
 
   AVFormatContext& context() { return *context_; }
   /// Throws what the disk refused, else that `what` failed, if `code` is an error.

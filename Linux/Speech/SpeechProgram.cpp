@@ -1,0 +1,130 @@
+#include "Linux/Speech/SpeechProgram.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/eventfd.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+
+#include "Core/FileDescriptor.h"
+
+namespace quillant::SpeechProgram {
+
+namespace {
+
+constexpr std::size_t longestLine = 200;
+
+/// The process, or -1 and `errno`. It leads a session of its own, so that no signal of our terminal reaches
+/// it before we have decided, and one kill reaches all of it.
+pid_t spawn(const std::vector<std::string>& command, int output) {
+  std::vector<char*> arguments;
+  for (const auto& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
+  arguments.push_back(nullptr);
+
+  posix_spawn_file_actions_t files;
+  posix_spawn_file_actions_init(&files);
+  posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_adddup2(&files, output, STDERR_FILENO);
+  posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
+
+  // A broken pipe ends it, even where we ignore that: should we be killed, it goes with its next line.
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  sigset_t signals;
+  sigemptyset(&signals);
+  posix_spawnattr_setsigmask(&attributes, &signals);
+  sigfillset(&signals);
+  posix_spawnattr_setsigdefault(&attributes, &signals);
+
+  pid_t process = -1;
+  const int error = ::posix_spawnp(&process, arguments[0], &files, &attributes, arguments.data(), environ);
+  posix_spawn_file_actions_destroy(&files);
+  posix_spawnattr_destroy(&attributes);
+  if (error == 0) return process;
+  errno = error;
+  return -1;
+}
+
+/// Puts together lines out of what comes in pieces.
+class Lines {
+ public:
+  explicit Lines(const std::function<void(std::string_view)>& onLine) : onLine_(onLine) {}
+
+  void add(std::string_view text) {
+    for (const char byte : text) {
+      if (byte == '\n' || byte == '\r')
+        end();
+      else if (line_.size() < longestLine)
+        line_ += byte;
+    }
+  }
+  void end() {
+    if (!line_.empty()) onLine_(line_);
+    line_.clear();
+  }
+
+ private:
+  const std::function<void(std::string_view)>& onLine_;
+  std::string line_;
+};
+
+/// Whether there may be more.
+bool readInto(Lines& lines, int output) {
+  std::array<char, 4096> buffer{};
+  const auto count = ::read(output, buffer.data(), buffer.size());
+  if (count > 0) lines.add({buffer.data(), static_cast<std::size_t>(count)});
+  return count > 0 || (count < 0 && errno == EINTR);
+}
+
+}  // namespace
+
+int run(const Launch& launch) {
+  const auto cannotBeStarted = [&] {
+    launch.onLine(std::generic_category().message(errno));
+    return 127;
+  };
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) return cannotBeStarted();
+  const FileDescriptor output(ends[0]);
+  FileDescriptor input(ends[1]);
+  ::fcntl(input.get(), F_SETFL, 0);  // it is the program's, which waits as programs do
+  const FileDescriptor stopped(::eventfd(0, EFD_CLOEXEC));
+  const pid_t id = stopped ? spawn(launch.command, input.get()) : -1;
+  if (id < 0) return cannotBeStarted();
+  input.close();
+  const rlimit size{launch.largestFile, launch.largestFile};
+  ::prlimit(id, RLIMIT_FSIZE, &size, nullptr);
+  const FileDescriptor process(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
+
+  Lines lines(launch.onLine);
+  {
+    const std::stop_callback wake(launch.stop, [&] { ::eventfd_write(stopped.get(), 1); });
+    std::array<pollfd, 3> waiting{
+        {{process.get(), POLLIN, 0}, {stopped.get(), POLLIN, 0}, {output.get(), POLLIN, 0}}};
+    while (process && waiting[0].revents == 0 && waiting[1].revents == 0) {
+      if (::poll(waiting.data(), waiting.size(), -1) < 0 && errno != EINTR) break;
+      // What it started may hold its output open after its end, and it may close it before.
+      if (waiting[2].revents != 0 && !readInto(lines, output.get())) waiting[2].fd = -1;
+    }
+  }
+  // Where it has ended itself, what it started goes all the same.
+  ::kill(-id, SIGKILL);
+  int status = 0;
+  while (::waitpid(id, &status, 0) < 0 && errno == EINTR) {
+  }
+  while (readInto(lines, output.get())) {
+  }
+  lines.end();
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+}  // namespace quillant::SpeechProgram
