@@ -1,13 +1,13 @@
 #include "DrawKit/Canvas.h"
 
 #include <algorithm>
-#include <bit>
 #include <cairo/cairo.h>
 #include <cmath>
 #include <span>
 #include <utility>
 #include <vector>
 
+#include "DrawKit/CairoPicture.h"
 #include "DrawKit/DrawingError.h"
 #include "DrawKit/GaussianBlur.h"
 
@@ -15,30 +15,9 @@ namespace quillant {
 
 namespace {
 
-struct Release {
-  void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-  void operator()(cairo_t* context) const { cairo_destroy(context); }
-};
-using SurfaceHandle = std::unique_ptr<cairo_surface_t, Release>;
-
-/// Transparent.
-PixelBuffer blank(int width, int height) {
-  const auto memory = std::make_shared<std::vector<std::uint32_t>>(std::size_t(width) * std::size_t(height));
-  PixelBuffer picture{.format = PixelFormat::premultipliedBGRA, .width = width, .height = height};
-  picture.planes[0] = {reinterpret_cast<std::uint8_t*>(memory->data()), width * 4};
-  picture.memory = memory;
-  return picture;
-}
-
-std::span<std::uint32_t> pixelsOf(const PixelBuffer& blank) {
-  return *static_cast<std::vector<std::uint32_t>*>(blank.memory.get());
-}
-
-/// Cairo's own view of a picture's memory: the layout is the same, so that nothing is copied.
-SurfaceHandle surfaceOver(const PixelBuffer& picture) {
-  static_assert(std::endian::native == std::endian::little, "Cairo's words are B, G, R, A in memory");
-  return SurfaceHandle(cairo_image_surface_create_for_data(
-      picture.planes[0].data, CAIRO_FORMAT_ARGB32, picture.width, picture.height, picture.planes[0].stride));
+/// Of a picture that `CairoPicture::blank` made.
+std::span<std::uint32_t> pixelsOf(const PixelBuffer& picture) {
+  return *static_cast<std::vector<std::uint32_t>*>(picture.memory.get());
 }
 
 void setColor(cairo_t* context, const SerializableColor& color) {
@@ -65,7 +44,9 @@ void trace(cairo_t* context, const Path& path) {
 
 struct Canvas::Surface {
   Surface(int width, int height)
-      : picture(blank(width, height)), surface(surfaceOver(picture)), context(cairo_create(surface.get())) {
+      : picture(CairoPicture::blank(width, height)),
+        surface(CairoPicture::surface(picture)),
+        context(cairo_create(surface.get())) {
     cairo_set_line_join(context.get(), CAIRO_LINE_JOIN_ROUND);
     cairo_set_line_cap(context.get(), CAIRO_LINE_CAP_ROUND);
     cairo_set_antialias(context.get(), CAIRO_ANTIALIAS_BEST);
@@ -74,8 +55,8 @@ struct Canvas::Surface {
   }
 
   PixelBuffer picture;
-  SurfaceHandle surface;
-  std::unique_ptr<cairo_t, Release> context;
+  CairoHandle<cairo_surface_t> surface;
+  CairoHandle<cairo_t> context;
 };
 
 Canvas::Canvas(int width, int height) {
@@ -107,7 +88,7 @@ void Canvas::stroke(const Path& path, const SerializableColor& color, double lin
 
 void Canvas::draw(const PixelBuffer& picture, Point corner) {
   cairo_t* context = surface_->context.get();
-  const SurfaceHandle source = surfaceOver(picture);
+  const auto source = CairoPicture::surface(picture);
   cairo_save(context);
   cairo_identity_matrix(context);
   cairo_set_source_surface(context, source.get(), corner.x, corner.y);
@@ -123,12 +104,12 @@ void Canvas::castShadow(const Shadow& shadow) {
   std::ranges::transform(body, coverage.begin(),
                          [](std::uint32_t pixel) { return static_cast<float>(pixel >> 24); });
   GaussianBlur::blur(coverage, surface_->picture.width, shadow.blur / 2);
-  const PixelBuffer mask = blank(surface_->picture.width, surface_->picture.height);
+  const PixelBuffer mask = CairoPicture::blank(surface_->picture.width, surface_->picture.height);
   std::ranges::transform(coverage, pixelsOf(mask).begin(), [](float value) {
     return static_cast<std::uint32_t>(std::lround(std::clamp(value, 0.0f, 255.0f))) << 24;
   });
 
-  const SurfaceHandle soft = surfaceOver(mask);
+  const auto soft = CairoPicture::surface(mask);
   cairo_t* context = surface_->context.get();
   cairo_save(context);
   cairo_identity_matrix(context);

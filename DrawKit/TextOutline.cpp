@@ -1,20 +1,23 @@
 #include "DrawKit/TextOutline.h"
 
 #include <algorithm>
-#include <cairo/cairo.h>
+#include <array>
+#include <cmath>
 #include <cstddef>
+#include <hb.h>
 #include <memory>
+#include <optional>
 #include <pango/pangocairo.h>
+#include <utility>
+
+#include "Core/Text.h"
+#include "DrawKit/CairoPicture.h"
 
 namespace quillant {
 
 namespace {
 
 struct Release {
-  void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-  void operator()(cairo_t* context) const { cairo_destroy(context); }
-  void operator()(cairo_font_options_t* options) const { cairo_font_options_destroy(options); }
-  void operator()(cairo_path_t* path) const { cairo_path_destroy(path); }
   void operator()(PangoContext* context) const { g_object_unref(context); }
   void operator()(PangoLayout* layout) const { g_object_unref(layout); }
   void operator()(PangoAttrList* attributes) const { pango_attr_list_unref(attributes); }
@@ -52,7 +55,7 @@ void append(Path& path, const cairo_path_t& traced) {
 
 Handle<PangoContext> makeContext(const Font& font) {
   Handle<PangoContext> context(pango_font_map_create_context(pango_cairo_font_map_get_default()));
-  const Handle<cairo_font_options_t> options(cairo_font_options_create());
+  const CairoHandle<cairo_font_options_t> options(cairo_font_options_create());
   cairo_font_options_set_hint_style(options.get(), CAIRO_HINT_STYLE_NONE);
   cairo_font_options_set_hint_metrics(options.get(), CAIRO_HINT_METRICS_OFF);
   pango_cairo_context_set_font_options(context.get(), options.get());
@@ -65,12 +68,57 @@ Handle<PangoContext> makeContext(const Font& font) {
   return context;
 }
 
+/// Glyphs of such a font are pictures and no outlines.
+bool hasColors(PangoFont* font) {
+  hb_face_t* face = hb_font_get_face(pango_font_get_hb_font(font));
+  return std::ranges::any_of(std::array{"CBDT", "sbix", "COLR"}, [&](const char* table) {
+    hb_blob_t* const blob = hb_face_reference_table(face, hb_tag_from_string(table, -1));
+    const bool isThere = hb_blob_get_length(blob) > 0;
+    hb_blob_destroy(blob);
+    return isThere;
+  });
+}
+
+/// What is drawn of a run whose baseline begins at `x`; none if nothing is, or more than can be.
+std::optional<TextOutline::Picture> pictureOf(PangoFont* font, PangoGlyphString* glyphs, double x) {
+  PangoRectangle ink;
+  pango_glyph_string_extents(glyphs, font, &ink, nullptr);
+  // The edges of the pictures are smoothed.
+  const double left = std::floor(x + pixels(ink.x)) - 1, top = std::floor(pixels(ink.y)) - 1;
+  const double right = std::ceil(x + pixels(ink.x + ink.width)) + 1;
+  const double bottom = std::ceil(pixels(ink.y + ink.height)) + 1;
+  constexpr double longestSide = 32'767;  // of Cairo's pictures
+  if (ink.width <= 0 || ink.height <= 0 || right - left > longestSide || bottom - top > longestSide)
+    return std::nullopt;
+  auto picture = CairoPicture::blank(static_cast<int>(right - left), static_cast<int>(bottom - top));
+  const auto surface = CairoPicture::surface(picture);
+  const CairoHandle<cairo_t> drawing(cairo_create(surface.get()));
+  cairo_move_to(drawing.get(), x - left, -top);
+  pango_cairo_show_glyph_string(drawing.get(), font, glyphs);
+  cairo_surface_flush(surface.get());
+  return TextOutline::Picture{std::make_shared<const PixelBuffer>(std::move(picture)), {left, top}};
+}
+
+/// Takes the glyphs for which there is no font out of a run, whose text begins at `start`.
+void takeOutUnwritten(PangoGlyphString& glyphs, const char* start, std::string& unwritten) {
+  for (int i = 0; i < glyphs.num_glyphs; ++i) {
+    if ((glyphs.glyphs[i].glyph & PANGO_GLYPH_UNKNOWN_FLAG) == 0) continue;
+    glyphs.glyphs[i].glyph = PANGO_GLYPH_EMPTY;
+    const char* character = start + glyphs.log_clusters[i];
+    const std::string_view bytes(character,
+                                 static_cast<std::size_t>(g_utf8_next_char(character) - character));
+    if (unwritten.find(bytes) == std::string::npos) unwritten += bytes;
+  }
+}
+
 }  // namespace
 
-TextOutline TextOutline::of(std::span<const std::string_view> parts, const Font& font) {
+TextOutline TextOutline::of(std::span<const std::string_view> parts, const Font& font,
+                            std::string_view paragraph) {
   const auto context = makeContext(font);
   const Handle<PangoLayout> layout(pango_layout_new(context.get()));
   pango_layout_set_single_paragraph_mode(layout.get(), TRUE);
+  pango_layout_set_auto_dir(layout.get(), FALSE);
 
   // Each part is distinguished from its neighbours by an attribute, so that no run of glyphs belongs to two
   // of them.
@@ -85,35 +133,52 @@ TextOutline TextOutline::of(std::span<const std::string_view> parts, const Font&
     pango_attr_list_insert(attributes.get(), shade);
     ends.push_back(text.size());
   }
+  pango_context_set_base_dir(context.get(), Text::isRightToLeft(paragraph.empty() ? text : paragraph)
+                                                ? PANGO_DIRECTION_RTL
+                                                : PANGO_DIRECTION_LTR);
   pango_layout_set_attributes(layout.get(), attributes.get());
   pango_layout_set_text(layout.get(), text.data(), static_cast<int>(text.size()));
 
   const Handle<PangoFontMetrics> metrics(pango_context_get_metrics(context.get(), nullptr, nullptr));
-  PangoRectangle extents;
-  pango_layout_get_extents(layout.get(), nullptr, &extents);
+  PangoRectangle extents, ink;
+  pango_layout_get_extents(layout.get(), &ink, &extents);
   TextOutline result{.parts = std::vector<Path>(parts.size()),
                      .width = pixels(extents.width),
                      .ascent = pixels(pango_font_metrics_get_ascent(metrics.get())),
-                     .descent = pixels(pango_font_metrics_get_descent(metrics.get()))};
+                     .descent = pixels(pango_font_metrics_get_descent(metrics.get())),
+                     .ink = {pixels(ink.x), pixels(ink.y - pango_layout_get_baseline(layout.get())),
+                             pixels(ink.width), pixels(ink.height)}};
 
   // Without bounds: of glyphs that lie outside of a surface, Cairo leaves out the outline.
-  const Handle<cairo_surface_t> surface(cairo_recording_surface_create(CAIRO_CONTENT_ALPHA, nullptr));
-  const Handle<cairo_t> drawing(cairo_create(surface.get()));
-  const Handle<PangoLayoutIter> run(pango_layout_get_iter(layout.get()));
+  const CairoHandle<cairo_surface_t> surface(cairo_recording_surface_create(CAIRO_CONTENT_ALPHA, nullptr));
+  const CairoHandle<cairo_t> drawing(cairo_create(surface.get()));
+  const Handle<PangoLayoutIter> iterator(pango_layout_get_iter(layout.get()));
   do {
-    const PangoLayoutRun* glyphs = pango_layout_iter_get_run_readonly(run.get());
-    if (glyphs == nullptr) continue;
+    const PangoLayoutRun* run = pango_layout_iter_get_run(iterator.get());
+    if (run == nullptr) continue;
+    takeOutUnwritten(*run->glyphs, text.data() + run->item->offset, result.unwritten);
+    PangoFont* runFont = run->item->analysis.font;
     PangoRectangle place;
-    pango_layout_iter_get_run_extents(run.get(), nullptr, &place);
+    pango_layout_iter_get_run_extents(iterator.get(), nullptr, &place);
+    const double x = pixels(place.x);
+    if (hasColors(runFont)) {
+      if (auto picture = pictureOf(runFont, run->glyphs, x)) result.pictures.push_back(std::move(*picture));
+      continue;
+    }
     cairo_new_path(drawing.get());
-    cairo_move_to(drawing.get(), pixels(place.x), 0);
-    pango_cairo_glyph_string_path(drawing.get(), glyphs->item->analysis.font, glyphs->glyphs);
+    cairo_move_to(drawing.get(), x, 0);
+    pango_cairo_glyph_string_path(drawing.get(), runFont, run->glyphs);
     const auto part =
-        std::ranges::upper_bound(ends, static_cast<std::size_t>(glyphs->item->offset)) - ends.begin();
-    const Handle<cairo_path_t> traced(cairo_copy_path(drawing.get()));
+        std::ranges::upper_bound(ends, static_cast<std::size_t>(run->item->offset)) - ends.begin();
+    const CairoHandle<cairo_path_t> traced(cairo_copy_path(drawing.get()));
     append(result.parts[std::min(static_cast<std::size_t>(part), parts.size() - 1)], *traced);
-  } while (pango_layout_iter_next_run(run.get()));
+  } while (pango_layout_iter_next_run(iterator.get()));
   return result;
+}
+
+void TextOutline::drawPictures(Canvas& canvas, Point origin) const {
+  for (const auto& [pixels, corner] : pictures)
+    canvas.draw(*pixels, {std::round(origin.x + corner.x), std::round(origin.y + corner.y)});
 }
 
 }  // namespace quillant

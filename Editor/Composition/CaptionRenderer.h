@@ -1,9 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
+#include <thread>
 
 #include "Core/Geometry.h"
 #include "DrawKit/Image.h"
@@ -20,7 +23,8 @@ class CaptionRenderer {
   static CaptionRenderer& shared();
 
   /// The caption that is read at an output time, at its place on a canvas of `renderSize` pixels; none where
-  /// nothing is read, for a canvas without a size, and where the drawing failed.
+  /// nothing is read, for a canvas without a size, and where the drawing failed. Characters that no font has
+  /// are left out, and the log names each of them once.
   std::optional<Image> image(const PreparedCaptions& captions, double outputTime, const Size& renderSize);
 
  private:
@@ -29,10 +33,16 @@ class CaptionRenderer {
     std::string block;  ///< `PreparedCaptions::key`
     std::optional<std::size_t> word;
     Size canvas;
-    std::optional<Image> image;
+    Image image;
   };
+
+  void tell(const std::string& unwritten);
+
   std::mutex lock_;
-  RecentlyUsed<Entry, 8> drawn_;  ///< At 2160p a caption of two lines takes some 6 MB.
+  /// One for each thread that may draw a caption of its own, and some to spare. At 2160p a caption of two
+  /// lines takes some 6 MB.
+  RecentlyUsed<Entry> drawn_{std::thread::hardware_concurrency() + 4};
+  std::set<std::string, std::less<>> told_;  ///< Characters that the log has named.
 };
 
 }  // namespace quillant

@@ -4,6 +4,8 @@
 #include <functional>
 #include <iterator>
 
+#include "Editor/Timeline/TimelineTolerances.h"
+
 namespace quillant {
 
 namespace {
@@ -29,10 +31,12 @@ PreparedCaptions::PreparedCaptions(CaptionRenderPlan plan) : plan_(std::move(pla
 }
 
 std::optional<PreparedCaptions::Shown> PreparedCaptions::at(double outputTime) const {
-  const auto block = spans_.at(outputTime);
+  // A frame at the start of a word shows it, whatever the rounding of decimal times made of either.
+  const double time = outputTime + placingTolerance;
+  const auto block = spans_.at(time);
   if (!block) return std::nullopt;
   const auto& words = plan_.blocks[*block].words;
-  const auto next = std::ranges::upper_bound(words, outputTime, std::less<>(), &CaptionWordPlacement::start);
+  const auto next = std::ranges::upper_bound(words, time, std::less<>(), &CaptionWordPlacement::start);
   if (next == words.begin()) return Shown{*block, std::nullopt};
   return Shown{*block, static_cast<std::size_t>(next - words.begin()) - 1};
 }

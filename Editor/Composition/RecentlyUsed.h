@@ -7,10 +7,12 @@
 
 namespace quillant {
 
-/// The `capacity` entries that were asked for last. One thread at a time.
-template <class Entry, std::size_t capacity>
+/// The entries that were asked for last, so many of them at most. One thread at a time.
+template <class Entry>
 class RecentlyUsed {
  public:
+  explicit RecentlyUsed(std::size_t capacity) : capacity_(capacity) {}
+
   /// Null if none is the wanted one. Valid up to the next `add`.
   template <class Predicate>
   const Entry* find(Predicate&& isWanted) {
@@ -21,11 +23,12 @@ class RecentlyUsed {
   }
   const Entry& add(Entry entry) {
     entries_.push_front(std::move(entry));
-    if (entries_.size() > capacity) entries_.pop_back();
+    if (entries_.size() > capacity_) entries_.pop_back();
     return entries_.front();
   }
 
  private:
+  std::size_t capacity_;
   std::list<Entry> entries_;  ///< The one asked for last comes first.
 };
 

@@ -26,7 +26,7 @@ class WallpaperImageCache {
   };
   std::filesystem::path folder_;
   std::mutex lock_;
-  RecentlyUsed<Entry, 3> read_;  ///< One of 2560 by 1440 pixels takes 15 MB.
+  RecentlyUsed<Entry> read_{3};  ///< One of 2560 by 1440 pixels takes 15 MB.
 };
 
 }  // namespace quillant

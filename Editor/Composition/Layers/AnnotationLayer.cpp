@@ -46,8 +46,10 @@ Image draw(const TimelineAnnotationRegion& region, const Size& canvas) {
 
   Canvas picture(static_cast<int>(std::ceil(width)), static_cast<int>(std::ceil(height)));
   picture.fill(Path().roundedRectangle({0, 0, width, height}, cornerRadius), box);
-  picture.translate((width - line.width) / 2, (height + line.ascent - line.descent) / 2);
+  const Point origin{(width - line.width) / 2, (height + line.ascent - line.descent) / 2};
+  picture.translate(origin.x, origin.y);
   for (const Path& part : line.parts) picture.fill(part, letters);
+  line.drawPictures(picture, origin);
   return Image::picture(std::move(picture).take())
       .transformed(AffineTransform::translation(placed(region.x, width, canvas.width),
                                                 placed(region.y, height, canvas.height)));

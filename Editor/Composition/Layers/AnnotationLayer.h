@@ -22,7 +22,7 @@ class AnnotationLayer {
     Size canvas;
     Image image;
   };
-  RecentlyUsed<Entry, 8> drawn_;
+  RecentlyUsed<Entry> drawn_{8};
 };
 
 }  // namespace quillant

@@ -32,7 +32,7 @@ class CursorGlyphCache {
     int sizeKey;  ///< Tenths of a pixel.
     std::shared_ptr<const CursorGlyphImage> glyph;
   };
-  RecentlyUsed<Entry, 16> drawn_;  ///< A slider that is dragged asks for a hundred sizes.
+  RecentlyUsed<Entry> drawn_{16};  ///< A slider that is dragged asks for a hundred sizes.
 };
 
 /// The cursor on the recording.

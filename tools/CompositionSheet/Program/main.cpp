@@ -1,5 +1,7 @@
+#include <charconv>
 #include <cstddef>
 #include <cstdio>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -10,8 +12,10 @@
 #include "Editor/Composition/VideoBackgroundCompositor.h"
 #include "tools/CompositionSheet/CompositionCases.h"
 #include "tools/CompositionSheet/PaintedPicture.h"
+#include "tools/CompositionSheet/Program/CaptionSheet.h"
 
-// Composes the named cases and puts their frames on one picture, each with its name below it.
+// Composes the named cases and puts their frames on one picture, each with its name below it; or draws
+// captions in many scripts.
 
 namespace {
 
@@ -60,25 +64,42 @@ std::vector<CompositionCase> chosen(std::string_view beginning, double width) {
   return result;
 }
 
+int usage() {
+  std::fputs(
+      "usage: composition-sheet <file.png> [<name of a case>]\n"
+      "       composition-sheet <file.png> captions box|outline|plain <height of a frame>\n",
+      stderr);
+  return 2;
+}
+
+int writeCases(const char* file, std::string_view beginning) {
+  const auto cases = chosen(beginning, 1920);
+  if (cases.empty()) {
+    std::fprintf(stderr, "composition-sheet: there is no case “%s”\n", std::string(beginning).c_str());
+    return 2;
+  }
+  VideoBackgroundCompositor compositor({.wallpapers = compositionWallpapers()});
+  PNGImage::write(*PaintedPicture::toBGRA(*composed(cases.front().scene, compositor)), file);
+  return 0;
+}
+
+int writeCaptions(const char* file, std::string_view styleName, std::string_view height) {
+  const auto style = fromRawText<TimelineCaptionStyle>(styleName);
+  int pixels = 0;
+  std::from_chars(height.data(), height.data() + height.size(), pixels);
+  if (!style || pixels < 100) return usage();
+  PNGImage::write(*captionSheet(*style, pixels), file);
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2 && argc != 3) {
-    std::fputs("usage: composition-sheet <file.png> [<name of a case>]\n", stderr);
-    return 2;
-  }
   try {
-    if (argc == 2) {
-      PNGImage::write(*sheet(compositionCases()), argv[1]);
-      return 0;
-    }
-    const auto cases = chosen(argv[2], 1920);
-    if (cases.empty()) {
-      std::fprintf(stderr, "composition-sheet: there is no case “%s”\n", argv[2]);
-      return 2;
-    }
-    VideoBackgroundCompositor compositor({.wallpapers = compositionWallpapers()});
-    PNGImage::write(*PaintedPicture::toBGRA(*composed(cases.front().scene, compositor)), argv[1]);
+    if (argc == 5 && std::string_view(argv[2]) == "captions") return writeCaptions(argv[1], argv[3], argv[4]);
+    if (argc == 3) return writeCases(argv[1], argv[2]);
+    if (argc != 2) return usage();
+    PNGImage::write(*sheet(compositionCases()), argv[1]);
     return 0;
   } catch (const Error& error) {
     std::fprintf(stderr, "composition-sheet: %s\n", error.description().c_str());
