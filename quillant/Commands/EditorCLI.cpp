@@ -53,13 +53,18 @@ bool burnsCaptions(const ExportWords& words, const EditorCoordinator& coordinato
   return words.look.burnsCaptions && captions && captions->on;
 }
 
+/// Its progress is gone from the terminal when it has ended.
+Task<VideoExportResult> exportShowingProgress(EditorCoordinator& coordinator, const ExportWords& words) {
+  ExportProgress progress;
+  co_return co_await coordinator.exportVideo(words.output, choicesFor(words, coordinator),
+                                             burnsCaptions(words, coordinator),
+                                             [&progress](double done) { progress.show(done); });
+}
+
 Task<int> exportVideo(EditorCoordinator& coordinator, ExportWords words, const bool& isInterrupted) {
   co_await open(coordinator, words);
   if (isInterrupted) co_return ExitCode::interrupted;
-  const auto progress = std::make_shared<ExportProgress>();
-  const auto result = co_await coordinator.exportVideo(
-      words.output, choicesFor(words, coordinator), burnsCaptions(words, coordinator),
-      [progress = progress.get()](double done) { progress->show(done); });
+  const auto result = co_await exportShowingProgress(coordinator, words);
   std::error_code failed;
   const auto bytes = std::filesystem::file_size(words.output, failed);
   Console::print(fmt::format("quillant: {} {} ({}x{}, {})", result.didPassthrough ? "copied to" : "exported",
