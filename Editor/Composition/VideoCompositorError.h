@@ -26,7 +26,7 @@ class VideoCompositorError : public Error {
       case Kind::missingSourceFrame:
         return "A frame of the recording is missing.";
       case Kind::renderBufferUnavailable:
-        return "There is no memory for a frame of the video.";
+        return "A frame of the video can’t be drawn at this size.";
       case Kind::renderFailed:
         break;
     }
