@@ -31,7 +31,7 @@ bool differsInChangesAlone(const Image& before, const Image& now) {
 
 /// Rows that one thread draws at once: its part of the frame stays in the cache while layer after layer is
 /// drawn, and little is filtered twice.
-constexpr int bandHeight = 96;
+constexpr int bandHeight = 128;
 
 }  // namespace
 

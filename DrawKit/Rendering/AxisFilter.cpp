@@ -8,6 +8,12 @@ namespace quillant {
 namespace {
 
 constexpr int one = 1 << 14;
+/// The nearest whole number, without a call, of what is not far below 0.
+int rounded(double value) {
+  constexpr int above = 1 << 20;
+  return static_cast<int>(value + (above + 0.5)) - above;
+}
+
 /// A place this near to a sample's is that sample's: what sums of numbers leave.
 constexpr double nearlyWhole = 1e-6;
 
@@ -27,17 +33,17 @@ AxisTaps axisTaps(const AxisPlacement& placement, int sample) {
   const double place = placement.step * (sample + 0.5) + placement.origin - 0.5;
   // What is far beyond an end is the end's sample; it must fit an int.
   const double near = std::clamp(place, -4.0, placement.count + 4.0);
-  const double whole = std::floor(near + nearlyWhole);
+  const int whole = rounded(near + nearlyWhole - 0.5);
   const double t = std::max(0.0, near - whole);
   const double weights[taps] = {((-0.5 * t + 1) * t - 0.5) * t, (1.5 * t - 2.5) * t * t + 1,
                                 ((-1.5 * t + 2) * t + 0.5) * t, (0.5 * t - 0.5) * t * t};
   int fixed[taps];
   int sum = 0;
-  for (int tap = 0; tap < taps; ++tap) sum += fixed[tap] = static_cast<int>(std::lround(weights[tap] * one));
+  for (int tap = 0; tap < taps; ++tap) sum += fixed[tap] = rounded(weights[tap] * one);
   fixed[t < 0.5 ? 1 : 2] += one - sum;
 
   AxisTaps result;
-  const int start = static_cast<int>(whole) - 1;
+  const int start = whole - 1;
   result.first = std::clamp(start, 0, std::max(0, placement.count - taps));
   for (int tap = 0; tap < taps; ++tap) {
     const int from = std::clamp(start + tap, 0, placement.count - 1);

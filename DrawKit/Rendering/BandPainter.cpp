@@ -32,10 +32,6 @@ std::uint8_t* rowOf(const PixelBuffer& frame, std::size_t plane, int y) {
 }  // namespace
 
 void BandPainter::draw(const LayerPlan& layer, const PixelRect& area, const PixelBuffer& frame) {
-  const auto width = static_cast<std::size_t>(area.width);
-  for (auto& row : row_)
-    if (row.size() < width) row.resize(width);
-  if (coverage_.size() < width) coverage_.resize(width);
   for (const PlaneGroup which : planeGroups) drawGroup(layer, which, area, frame);
 }
 
@@ -50,48 +46,57 @@ void BandPainter::drawGroup(const LayerPlan& layer, PlaneGroup which, const Pixe
     if (const auto& alpha = picture->alpha[static_cast<std::size_t>(which)])
       planes_[alphaPlane].open(alpha, group.columns, left, right);
   }
-  const int top = area.y >> shift;
-  ShapeCoverage::Row row;
-  for (int y = top; y < (area.y + area.height) >> shift; ++y) {
-    if (y == top || !group.coverage.repeats(y)) row = group.coverage.row(y, left, right, coverage_.data());
-    const auto each = [&](int begin) { return Coverage{coverage_.data() + (begin - left)}; };
-    drawSpan(layer, which, y, {row.begin, row.fullBegin, each(row.begin)}, frame);
-    drawSpan(layer, which, y, {row.fullBegin, row.fullEnd, {nullptr, group.coverage.opacity()}}, frame);
-    drawSpan(layer, which, y, {row.fullEnd, row.end, each(row.fullEnd)}, frame);
-  }
+  for (int y = area.y >> shift; y < (area.y + area.height) >> shift; ++y)
+    drawRow(layer, which, y, left, right, frame);
 }
 
-const std::uint8_t* BandPainter::samples(std::size_t plane, const RowTaps& taps, int begin, int end) {
-  std::uint8_t* const row = row_[plane == alphaPlane ? 1 : 0].data();
-  planes_[plane].combine(taps, begin, end, row);
-  return row;
-}
+void BandPainter::drawRow(const LayerPlan& layer, PlaneGroup which, int y, int left, int right,
+                          const PixelBuffer& frame) {
+  const CoverageRows& coverage = layer.group(which).coverage;
+  const auto& row = coverage.at(y);
+  const int begin = std::max(row.begin, left), end = std::min(row.end, right);
+  if (begin >= end) return;
+  // Calls `draw` for the stretches that are covered each by its own share, alike, and again each by its own.
+  const auto inStretches = [&](const auto& draw) {
+    const auto stretch = [&](int from, int to, const std::int16_t* each) {
+      const int first = std::max(from, begin), last = std::min(to, end);
+      if (first >= last) return;
+      draw(first, last, each ? Coverage{each + (first - from)} : Coverage{nullptr, coverage.opacity()});
+    };
+    stretch(row.begin, row.fullBegin, coverage.before(y));
+    stretch(row.fullBegin, row.fullEnd, nullptr);
+    stretch(row.fullEnd, row.end, coverage.after(y));
+  };
+  const auto isWhole = [](Coverage part) { return !part.each && part.all == Coverage::full; };
+  const bool rowIsWhole =
+      row.fullBegin <= begin && row.fullEnd >= end && coverage.opacity() == Coverage::full;
 
-void BandPainter::drawSpan(const LayerPlan& layer, PlaneGroup which, int y, const Span& span,
-                           const PixelBuffer& frame) {
-  const auto& [begin, end, coverage] = span;
-  const int count = end - begin;
-  if (count <= 0) return;
-  const bool whole = !coverage.each && coverage.all == Coverage::full;
   const auto* picture = layer.picture();
-  const std::uint8_t* alpha = nullptr;
   const RowTaps* taps = picture ? &layer.group(which).rows.at(y) : nullptr;
-  if (picture && picture->alpha[static_cast<std::size_t>(which)])
-    alpha = samples(alphaPlane, *taps, begin, end);
+  const bool transparent = picture && picture->alpha[static_cast<std::size_t>(which)];
+  const std::uint8_t* alpha = transparent ? planes_[alphaPlane].samples(*taps, begin, end) : nullptr;
   for (std::size_t plane = planesOf(which).first; plane < planesOf(which).end; ++plane) {
-    std::uint8_t* const target = rowOf(frame, plane, y) + begin;
+    std::uint8_t* const target = rowOf(frame, plane, y);
     if (!picture) {
-      const std::uint8_t value = layer.color().samples[plane];
-      if (whole)
-        std::memset(target, value, static_cast<std::size_t>(count));
-      else
-        RowKernels::blendValue(value, coverage, target, count);
-    } else if (alpha) {
-      RowKernels::blendPremultiplied(samples(plane, *taps, begin, end), alpha, coverage, target, count);
-    } else if (whole) {
-      planes_[plane].combine(*taps, begin, end, target);
+      inStretches([&, value = layer.color().samples[plane]](int from, int to, Coverage part) {
+        if (isWhole(part))
+          std::memset(target + from, value, static_cast<std::size_t>(to - from));
+        else
+          RowKernels::blendValue(value, part, target + from, to - from);
+      });
+    } else if (!alpha && rowIsWhole) {
+      planes_[plane].combine(*taps, begin, end, target + begin);
     } else {
-      RowKernels::blend(samples(plane, *taps, begin, end), coverage, target, count);
+      const std::uint8_t* const samples = planes_[plane].samples(*taps, begin, end);
+      inStretches([&](int from, int to, Coverage part) {
+        const std::uint8_t* const source = samples + (from - begin);
+        if (alpha)
+          RowKernels::blendPremultiplied(source, alpha + (from - begin), part, target + from, to - from);
+        else if (isWhole(part))
+          std::memcpy(target + from, source, static_cast<std::size_t>(to - from));
+        else
+          RowKernels::blend(source, part, target + from, to - from);
+      });
     }
   }
 }

@@ -81,7 +81,9 @@ RangeChange toLimited(ColorEncoding::Range range, PlaneGroup group) {
 RowTaps rowTaps(const AxisTaps& taps, const RangeChange& change) {
   RowTaps result{.first = taps.first};
   for (int tap = 0; tap < RowKernels::taps; ++tap)
-    result.weights.weights[tap] = static_cast<std::int16_t>(std::lround(taps.weights[tap] * change.gain));
+    result.weights.weights[tap] =
+        change.gain == 1 ? taps.weights[tap]
+                         : static_cast<std::int16_t>(std::lround(taps.weights[tap] * change.gain));
   result.weights.bias = static_cast<std::int16_t>(std::lround(change.middle * 64) + 32);
   return result;
 }

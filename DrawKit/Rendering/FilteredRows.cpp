@@ -13,36 +13,54 @@ void FilteredRows::open(const SamplePlane& plane, const ColumnFilter& columns, i
   columns_ = &columns;
   begin_ = first;
   groups_ = groups;
-  pairs_.fill(-1);
-  const auto values = static_cast<std::size_t>(groups) * size;
-  for (auto& row : rows_)
-    if (row.size() < values) row.resize(values);
+  firsts_.fill(-1);
+  const auto atOnce = static_cast<std::size_t>(groups) * rowsAtOnce;
+  if (filtered_.size() < 2 * atOnce) filtered_.resize(2 * atOnce);
+  if (samples_.size() < static_cast<std::size_t>(groups * size))
+    samples_.resize(static_cast<std::size_t>(groups * size));
 }
 
-const std::int16_t* FilteredRows::filtered(int row) {
-  const int inside = std::min(row, plane_.height - 1), pair = inside / 2;
-  const auto slot = static_cast<std::size_t>(pair) % pairs_.size();
-  if (pairs_[slot] != pair) {
-    const std::uint8_t* const sources[] = {plane_.row(2 * pair),
-                                           plane_.row(std::min(2 * pair + 1, plane_.height - 1))};
-    std::int16_t* const results[] = {rows_[2 * slot].data(), rows_[2 * slot + 1].data()};
-    RowKernels::filterRows(sources, columns_->groupAt(begin_), groups_, results);
-    pairs_[slot] = pair;
+void FilteredRows::filter(int first) {
+  const std::uint8_t *sources[rowsAtOnce], *next[rowsAtOnce];
+  for (int row = 0; row < rowsAtOnce; ++row) {
+    const auto source = [&](int y) { return plane_.row(std::min(y, plane_.height - 1)); };
+    sources[row] = source(first + row);
+    next[row] = source(first + rowsAtOnce + row);
   }
-  return rows_[2 * slot + static_cast<std::size_t>(inside % 2)].data();
+  RowKernels::filterRows(sources, next, columns_->groupAt(begin_), groups_, placeOf(first));
+  firsts_[isSecond(first)] = first;
+}
+
+inline const RowKernels::FilteredGroup* FilteredRows::filtered(int row) {
+  const int inside = std::min(row, plane_.height - 1), first = inside - inside % rowsAtOnce;
+  if (firsts_[isSecond(first)] != first) filter(first);
+  return placeOf(inside);
+}
+
+std::array<const RowKernels::FilteredGroup*, RowKernels::taps> FilteredRows::filtered(const RowTaps& taps) {
+  return {filtered(taps.first), filtered(taps.first + 1), filtered(taps.first + 2), filtered(taps.first + 3)};
+}
+
+const std::uint8_t* FilteredRows::unfiltered(const RowTaps& taps, int begin, int end) const {
+  if (!taps.copied || !columns_->copied()) return nullptr;
+  const int first = begin + *columns_->copied();
+  return first >= 0 && end - begin <= plane_.width - first ? plane_.row(*taps.copied) + first : nullptr;
 }
 
 void FilteredRows::combine(const RowTaps& taps, int begin, int end, std::uint8_t* result) {
-  if (taps.copied && columns_->copied()) {
-    const int first = begin + *columns_->copied();
-    if (first >= 0 && end - begin <= plane_.width - first) {
-      std::memcpy(result, plane_.row(*taps.copied) + first, static_cast<std::size_t>(end - begin));
-      return;
-    }
-  }
-  const std::int16_t* rows[RowKernels::taps];
-  for (int tap = 0; tap < RowKernels::taps; ++tap) rows[tap] = filtered(taps.first + tap) + (begin - begin_);
-  RowKernels::combineRows(rows, taps.weights, result, end - begin);
+  if (const std::uint8_t* const source = unfiltered(taps, begin, end))
+    std::memcpy(result, source, static_cast<std::size_t>(end - begin));
+  else
+    RowKernels::combineRows(filtered(taps).data(), begin - begin_, end - begin_, taps.weights, result);
+}
+
+const std::uint8_t* FilteredRows::samples(const RowTaps& taps, int begin, int end) {
+  if (const std::uint8_t* const source = unfiltered(taps, begin, end)) return source;
+  // Whole groups: a few samples would not fill a vector.
+  constexpr int size = RowKernels::groupSize;
+  const int first = (begin - begin_) / size * size, last = (end - begin_ + size - 1) / size * size;
+  RowKernels::combineRows(filtered(taps).data(), first, last, taps.weights, samples_.data() + first);
+  return samples_.data() + (begin - begin_);
 }
 
 }  // namespace quillant

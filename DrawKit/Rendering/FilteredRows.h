@@ -17,17 +17,29 @@ class FilteredRows {
   void open(const SamplePlane& plane, const ColumnFilter& columns, int begin, int end);
   /// Columns `begin` to `end`, among those that were opened, of a row of the result.
   void combine(const RowTaps& taps, int begin, int end, std::uint8_t* result);
+  /// The same columns where they are: in the source, or in working memory, up to the next call.
+  const std::uint8_t* samples(const RowTaps& taps, int begin, int end);
 
  private:
-  const std::int16_t* filtered(int row);
+  /// If they are the source's own; otherwise null.
+  const std::uint8_t* unfiltered(const RowTaps& taps, int begin, int end) const;
+  std::array<const RowKernels::FilteredGroup*, RowKernels::taps> filtered(const RowTaps& taps);
+  const RowKernels::FilteredGroup* filtered(int row);
+  /// Those that are filtered at once with `first`, which is the first of them.
+  void filter(int first);
+
+  static constexpr int rowsAtOnce = RowKernels::rowsAtOnce;
+  static bool isSecond(int row) { return row / rowsAtOnce % 2 != 0; }
+  RowKernels::FilteredGroup* placeOf(int row) { return filtered_.data() + row % (2 * rowsAtOnce) * groups_; }
 
   SamplePlane plane_;
   const ColumnFilter* columns_ = nullptr;
   int begin_ = 0;
   int groups_ = 0;
-  /// Rows are filtered two at a time: which pair each two of `rows_` are. Four in a row touch three pairs.
-  std::array<int, 4> pairs_{};
-  std::array<std::vector<std::int16_t>, 8> rows_;
+  /// Twice as many rows as are filtered at once: four in a row touch no more.
+  std::vector<RowKernels::FilteredGroup> filtered_;
+  std::array<int, 2> firsts_{};  ///< The first row of either half.
+  std::vector<std::uint8_t> samples_;
 };
 
 }  // namespace quillant

@@ -95,10 +95,10 @@ void LayerPlan::place(const Image& image, int canvasWidth, int canvasHeight) {
     if (mask)
       movedMask = {moved(mask->rect, grid), mask->radiusX * grid.x.scale, mask->radiusY * grid.y.scale};
     const Rect whole{0, 0, static_cast<double>(canvasWidth), static_cast<double>(canvasHeight)};
-    groups_[static_cast<std::size_t>(which)].coverage =
+    groups_[static_cast<std::size_t>(which)].shape =
         ShapeCoverage(moved(shape, grid), movedMask, moved(whole, grid), opacity);
   }
-  const Rect& visible = groups_[0].coverage.rect();
+  const Rect& visible = groups_[0].shape.rect();
   bounds_ = touched(visible, canvas);
 
   const auto* picture = std::get_if<PixelBufferRef>(&image.source);
@@ -145,21 +145,22 @@ void LayerPlan::load(const Image& image, SourceCache& cache) {
     picture_ = &cache.slanted(image, picture_, bounds_);
     matrix = {};
   }
-  if (!picture_) return;
   const bool turned = isTurned(matrix);
   for (const PlaneGroup which : planeGroups) {
     const auto index = static_cast<std::size_t>(which);
-    const SamplePlane& plane = picture_->color[index];
-    const PlaneGrid canvas = PlaneGrids::ofCanvas(which);
     Group& group = groups_[index];
     const int shift = which == PlaneGroup::chroma ? 1 : 0;
     const int left = bounds_.x >> shift, right = (bounds_.x + bounds_.width) >> shift;
+    const int top = bounds_.y >> shift, bottom = (bounds_.y + bounds_.height) >> shift;
+    group.coverage.set(group.shape, left, right, top, bottom);
+    if (!picture_) continue;
+    const SamplePlane& plane = picture_->color[index];
+    const PlaneGrid canvas = PlaneGrids::ofCanvas(which);
     group.columns.set(
         placementOf(plane.grid.x, plane.width, turned ? matrix.c : matrix.a, matrix.tx, canvas.x), left,
         right);
     group.rows.set(placementOf(plane.grid.y, plane.height, turned ? matrix.b : matrix.d, matrix.ty, canvas.y),
-                   ColorMath::toLimited(picture_->range, which), bounds_.y >> shift,
-                   (bounds_.y + bounds_.height) >> shift);
+                   ColorMath::toLimited(picture_->range, which), top, bottom);
   }
 }
 

@@ -8,6 +8,7 @@
 #include "DrawKit/Image.h"
 #include "DrawKit/Rendering/AxisFilter.h"
 #include "DrawKit/Rendering/ColorMath.h"
+#include "DrawKit/Rendering/CoverageRows.h"
 #include "DrawKit/Rendering/PreparedPicture.h"
 #include "DrawKit/Rendering/RowFilter.h"
 #include "DrawKit/Rendering/ShapeCoverage.h"
@@ -21,7 +22,8 @@ class LayerPlan {
  public:
   /// Of the planes of one grid.
   struct Group {
-    ShapeCoverage coverage;
+    ShapeCoverage shape;
+    CoverageRows coverage;
     ColumnFilter columns;
     RowFilter rows;
   };
@@ -43,7 +45,7 @@ class LayerPlan {
   /// Where parts of the image's picture show, with all that resampling spreads of them; none if that cannot
   /// be told without looking at the picture. Adds to `set`.
   bool addShown(std::vector<PixelRect>& set, const Image& image, std::span<const PixelRect> parts) const;
-  /// Then, if any of it is to be drawn, its source.
+  /// Then, if any of it is to be drawn, its source and all that is asked of its rows.
   void load(const Image& image, SourceCache& cache);
 
  private:

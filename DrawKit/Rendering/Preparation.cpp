@@ -55,6 +55,23 @@ void setHalvings(Preparation::Axis& axis, double scale, double canvas, double si
   }
 }
 
+/// Leaves out of both planes' ranges what lies beyond `begin` to `end`, in pixels, and beyond the reach of
+/// the samples there.
+void narrow(Preparation::Axis& luma, Preparation::Axis& chroma, double begin, double end) {
+  // Steps of whole samples, after the halvings too: the same neighbours become a mean.
+  const int step = 2 << std::max(luma.halvings, chroma.halvings), reach = 5 * step;
+  const int first = luma.range.begin;
+  int before = 0, kept = luma.range.count() + step;
+  if (begin - reach > first) before = static_cast<int>((begin - reach - first) / step) * step;
+  if (end + reach < luma.range.end)
+    kept = static_cast<int>(std::ceil((end + reach - first) / step)) * step - before;
+  for (Preparation::Axis* axis : {&luma, &chroma}) {
+    const auto samples = [&](int pixels) { return static_cast<int>(pixels * axis->map.scale); };
+    axis->range.begin += samples(before);
+    axis->range.end = std::min(axis->range.end, axis->range.begin + samples(kept));
+  }
+}
+
 }  // namespace
 
 AxisMap Preparation::Axis::preparedMap() const {
@@ -111,6 +128,11 @@ Preparation Preparation::of(const Image& image) {
     x.map = grid.x, y.map = grid.y;
     setHalvings(x, scaleX, turned ? canvas.y.scale : canvas.x.scale, sigmaX, fading);
     setHalvings(y, scaleY, turned ? canvas.x.scale : canvas.y.scale, sigmaY, fading);
+  }
+  if (picture && image.mask && !result.blurs) {
+    auto& [luma, chroma] = result.groups;
+    narrow(luma.x, chroma.x, image.mask->rect.x, image.mask->rect.maxX());
+    narrow(luma.y, chroma.y, image.mask->rect.y, image.mask->rect.maxY());
   }
   if (result.blurs) result.edges = image.blurEdges;
   if (fading) {

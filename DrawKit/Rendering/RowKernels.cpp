@@ -8,6 +8,7 @@
 #define HWY_COMPILE_ALL_ATTAINABLE
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "DrawKit/Rendering/RowKernels.cpp"
+#include <hwy/cache_control.h>
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
@@ -17,7 +18,9 @@ namespace {
 
 using RowKernels::ColumnGroup;
 using RowKernels::Coverage;
+using RowKernels::FilteredGroup;
 using RowKernels::groupSize;
+using RowKernels::rowsAtOnce;
 using RowKernels::RowWeights;
 using RowKernels::taps;
 
@@ -51,9 +54,9 @@ int coverageAt(Coverage coverage, int i) {
 
 #if HWY_TARGET == HWY_SCALAR
 
-void filterRows(const std::uint8_t* const sources[2], const ColumnGroup* groups, int count,
-                std::int16_t* const results[2]) {
-  for (int row = 0; row < 2; ++row)
+void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_t* const[rowsAtOnce],
+                const ColumnGroup* groups, int count, FilteredGroup* results) {
+  for (int row = 0; row < rowsAtOnce; ++row)
     for (int g = 0; g < count; ++g)
       for (int i = 0; i < groupSize; ++i) {
         const auto* first =
@@ -61,7 +64,7 @@ void filterRows(const std::uint8_t* const sources[2], const ColumnGroup* groups,
         int sum = 0;
         for (int tap = 0; tap < taps; ++tap)
           sum += mulRounded((first[tap] - 128) * 256, groups[g].weights[tap][i]);
-        results[row][g * groupSize + i] = static_cast<std::int16_t>(sum);
+        results[row * count + g].values[i] = static_cast<std::int16_t>(sum);
       }
 }
 
@@ -98,34 +101,42 @@ HWY_INLINE hn::Vec<PartBytes> loadSamples(const std::uint8_t* source, const std:
 #endif
 }
 
-void filterRows(const std::uint8_t* const sources[2], const ColumnGroup* groups, int count,
-                std::int16_t* const results[2]) {
+void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_t* const next[rowsAtOnce],
+                const ColumnGroup* groups, int count, FilteredGroup* results) {
   const PartBytes bytes;
   const PartWords words;
   const auto sign = hn::Set(bytes, std::uint8_t{0x80});
-  const auto next = hn::Set(words, std::int16_t{1 << 8});
+  const auto toNext = hn::Set(words, std::int16_t{1 << 8});
+  const std::uint8_t *const source0 = sources[0], *const source1 = sources[1], *const source2 = sources[2],
+                            *const source3 = sources[3];
+  const std::uint8_t *const next0 = next[0], *const next1 = next[1], *const next2 = next[2],
+                            *const next3 = next[3];
   for (int g = 0; g < count; ++g) {
     const ColumnGroup& group = groups[g];
+    // A group reads less than a line of the cache.
+    for (const std::uint8_t* row : {next0, next1, next2, next3}) hwy::Prefetch(row + group.bases[0]);
     for (int part = 0; part < RowKernels::groupParts; part += partsAtOnce) {
       const int first = part * RowKernels::partSize;
+      const auto load = [&](const std::uint8_t* row)
+                            HWY_ATTR { return hn::Xor(loadSamples(row, group.bases + part), sign); };
+      const auto samples0 = load(source0), samples1 = load(source1), samples2 = load(source2),
+                 samples3 = load(source3);
+      auto sum0 = hn::Zero(words), sum1 = sum0, sum2 = sum0, sum3 = sum0;
       // The high byte of each lane names its sample, the low byte stays empty: the sample times 256.
       auto lanes = hn::BitCast(words, hn::Load(bytes, group.lanes + 2 * first));
-      const auto upper = hn::Xor(loadSamples(sources[0], group.bases + part), sign);
-      const auto lower = hn::Xor(loadSamples(sources[1], group.bases + part), sign);
-      auto upperSum = hn::Zero(words), lowerSum = hn::Zero(words);
       for (int tap = 0; tap < taps; ++tap) {
         const auto weights = hn::Load(words, group.weights[tap] + first);
-        const auto places = hn::BitCast(bytes, lanes);
-        upperSum =
-            hn::Add(upperSum,
-                    hn::MulFixedPoint15(hn::BitCast(words, hn::TableLookupBytesOr0(upper, places)), weights));
-        lowerSum =
-            hn::Add(lowerSum,
-                    hn::MulFixedPoint15(hn::BitCast(words, hn::TableLookupBytesOr0(lower, places)), weights));
-        lanes = hn::Add(lanes, next);
+        const auto add = [&](hn::Vec<PartBytes> samples, hn::Vec<PartWords>& sum) HWY_ATTR {
+          const auto taken = hn::TableLookupBytesOr0(samples, hn::BitCast(bytes, lanes));
+          sum = hn::Add(sum, hn::MulFixedPoint15(hn::BitCast(words, taken), weights));
+        };
+        add(samples0, sum0), add(samples1, sum1), add(samples2, sum2), add(samples3, sum3);
+        lanes = hn::Add(lanes, toNext);
       }
-      hn::StoreU(upperSum, words, results[0] + g * groupSize + first);
-      hn::StoreU(lowerSum, words, results[1] + g * groupSize + first);
+      hn::Store(sum0, words, results[g].values + first);
+      hn::Store(sum1, words, results[count + g].values + first);
+      hn::Store(sum2, words, results[2 * count + g].values + first);
+      hn::Store(sum3, words, results[3 * count + g].values + first);
     }
   }
 }
@@ -143,33 +154,42 @@ HWY_INLINE auto coverageOf(Words words, Coverage coverage, int i) {
 
 #endif
 
-void combineRows(const std::int16_t* const rows[taps], const RowWeights& weights, std::uint8_t* result,
-                 int count) {
-  int i = 0;
+void combineRows(const FilteredGroup* const rows[taps], int begin, int end, const RowWeights& weights,
+                 std::uint8_t* result) {
+  const auto valuesOf = [&](int tap) { return reinterpret_cast<const std::int16_t*>(rows[tap]); };
+  const std::int16_t *const first = valuesOf(0), *const second = valuesOf(1), *const third = valuesOf(2),
+                            *const fourth = valuesOf(3);
+  const auto [w, bias] = weights;
 #if HWY_TARGET != HWY_SCALAR
   const Words words;
   const int lanes = static_cast<int>(hn::Lanes(words));
-  const auto w0 = hn::Set(words, weights.weights[0]), w1 = hn::Set(words, weights.weights[1]);
-  const auto w2 = hn::Set(words, weights.weights[2]), w3 = hn::Set(words, weights.weights[3]);
-  const auto bias = hn::Set(words, weights.bias);
-  const auto combined = [&](int at) HWY_ATTR {
-    const auto upper = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, rows[0] + at), w0),
-                               hn::MulFixedPoint15(hn::LoadU(words, rows[1] + at), w1));
-    const auto lower = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, rows[2] + at), w2),
-                               hn::MulFixedPoint15(hn::LoadU(words, rows[3] + at), w3));
-    return hn::ShiftRight<combineBits>(hn::Add(hn::Add(upper, lower), bias));
+  const auto w0 = hn::Set(words, w[0]), w1 = hn::Set(words, w[1]), w2 = hn::Set(words, w[2]),
+             w3 = hn::Set(words, w[3]), rounding = hn::Set(words, bias);
+  const auto combine = [&](int i) HWY_ATTR {
+    const auto upper = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, first + i), w0),
+                               hn::MulFixedPoint15(hn::LoadU(words, second + i), w1));
+    const auto lower = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, third + i), w2),
+                               hn::MulFixedPoint15(hn::LoadU(words, fourth + i), w3));
+    const auto sum = hn::ShiftRight<combineBits>(hn::Add(hn::Add(upper, lower), rounding));
+    hn::StoreU(hn::DemoteTo(Bytes(), sum), Bytes(), result + (i - begin));
   };
-  for (; i + 2 * lanes <= count; i += 2 * lanes) {
-    const auto low = combined(i), high = combined(i + lanes);
-    hn::StoreU(hn::DemoteTo(Bytes(), low), Bytes(), result + i);
-    hn::StoreU(hn::DemoteTo(Bytes(), high), Bytes(), result + i + lanes);
+  if (end - begin >= lanes) {
+    // Whole vectors as they lie in memory; the ends are made with others that overlap them.
+    combine(begin);
+    int i = begin + lanes - begin % lanes;
+    for (; i + 2 * lanes <= end; i += 2 * lanes) {
+      combine(i);
+      combine(i + lanes);
+    }
+    if (i + lanes <= end) combine(i);
+    combine(end - lanes);
+    return;
   }
-  for (; i + lanes <= count; i += lanes) hn::StoreU(hn::DemoteTo(Bytes(), combined(i)), Bytes(), result + i);
 #endif
-  for (; i < count; ++i) {
-    int sum = weights.bias;
-    for (int tap = 0; tap < taps; ++tap) sum += mulRounded(rows[tap][i], weights.weights[tap]);
-    result[i] = byte(sum >> combineBits);
+  for (int i = begin; i < end; ++i) {
+    const int sum = bias + mulRounded(first[i], w[0]) + mulRounded(second[i], w[1]) +
+                    mulRounded(third[i], w[2]) + mulRounded(fourth[i], w[3]);
+    result[i - begin] = byte(sum >> combineBits);
   }
 }
 
@@ -298,13 +318,13 @@ HWY_EXPORT(halve);
 HWY_EXPORT(average);
 HWY_EXPORT(weightedSum);
 
-void filterRows(const std::uint8_t* const sources[2], const ColumnGroup* groups, int count,
-                std::int16_t* const results[2]) {
-  HWY_DYNAMIC_DISPATCH(filterRows)(sources, groups, count, results);
+void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_t* const next[rowsAtOnce],
+                const ColumnGroup* groups, int count, FilteredGroup* results) {
+  HWY_DYNAMIC_DISPATCH(filterRows)(sources, next, groups, count, results);
 }
-void combineRows(const std::int16_t* const rows[taps], const RowWeights& weights, std::uint8_t* result,
-                 int count) {
-  HWY_DYNAMIC_DISPATCH(combineRows)(rows, weights, result, count);
+void combineRows(const FilteredGroup* const rows[taps], int begin, int end, const RowWeights& weights,
+                 std::uint8_t* result) {
+  HWY_DYNAMIC_DISPATCH(combineRows)(rows, begin, end, weights, result);
 }
 void blend(const std::uint8_t* source, Coverage coverage, std::uint8_t* target, int count) {
   HWY_DYNAMIC_DISPATCH(blend)(source, coverage, target, count);

@@ -22,10 +22,19 @@ struct ColumnGroup {
   std::int32_t bases[groupParts];
 };
 
-/// Weighs the samples of two rows at once: (sample - 128) * 128, rounded. Writes whole groups, `groupSize`
-/// values each.
-void filterRows(const std::uint8_t* const sources[2], const ColumnGroup* groups, int count,
-                std::int16_t* const results[2]);
+/// A group's outputs of one row, aligned to what is loaded at once: (sample - 128) * 128, rounded.
+struct alignas(64) FilteredGroup {
+  std::int16_t values[groupSize];
+};
+
+/// Rows that are filtered at once.
+constexpr int rowsAtOnce = 4;
+
+/// Weighs the samples of rows, and meanwhile has `next`, the rows that are filtered after them, fetched into
+/// the cache. They come from far: what a decoder wrote is rarely near. Writes `count` groups a row, one row
+/// after the other.
+void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_t* const next[rowsAtOnce],
+                const ColumnGroup* groups, int count, FilteredGroup* results);
 
 /// What makes samples of filtered rows.
 struct RowWeights {
@@ -33,8 +42,9 @@ struct RowWeights {
   std::int16_t bias = 0;       ///< In 64ths, with the 128 of filtered samples and the rounding in it.
 };
 
-void combineRows(const std::int16_t* const rows[taps], const RowWeights& weights, std::uint8_t* result,
-                 int count);
+/// Of the filtered rows' columns from `begin` to `end`, counted from the first of their groups.
+void combineRows(const FilteredGroup* const rows[taps], int begin, int end, const RowWeights& weights,
+                 std::uint8_t* result);
 
 /// How much of what is drawn counts, 0 to 32767 being all: of each sample, or of all where `each` is null.
 struct Coverage {

@@ -35,6 +35,7 @@ class ShapeCoverage {
   bool repeats(int y) const { return y - 1 >= straightBegin_ && y < straightEnd_; }
   std::int16_t opacity() const { return opacity_; }
   const Rect& rect() const { return rect_; }
+  friend bool operator==(const ShapeCoverage&, const ShapeCoverage&) = default;
 
  private:
   /// Where a line begins and ends.
