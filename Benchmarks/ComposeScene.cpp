@@ -146,8 +146,8 @@ struct Scene {
                            .transformed(AffineTransform::scale(zoom, zoom))
                            .transformed(AffineTransform::translation(focus.x, focus.y)));
     if (layers > std::size(all))
-      images.push_back(Image::picture(captions).transformed(
-          AffineTransform::translation(std::floor((width - captions->width) / 2.0), height * 0.84)));
+      images.push_back(Image::picture(captions).transformed(AffineTransform::translation(
+          std::floor((width - captions->width) / 2.0), 2 * std::floor(height * 0.42))));
   }
 
   int width, height;
