@@ -37,6 +37,7 @@ constexpr auto fields = [](auto& entry, const auto& field) {
   field("lastError", entry.lastError);
   field("lastAttemptAt", entry.lastAttemptAt);
   field("blockedOnAuth", entry.blockedOnAuth);
+  field("editFingerprint", entry.editFingerprint);
 };
 
 // Dates stand in the file as texts.

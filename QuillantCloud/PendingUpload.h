@@ -46,6 +46,10 @@ struct PendingUpload {
   std::optional<Date> lastAttemptAt;
   std::optional<bool> blockedOnAuth;  ///< The last run ended at a sign-in that has expired.
 
+  /// The edit that the files were made of, where they were made of one. Files of several edits are put to the
+  /// same URLs then: what the service holds is this entry's only if the entry says so.
+  std::optional<std::string> editFingerprint;
+
   /// A new entry with an id of its own.
   static PendingUpload make(std::string videoPath, std::optional<std::string> thumbPath,
                             std::optional<std::string> title, std::int64_t sizeBytes, std::int64_t durationMs,

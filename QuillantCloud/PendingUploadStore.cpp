@@ -1,6 +1,7 @@
 #include "QuillantCloud/PendingUploadStore.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 #include "Core/AtomicFile.h"
 #include "Core/JSON.h"
@@ -16,6 +17,8 @@ namespace {
 constexpr const char* entryExtension = ".json";
 constexpr const char* posterExtension = ".jpg";
 constexpr const char* claimExtension = ".lock";
+/// By which the names of made files begin.
+constexpr std::string_view madePrefix = "quillant-";
 /// Far above any entry: what is larger is none.
 constexpr std::size_t longestFile = std::size_t{1} << 22;
 
@@ -50,6 +53,35 @@ PendingUpload read(const PendingUploadStore& store, const std::string& id) {
   return entry;
 }
 
+std::vector<std::filesystem::path> filesOf(const PendingUpload& entry) {
+  std::vector<std::filesystem::path> files;
+  for (const auto& path : {std::optional(entry.videoPath), entry.thumbPath, entry.captionsPath})
+    if (path) files.emplace_back(*path);
+  return files;
+}
+
+/// Those that lie in the store's folder.
+void removeFiles(const PendingUploadStore& store, const std::vector<std::filesystem::path>& files) {
+  std::error_code ignored;
+  for (const auto& file : files)
+    if (file.parent_path() == store.directory) std::filesystem::remove(file, ignored);
+}
+
+/// Removes those of the made files among `names`, which were listed before, that no entry names. Who makes
+/// files has a claim from before the first of them is there until an entry names them.
+void removeMadeFiles(const PendingUploadStore& store, const std::vector<std::string>& names) {
+  std::vector<std::filesystem::path> made;
+  for (const auto& name : names) {
+    const std::filesystem::path file = name;
+    if (file.extension() == claimExtension && store.claimant(file.stem())) return;
+    if (name.starts_with(madePrefix) || name.starts_with("." + std::string(madePrefix)))
+      made.push_back(store.directory / file);
+  }
+  for (const auto& entry : store.all())
+    for (const auto& file : filesOf(entry)) std::erase(made, file);
+  removeFiles(store, made);
+}
+
 }  // namespace
 
 std::optional<UploadClaim> PendingUploadStore::claim(const std::string& id) const {
@@ -62,8 +94,8 @@ std::optional<pid_t> PendingUploadStore::claimant(const std::string& id) const {
 }
 
 void PendingUploadStore::save(const PendingUpload& entry) const {
-  for (const auto& path : {std::optional(entry.videoPath), entry.thumbPath, entry.captionsPath})
-    if (path && !Text::isUTF8(*path)) throw UploadError(UploadError::PathNotUTF8{*path});
+  for (const auto& path : filesOf(entry))
+    if (!Text::isUTF8(path.native())) throw UploadError(UploadError::PathNotUTF8{path});
   // Signed URLs are as good as a password until they expire.
   PrivateFolder::ensure(directory);
   AtomicFile::write(fileOf(*this, entry.id, entryExtension), JSON::pretty(entry), 0600);
@@ -89,7 +121,18 @@ std::optional<PendingUpload> PendingUploadStore::load(const std::string& id) con
 void PendingUploadStore::remove(const std::string& id) const {
   std::error_code ignored;
   std::filesystem::remove(posterPath(id), ignored);
+  const auto entry = load(id);
   std::filesystem::remove(fileOf(*this, id, entryExtension), ignored);
+  if (entry) removeFiles(*this, filesOf(*entry));
+}
+
+void PendingUploadStore::replace(const PendingUpload& entry) const {
+  const auto before = load(entry.id);
+  save(entry);
+  if (!before) return;
+  auto files = filesOf(*before);
+  for (const auto& file : filesOf(entry)) std::erase(files, file);
+  removeFiles(*this, files);
 }
 
 std::vector<PendingUpload> PendingUploadStore::all() const {
@@ -108,9 +151,15 @@ std::filesystem::path PendingUploadStore::posterPath(const std::string& id) cons
   return fileOf(*this, id, posterExtension);
 }
 
+std::filesystem::path PendingUploadStore::newFile(std::string_view what, std::string_view extension) const {
+  return directory / fmt::format("{}{}-{}{}", madePrefix, what, UUID::random().text(), extension);
+}
+
 void PendingUploadStore::removeLitter() const {
   constexpr std::size_t idLength = 36;
-  for (const auto& name : names(*this)) {
+  const auto listed = names(*this);
+  removeMadeFiles(*this, listed);
+  for (const auto& name : listed) {
     // A dot, and then the name of the file that it was to become.
     const bool isTemporary = AtomicFile::isTemporary(name);
     const auto id = name.substr(isTemporary ? 1 : 0, idLength);

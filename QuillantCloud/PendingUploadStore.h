@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "QuillantCloud/PendingUpload.h"
@@ -29,16 +30,21 @@ struct PendingUploadStore {
   void saveIfPossible(const PendingUpload& entry) const;
   /// Nothing if there is no such entry.
   std::optional<PendingUpload> load(const std::string& id) const;
-  /// The poster made for the entry goes with it. A file that is not there, or that cannot be removed, is no
-  /// error.
+  /// Those of the entry's files that lie in this folder go with it: they were made for the upload alone. A
+  /// file that is not there, or that cannot be removed, is no error.
   void remove(const std::string& id) const;
+  /// Saves the entry in the place of what it was, and removes the files in this folder that it names no more.
+  void replace(const PendingUpload& entry) const;
   /// Oldest first; none if the folder cannot be listed. Throws `FileError` if it is not the user's own: what
   /// somebody else put there is not sent.
   std::vector<PendingUpload> all() const;
   /// Where a poster is kept that is made for the entry's upload alone.
   std::filesystem::path posterPath(const std::string& id) const;
-  /// Removes what processes have left here that were killed: posters without an entry, halves of files.
-  /// Throws as `all` does.
+  /// A new name in this folder for what is made of an edit, to be sent by an entry that is claimed already:
+  /// "quillant-share-" and a UUID, for "share". Without a claim it may be removed before an entry names it.
+  std::filesystem::path newFile(std::string_view what, std::string_view extension) const;
+  /// Removes what processes have left here that were killed: posters without an entry, halves of files, files
+  /// that no entry names. Throws as `all` does.
   void removeLitter() const;
 };
 

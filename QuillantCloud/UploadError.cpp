@@ -34,6 +34,16 @@ struct Describe {
            " is not UTF-8, so it cannot be kept until the upload is done; rename it";
   }
   std::string operator()(const UploadError::Cancelled&) const { return "the upload was cancelled"; }
+  std::string operator()(const UploadError::NotReady&) const {
+    return "the service has not made the video ready yet";
+  }
+  std::string operator()(const UploadError::NothingToSend&) const {
+    return "nothing was rendered for this link yet; share it again, the link stays the same";
+  }
+  std::string operator()(const UploadError::UnderWay& run) const {
+    return run.process > 0 ? fmt::format("the upload is under way in process {}", run.process)
+                           : "the upload is under way in another process";
+  }
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 #include <variant>
 
 #include "Core/Error.h"
@@ -34,8 +35,16 @@ class UploadError : public Error {
     std::string path;
   };
   struct Cancelled {};
+  /// All was sent, and the service has not called the video live.
+  struct NotReady {};
+  /// The link is there, and no file was made for it yet.
+  struct NothingToSend {};
+  /// Another run has the upload.
+  struct UnderWay {
+    pid_t process = 0;  ///< 0 if that is not known.
+  };
   using Reason = std::variant<Put, BadReservation, CaptionsUnsupported, CaptionsFileMissing, InsecureURL,
-                              SizeChanged, PathNotUTF8, Cancelled>;
+                              SizeChanged, PathNotUTF8, Cancelled, NotReady, NothingToSend, UnderWay>;
 
   explicit UploadError(Reason reason);
   const Reason& reason() const { return reason_; }

@@ -7,9 +7,9 @@
 #include <memory>
 #include <utility>
 
-#include "Core/AtomicFile.h"
 #include "QuillantCloud/APIError.h"
 #include "QuillantCloud/HttpUploadTransport.h"
+#include "QuillantCloud/PendingUploadWalk.h"
 #include "QuillantCloud/UploadError.h"
 
 namespace quillant {
@@ -59,59 +59,44 @@ Task<UploadQueueService::RunResult> UploadQueueService::resumePending(QuillantAP
                           .progress = progress,
                           .clock = clock};
   RunResult result;
-  store.removeLitter();
-  for (const auto& listed : store.all()) {
-    const auto claim = claimed(listed, result);
-    if (!claim) continue;
-    // Whoever had the claim before may have finished it, or have come further.
-    auto entry = store.load(listed.id);
-    if (!entry) continue;
-    if (entry->isFinished())
-      store.remove(entry->id);  // its process died between the last answer and this
-    else if (!force && secondsUntilDue(*entry, now) > 0 && !Uploader::sizeChange(*entry))
-      result.skippedBackoff.push_back(entry->id);
-    else
-      co_await run(uploader, *entry, now, result);
-    if (result.needAuth || result.cancelled) break;  // the others would fail alike
-  }
+  const PendingUploadWalk walk{
+      .store = store, .log = log, .leave = [&result](const PendingUpload& entry, auto obstacle) {
+        (obstacle == PendingUploadWalk::Obstacle::underWay ? result.underWay : result.stillPending)
+            .push_back(entry.id);
+      }};
+  co_await walk.run([&](PendingUpload& entry) -> Task<bool> {
+    if (!force && secondsUntilDue(entry, now) > 0 && !Uploader::sizeChange(entry))
+      result.skippedBackoff.push_back(entry.id);
+    else if (const auto outcome = co_await run(uploader, entry, now, result))
+      co_await ended(entry, *outcome);
+    co_return !result.needAuth && !result.cancelled;  // the others would fail alike
+  });
   co_return result;
 }
 
-Task<> UploadQueueService::run(const Uploader& uploader, PendingUpload& entry, Date now,
-                               RunResult& result) const {
+Task<std::optional<UploadOutcome>> UploadQueueService::run(const Uploader& uploader, PendingUpload& entry,
+                                                           Date now, RunResult& result) const {
   try {
     co_await uploader.runRemaining(entry, false);
     (entry.completed ? result.completed : result.stillPending).push_back(entry.id);
+    co_return entry.completed ? std::optional(UploadOutcome::live) : std::nullopt;
   } catch (const Error& error) {
     if (UploadError::isSizeChanged(error)) {
       result.changed.push_back(entry.id);
       recordChange(entry, error.description());
-      co_return;
+      co_return UploadOutcome::failed;
     }
     result.stillPending.push_back(entry.id);
     const auto* uploadError = dynamic_cast<const UploadError*>(&error);
     result.cancelled = uploadError != nullptr && uploadError->isCancelled();
+    if (result.cancelled) co_return std::nullopt;
     result.needAuth = APIError::isTokenExpired(error);
     if (result.needAuth)
       recordExpiredSignIn(entry, now);
-    else if (!result.cancelled)
+    else
       recordFailure(entry, now, error.description());
+    co_return result.needAuth ? UploadOutcome::needsSignIn : UploadOutcome::failed;
   }
-}
-
-std::optional<UploadClaim> UploadQueueService::claimed(const PendingUpload& entry, RunResult& result) const {
-  try {
-    auto claim = store.claim(entry.id);
-    if (claim) return claim;
-    const auto process = store.claimant(entry.id).value_or(0);
-    log(process > 0 ? fmt::format("upload {} is under way in process {}", entry.shortId(), process)
-                    : fmt::format("upload {} is under way in another process", entry.shortId()));
-    result.underWay.push_back(entry.id);
-  } catch (const FileError& error) {
-    log(fmt::format("upload {} is left alone: {}", entry.shortId(), error.description()));
-    result.stillPending.push_back(entry.id);
-  }
-  return std::nullopt;
 }
 
 void UploadQueueService::recordExpiredSignIn(PendingUpload& entry, Date now) const {

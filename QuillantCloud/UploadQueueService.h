@@ -11,6 +11,7 @@
 #include "QuillantCloud/PendingUploadStore.h"
 #include "QuillantCloud/QuillantAPI.h"
 #include "QuillantCloud/UploadClock.h"
+#include "QuillantCloud/UploadOutcome.h"
 #include "QuillantCloud/UploadProgress.h"
 #include "QuillantCloud/Uploader.h"
 
@@ -61,6 +62,8 @@ struct UploadQueueService {
   double capSeconds = 3600;
   /// As `Uploader` has it.
   std::function<void(const UploadProgress&)> progress = [](const UploadProgress&) {};
+  /// Awaited after the run of an entry, while its claim still lasts.
+  std::function<Task<>(PendingUpload, UploadOutcome)> ended = [](auto, auto) -> Task<> { co_return; };
   UploadClock clock{};
 
   /// The back-off after so many failures, in seconds.
@@ -76,9 +79,9 @@ struct UploadQueueService {
   static void printLine(const std::string& line);
 
  private:
-  Task<> run(const Uploader& uploader, PendingUpload& entry, Date now, RunResult& result) const;
-  /// Nothing if the entry cannot be run now, which is logged.
-  std::optional<UploadClaim> claimed(const PendingUpload& entry, RunResult& result) const;
+  /// Nothing if the run has changed nothing for whoever waits for the link.
+  Task<std::optional<UploadOutcome>> run(const Uploader& uploader, PendingUpload& entry, Date now,
+                                         RunResult& result) const;
   /// Seconds until the entry's next attempt; zero or less when it is due.
   double secondsUntilDue(const PendingUpload& entry, Date now) const;
   void recordExpiredSignIn(PendingUpload& entry, Date now) const;

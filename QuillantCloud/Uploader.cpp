@@ -186,10 +186,16 @@ Task<std::string> Run::refresh(bool replacingBytes) {
   entry_.putThumbURL = fresh.putThumbURL;
   entry_.putCaptionsURL = fresh.putCaptionsURL;
   leaseURLs();
+  // What is there may be of an earlier edit.
+  const auto isThere = [this](bool present, bool sent) {
+    return present && (sent || !entry_.editFingerprint);
+  };
   if (replacingBytes)
     setUploaded(entry_, false, false, false);
   else
-    setUploaded(entry_, fresh.videoPresent, fresh.thumbPresent, fresh.captionsPresent.value_or(false));
+    setUploaded(entry_, isThere(fresh.videoPresent, entry_.videoUploaded),
+                isThere(fresh.thumbPresent, entry_.thumbUploaded),
+                isThere(fresh.captionsPresent.value_or(false), entry_.captionsUploaded.value_or(false)));
   entry_.lastError.reset();
   save();
   co_return link;
@@ -273,6 +279,7 @@ Task<> Run::putWithRetry(const Shipment& shipment) {
 // The whole run
 
 Task<> Run::sendAll(bool replacingBytes) {
+  if (entry_.videoPath.empty()) throw UploadError(UploadError::NothingToSend{});
   requireQueuedSize(entry_);
   co_await reserve(replacingBytes);
   co_await sendVideo();
@@ -324,6 +331,16 @@ std::optional<UploadError::SizeChanged> Uploader::sizeChange(const PendingUpload
   const auto size = static_cast<std::int64_t>(std::filesystem::file_size(entry.videoPath, failed));
   if (failed || size == entry.sizeBytes) return std::nullopt;
   return UploadError::SizeChanged{entry.sizeBytes, size};
+}
+
+void Uploader::recordFailure(PendingUpload& entry, const Error& error) const {
+  if (APIError::isTokenExpired(error))
+    entry.recordExpiredSignIn(error.description(), clock.now());
+  else if (UploadError::isSizeChanged(error))
+    entry.lastError = error.description();
+  else
+    entry.recordFailure(error.description(), clock.now());
+  store.saveIfPossible(entry);
 }
 
 Task<std::string> Uploader::reserve(PendingUpload& entry, bool replacingBytes) const {

@@ -50,6 +50,9 @@ struct Uploader {
   /// Reserves, and does all that is left. Afterwards either the entry is completed and its file gone, or the
   /// service has not called the video ready, and the file is there for a later run.
   Task<> runRemaining(PendingUpload& entry, bool replacingBytes) const;
+
+  /// Notes in the entry's file what it waits for after a run that ended with `error`. Blocking.
+  void recordFailure(PendingUpload& entry, const Error& error) const;
 };
 
 }  // namespace quillant

@@ -216,19 +216,41 @@ TEST_F(UploadQueueServiceTest, ReadsItsOwnFilesSweepsWhatKillsLeftAndLeavesTheOt
   };
   for (const auto& [name, contents] : others) std::ofstream(file(name)) << contents;
   const auto idOf = [&](char letter) { return std::string(8, letter) + d.substr(8); };
-  const std::string litter[] = {"." + a + ".json.XyZ123", idOf('1') + ".jpg", idOf('2') + ".lock",
-                                "." + idOf('3') + ".jpg.XyZ123"};
+  const std::string litter[] = {"." + a + ".json.XyZ123",  idOf('1') + ".jpg",
+                                idOf('2') + ".lock",       "." + idOf('3') + ".jpg.XyZ123",
+                                "quillant-share-lost.mp4", ".quillant-share-lost.mp4.half"};
   for (const auto& name : litter) std::ofstream(file(name)) << "half";
+  const auto made = [&] {
+    std::size_t count = 0;
+    for (const auto& found : std::filesystem::directory_iterator(store.directory))
+      count += found.path().filename().string().starts_with("quillant-") ? 1 : 0;
+    return count;
+  };
+  done.id = idOf('7');
+  done.createdAt = before(15);
+  done.completed = false;
+  done.thumbPath = store.newFile("poster", ".jpg");
+  done.captionsPath = store.newFile("captions", ".vtt");
+  std::ofstream(*done.thumbPath) << "superseded";
+  std::ofstream(*done.captionsPath) << "made for the upload";
+  store.save(done);
+  done.thumbPath.reset();
+  store.replace(done);
+  {
+    const auto claim = store.claim(a);
+    store.removeLitter();
+    EXPECT_EQ(made(), 2U) << "somebody may be about to name the other one";
+  }
   ASSERT_EQ(::mkfifo(file(idOf('4') + ".json").c_str(), 0600), 0);
   std::filesystem::create_symlink(a + ".json", file(idOf('5') + ".json"));
   std::filesystem::create_directory(file(idOf('6') + ".json"));
 
   Ids ids;
   for (const auto& entry : store.all()) ids.push_back(entry.id);
-  EXPECT_EQ(ids, (Ids{a, b, c}));
-  answer("ready");
-  answer("ready");
-  EXPECT_EQ(resume(), (Service::RunResult{.completed = {a, c}}));
+  EXPECT_EQ(ids, (Ids{a, b, idOf('7'), c}));
+  for (int run = 0; run < 3; ++run) answer("ready");
+  EXPECT_EQ(resume(), (Service::RunResult{.completed = {a, idOf('7'), c}}));
+  EXPECT_EQ(made(), 0U) << "what was made for an upload goes with it";
   EXPECT_TRUE(store.all().empty()) << "what was finished, and not removed, is removed now";
   for (const auto& [name, contents] : others) EXPECT_EQ(AtomicFile::read(file(name)), contents);
   for (const auto& name : litter) EXPECT_FALSE(std::filesystem::exists(file(name))) << name;

@@ -239,6 +239,14 @@ TEST_F(UploaderTest, SkipsWhatIsDoneAndWhatCannotBe) {
       {[&] { reserved(61), entry.videoUploaded = true; }, "thumb image/jpeg, complete v1", true},
       {[&] { reserved(60), service->videoPresent = service->thumbPresent = true; },
        "refresh v1, video2 video/mp4, thumb2 image/jpeg, complete v1", true},
+      // What is there may be of an earlier edit than the entry's.
+      {[&] {
+         reserved(60), entry.editFingerprint = "an edit", entry.thumbUploaded = true;
+         service->videoPresent = service->thumbPresent = true;
+       },
+       "refresh v1, video2 video/mp4, complete v1"},
+      {[&] { reserved(61), entry.videoPath.clear(); },
+       "nothing was rendered for this link yet; share it again, the link stays the same"},
       {[&] { entry.captionsDeclared = true; }, "create, " + all + ", complete v1 none"},
       {[&] { declareCaptions(), entry.captionsDeclared.reset(); }, "create, " + all + ", complete v1"},
       {[&] { declareCaptions(), entry.captionsPath = "/gone.vtt"; },

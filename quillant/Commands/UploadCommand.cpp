@@ -14,6 +14,7 @@
 #include "QuillantCloud/UploadError.h"
 #include "QuillantCloud/Uploader.h"
 #include "quillant/Commands/AccountCommands.h"
+#include "quillant/Commands/AnnouncedClipboard.h"
 #include "quillant/Commands/Command.h"
 #include "quillant/Commands/Console.h"
 #include "quillant/Commands/UploadLines.h"
@@ -96,14 +97,7 @@ void dropOutdated(const PendingUploadStore& store, const PendingUpload& entry) t
 
 /// Notes on disk what the upload waits for.
 Failure record(const Uploader& uploader, PendingUpload& entry, const Error& error) {
-  const auto now = uploader.clock.now();
-  if (APIError::isTokenExpired(error))
-    entry.recordExpiredSignIn(error.description(), now);
-  else if (UploadError::isSizeChanged(error))
-    entry.lastError = error.description();
-  else
-    entry.recordFailure(error.description(), now);
-  uploader.store.saveIfPossible(entry);
+  uploader.recordFailure(entry, error);
   return {AccountCommands::exitCode(error)};
 }
 
@@ -120,13 +114,6 @@ Task<std::string> reserve(const Uploader& uploader, PendingUpload& entry) {
     }
     throw record(uploader, entry, error);
   }
-}
-
-Task<> handOut(ClipboardWriting& clipboard, std::string link) {
-  const bool copied = co_await clipboard.write(link);
-  Console::print((copied ? "🔗 Link copied to clipboard (before upload finishes): "
-                         : "🔗 Link (no clipboard here to copy it to; before upload finishes): ") +
-                 link);
 }
 
 Task<> send(const Uploader& uploader, PendingUpload& entry) {
@@ -172,10 +159,11 @@ Task<int> run(CloudServices services, TitledFile named) {
                             .progress = [&lines](const UploadProgress& progress) { lines.show(progress); },
                             .clock = services.clock};
     const auto link = co_await reserve(uploader, entry);
-    co_await handOut(*services.clipboard, link);
+    AnnouncedClipboard clipboard(services.clipboard, "before upload finishes");
+    co_await clipboard.write(link);
     co_await send(uploader, entry);
     if (!entry.completed) {
-      tell("the service has not made the video ready yet; the upload stays queued.");
+      tell(UploadError(UploadError::NotReady{}).description() + "; the upload stays queued.");
       tell("  resume with: quillant status --resume");
       co_return ExitCode::failure;
     }
