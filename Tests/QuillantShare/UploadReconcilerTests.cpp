@@ -1,0 +1,106 @@
+#include <fstream>
+#include <gtest/gtest.h>
+
+#include "Core/UUID.h"
+#include "QuillantCloud/HttpUploadTransport.h"
+#include "QuillantCloud/QuillantAPI.h"
+#include "QuillantShare/UploadReconciler.h"
+#include "Tests/QuillantCloud/CloudFakes.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+namespace quillant {
+namespace {
+
+using Summary = UploadReconciler::Summary;
+
+class UploadReconcilerTest : public testing::Test {
+ protected:
+  /// A project with a link, and its upload with all sent but the last call.
+  std::string add(const std::string& slug, double age) {
+    const auto id = UUID::random().text();
+    ProjectStore::CreateOptions options{.id = id, .title = slug};
+    runBlocking(library.create({.screenVideoPath = "/x.mp4"}, std::move(options)));
+    runBlocking(library.updateShare(id, [&](ProjectShareRecord& record) {
+      record = {.slug = slug,
+                .shareURL = "https://q/" + slug,
+                .status = ProjectShareStatus::pending,
+                .lastUploadedEditFingerprint = "older",
+                .videoId = slug};
+    }));
+    auto entry = PendingUpload::make("/render.mp4", std::nullopt, slug, 5, 1, 1, 1);
+    entry.id = id;
+    entry.createdAt = Date{now.secondsSince2001 - age};
+    entry.videoId = entry.slug = slug;
+    entry.shareURL = "https://q/" + slug;
+    entry.putVideoURL = "https://s/" + slug;
+    entry.presignExpiresAt = Date{now.secondsSince2001 + 1000};
+    entry.videoUploaded = true;
+    entry.editFingerprint = "edit of " + slug;
+    entry.lastAttemptAt = now;
+    entry.attempts = 7;
+    queue.save(entry);
+    return id;
+  }
+  ProjectShareRecord record(const std::string& id) { return runBlocking(library.project(id)).document.share; }
+  Summary reconcile() { return runBlocking(reconciler.reconcile(now)); }
+
+  static inline const Date now = *Date::parseISO8601("2026-05-04T10:00:00Z");
+  TemporaryFolder folder;
+  ProjectLibrary library{folder / "projects"};
+  PendingUploadStore queue{folder / "queue"};
+  std::shared_ptr<ScriptedHttpClient> http = std::make_shared<ScriptedHttpClient>();
+  std::vector<std::string> log;
+  UploadReconciler reconciler{.projects = library,
+                              .queue = queue,
+                              .api = std::make_shared<QuillantAPI>("token", http),
+                              .transport = std::make_shared<HttpUploadTransport>(http),
+                              .log = [this](const std::string& line) { log.push_back(line); },
+                              .clock = VirtualClock().clock()};
+};
+
+TEST_F(UploadReconcilerTest, BringsEveryUploadAndItsProjectToTheTruth) {
+  EXPECT_EQ(reconcile(), Summary());
+  const auto live = add("live", 30);
+  const auto failed = add("failed", 20);
+  const auto blocked = add("blocked", 10);
+  const auto finished = add("finished", 5);
+  auto done = *queue.load(finished);
+  done.completed = true;
+  queue.save(done);
+  http->answer(200, R"({"video_id":"v","slug":"s","status":"ready"})");
+  http->answer(500, "");
+  http->answer(401, "");
+  EXPECT_EQ(reconcile(), (Summary{.completed = 1, .failed = 1, .blocked = 1}))
+      << "one attempt each, whatever their back-off";
+
+  EXPECT_EQ(record(live).status, ProjectShareStatus::ready);
+  EXPECT_EQ(record(live).lastUploadedEditFingerprint, "edit of live") << "what the link shows now";
+  EXPECT_FALSE(queue.load(live));
+  EXPECT_EQ(record(failed).lastUploadError,
+            "Your link was copied but the upload didn't finish. Retry to send it — the link stays the same.");
+  EXPECT_EQ(record(failed).lastUploadedEditFingerprint, "older");
+  EXPECT_EQ(queue.load(failed)->attempts, 8);
+  EXPECT_EQ(record(blocked).lastUploadError,
+            "Sign in again to finish sending this link — it stays the same.");
+  EXPECT_EQ(queue.load(blocked)->attempts, 7);
+  EXPECT_EQ(queue.load(blocked)->lastError, "authentication expired — sign in again");
+  EXPECT_EQ(record(finished).status, ProjectShareStatus::pending);
+  const auto named = [](const std::string& id) { return "upload " + id.substr(0, 8); };
+  EXPECT_EQ(log.at(log.size() - 3),
+            named(failed) + " resume failed (attempt 8) — recording safe at /render.mp4");
+  EXPECT_EQ(log.back(), named(blocked) + " is waiting for sign-in — recording is safe at /render.mp4");
+}
+
+TEST_F(UploadReconcilerTest, LeavesWhatOthersHaveAndGoesOnWithoutAProject) {
+  const auto taken = add("taken", 20);
+  const auto lost = add("lost", 10);
+  runBlocking(library.delete_(lost));
+  const auto claim = queue.claim(taken);
+  http->answer(200, R"({"video_id":"v","slug":"s","status":"ready"})");
+  EXPECT_EQ(reconcile(), Summary{.completed = 1});
+  EXPECT_EQ(record(taken).status, ProjectShareStatus::pending);
+  EXPECT_EQ(queue.all().size(), 1U);
+}
+
+}  // namespace
+}  // namespace quillant
