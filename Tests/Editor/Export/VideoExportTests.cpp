@@ -1,5 +1,8 @@
 #include <algorithm>
+#include <complex>
 #include <gtest/gtest.h>
+#include <numbers>
+#include <numeric>
 
 #include "Core/AtomicFile.h"
 #include "Editor/Export/EditorPlaybackComposition.h"
@@ -8,8 +11,11 @@
 #include "Editor/Export/VideoExportRenderer.h"
 #include "Editor/Export/VideoExportRendererError.h"
 #include "Editor/Export/VideoExportSizing.h"
+#include "Editor/Project/ProjectSourceFiles.h"
 #include "Tests/Support/Media/DecodedMedia.h"
+#include "Tests/Support/Media/StampedFrames.h"
 #include "Tests/Support/Media/TestRecording.h"
+#include "Tests/Support/Media/WaveFile.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 namespace quillant {
@@ -48,6 +54,46 @@ VideoExportResult render(const std::filesystem::path& source, const std::filesys
   EXPECT_EQ(last, 1);
   return result;
 }
+
+/// The sound of an export, asked for what should be in it.
+class Sound {
+ public:
+  explicit Sound(std::span<const float> samples) : samples_(samples) {}
+
+  double seconds() const { return static_cast<double>(samples_.size()) / rate; }
+  /// The amplitude of a tone in the tenth of a second around a time.
+  double tone(double frequency, double time) const {
+    std::complex<double> sum;
+    for (int i = 0; i < rate / 10; ++i)
+      sum += double(samples_[at(time - 0.05) + std::size_t(i)]) *
+             std::polar(1.0, -2 * std::numbers::pi * frequency * i / rate);
+    return std::abs(sum) * 2 / (rate / 10);
+  }
+  struct Heard {
+    double volume = 0;
+    double late = 0;  ///< Seconds.
+  };
+  /// A recording's own sound from `sourceTime` on, between two times of the output.
+  Heard recording(double from, double to, double sourceTime) const {
+    const auto expected =
+        TestRecording::sound(std::int64_t(at(sourceTime)), int(at(to) - at(from)), 1, rate).samples;
+    const auto product = [&](std::span<const float> heard) {
+      return std::inner_product(expected.begin(), expected.end(), heard.begin(), 0.0);
+    };
+    Heard result;
+    for (int late = -300; late <= 300; late += 4)
+      if (const double volume = product(samples_.subspan(at(from) + std::size_t(late))) / product(expected);
+          volume > result.volume)
+        result = {volume, double(late) / rate};
+    return result;
+  }
+
+ private:
+  static constexpr int rate = 44'100;
+  static std::size_t at(double time) { return static_cast<std::size_t>(std::lround(time * rate)); }
+
+  std::span<const float> samples_;
+};
 
 int entries(const std::filesystem::path& folder) {
   return static_cast<int>(std::distance(std::filesystem::directory_iterator(folder), {}));
@@ -89,26 +135,84 @@ TEST(VideoExportSizing, FollowsTheResolutionAndTheShape) {
   EXPECT_EQ(VideoExportSizing::averageBitRate(VideoExportQuality::highSource, {1280, 720}), 6'222'222);
 }
 
-TEST(VideoExport, ShowsTheFramesThatThePlanSays) {
+TEST(VideoExport, ShowsAndSoundsAsThePlanSaysAtEverySeam) {
   const TemporaryFolder folder;
   const auto source = folder / "recording.mp4";
-  TestRecording{.frames = 300, .audioChannels = {1, 2}}.write(source);
-  const auto edits = playing({clip(2, 3), clip(0.5, 1.5, 2), clip(1, 1 + 2 / 30.0), clip(6, 10)});
-  render(source, folder / "cut.mp4", mp4(), edits);
-  const auto plan = TimelineExportEditPlan::build(10, edits);
-  const auto media = DecodedMedia::decode(folder / "cut.mp4");
+  TimelineEditSnapshot edits;
+  edits.sources = {{.id = "intro", .fileExtension = "mov"}};
+  edits.audioSources = {{.id = "voice", .fileExtension = "wav"}, {.id = "song", .fileExtension = "wav"}};
+  TestRecording{.frames = 600, .audioChannels = {1, 2}}.write(source);
+  TestRecording{.width = 384, .height = 216, .frameRate = 25, .frames = 250, .audioChannels = {2}}.write(
+      ProjectSourceFiles::file(source, edits.sources.front()));
+  constexpr double voiceTone = 4000, songTone = 6000, toneLevel = 0.1;
+  for (const auto& [file, tone, sampleRate] :
+       {std::tuple(edits.audioSources[0], voiceTone, 22'050), {edits.audioSources[1], songTone, 48'000}})
+    WaveFile::write(ProjectSourceFiles::file(source, file), sampleRate, 1, 10 * sampleRate, [&](int i) {
+      return toneLevel * std::sin(2 * std::numbers::pi * tone * i / sampleRate);
+    });
+
+  // Clips of both files in no order of theirs, at every speed, with and without a mix of their own.
+  std::vector<TimelineClip> clips;
+  for (int i = 0; i < 60; ++i) {
+    const bool isAdded = i % 4 == 3;
+    const double start = std::fmod(i * 7.37, isAdded ? 8 : 16), length = 0.21 + 0.0137 * (i % 23);
+    clips.push_back(clip(start, start + length, TimelineClipSpeed::allowed[i * 3 / 5 % 5]));
+    if (isAdded) clips.back().source = "intro";
+    if (i % 3 == 1) clips.back().sound = TimelineRecordingSound{.micVolume = 0.25, .systemMuted = true};
+  }
+  clips.push_back(clip(12, 15));
+  clips.back().cameraFullScreen = true;
+  edits.clipList = clips;
+  edits.recordingSound = {.micVolume = 0.3, .systemVolume = 0.2};
+  edits.audioClips = {{.source = "voice", .start = 1, .sourceEnd = 8, .speed = 16, .volume = 0.5},
+                      {.source = "voice", .start = 3, .sourceStart = 1, .sourceEnd = 1.05, .speed = 0.01}};
+  edits.musicClips = {{.source = "song", .start = 5, .sourceEnd = 6, .volume = 0.8}};
+  auto options = mp4();
+  options.facecamVideo = folder / "recording.facecam.mov";
+  options.facecamOffsetMs = 400;
+  options.facecamFallbackSettings = FacecamSettings();
+  TestRecording{.frames = 600}.write(*options.facecamVideo);
+
+  render(source, folder / "cut.mp4", options, edits);
+  const auto plan = TimelineExportEditPlan::build(20, edits);
+  const auto media = DecodedMedia::decode(folder / "cut.mp4", DecodedMedia::Keep::pictures);
   EXPECT_TRUE(media.errors.empty());
   EXPECT_EQ(media.colors, "smpte432 bt709 bt709 tv, smpte432 bt709 bt709 tv");
   ASSERT_EQ(media.frames.size(), static_cast<std::size_t>(std::ceil(plan.outputDuration * 30 - 1e-6)));
   for (std::size_t i = 0; i < media.frames.size(); ++i) {
-    const double time = static_cast<double>(i) / 30;
-    EXPECT_NEAR(media.frames[i].time.seconds(), time, 1e-4);
-    const auto* segment = plan.segment(time + 1e-6);
-    EXPECT_EQ(media.frames[i].stamp, static_cast<std::uint32_t>(segment->sourceTime(time + 1e-6) * 30 + 1e-3))
-        << time;
+    const auto& frame = media.frames[i];
+    const double time = static_cast<double>(i) / 30 + 1e-6;
+    EXPECT_NEAR(frame.time.seconds(), time, 1e-4);
+    const auto& segment = *plan.segment(time);
+    const bool showsCamera = segment.camera == TimelineCameraLayout::fullScreen;
+    if (showsCamera && time < segment.outputStart + 1) continue;  // it grows
+    const double shown = segment.sourceTime(time) - (showsCamera ? 0.4 : 0);
+    const auto stamp = segment.source ? StampedFrames::read(frame.luma.data(), frame.width, 4) : frame.stamp;
+    EXPECT_EQ(stamp, static_cast<std::uint32_t>(shown * (segment.source ? 25 : 30) + 1e-3)) << time;
   }
+
   ASSERT_EQ(media.sounds.size(), 1u);
-  EXPECT_NEAR(static_cast<double>(media.sounds[0].samples.size()) / 44'100, plan.outputDuration, 0.03);
+  const Sound sound(media.sounds[0].samples);
+  EXPECT_NEAR(sound.seconds(), plan.outputDuration, 0.03);
+  for (const auto& segment : plan.segments) {
+    if (segment.speed != 1) continue;
+    constexpr double margin = 0.01;
+    const auto heard = sound.recording(segment.outputStart + margin, segment.outputEnd - margin,
+                                       segment.sourceStart + margin);
+    const auto& mix = segment.sound == TimelineRecordingSound() ? edits.recordingSound : segment.sound;
+    EXPECT_NEAR(heard.volume, (segment.source ? 0 : mix.micVolume) + (mix.systemMuted ? 0 : mix.systemVolume),
+                0.03)
+        << segment.outputStart;
+    if (heard.volume > 0.1) {
+      EXPECT_NEAR(heard.late, 0, 0.0005) << segment.outputStart;
+    }
+  }
+  for (const auto& [time, volume] :
+       {std::pair(0.9, 0.0), {1.25, 0.5}, {1.65, 0.0}, {2.85, 0.0}, {3.5, 1.0}, {4.2, 0.0}})
+    EXPECT_NEAR(sound.tone(voiceTone, time), toneLevel * volume, 0.02) << time;
+  for (const auto& [time, volume] :
+       {std::pair(4.9, 0.0), {5.5, 0.25}, {6.5, 0.75}, {8.0, 1.0}, {10.0, 0.5}, {11.1, 0.0}})
+    EXPECT_NEAR(sound.tone(songTone, time), toneLevel * 0.8 * volume, 0.005) << time;
 }
 
 TEST(VideoExport, GivesTheSameBytesOnAnyNumberOfThreads) {

@@ -78,10 +78,10 @@ PixelBufferRef noise(int width, int height, std::uint32_t index) {
   return buffer;
 }
 
-std::uint32_t read(const std::uint8_t* luma, int stride) {
+std::uint32_t read(const std::uint8_t* luma, int stride, int block) {
   std::uint32_t index = 0;
   for (int bit = 0; bit < bits; ++bit)
-    if (luma[stride * (blockSize / 2) + bit * blockSize + blockSize / 2] > 127) index |= 1U << bit;
+    if (luma[stride * (block / 2) + bit * block + block / 2] > 127) index |= 1U << bit;
   return index;
 }
 

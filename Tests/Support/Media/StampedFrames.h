@@ -20,8 +20,9 @@ PixelBufferRef mostlyStill(int width, int height, std::uint32_t index, int regio
 /// A picture of noise, which no encoder likes. Tells nothing about changes.
 PixelBufferRef noise(int width, int height, std::uint32_t index);
 
-/// The number in a decoded picture, from its luma plane. Only the low 16 bits of an index are kept.
-std::uint32_t read(const std::uint8_t* luma, int stride);
+/// The number in a decoded picture, from its luma plane. Only the low 16 bits of an index are kept. `block`
+/// is the side of a bit in pixels, if the picture was scaled.
+std::uint32_t read(const std::uint8_t* luma, int stride, int block = 8);
 
 }  // namespace StampedFrames
 }  // namespace quillant
