@@ -80,7 +80,9 @@ constexpr int bufferSize = 64 * 1024;
 /// Frames that are further apart, in seconds, stand still.
 constexpr double longestGridInterval = 0.15;
 /// What cameras, screens and editors use.
-constexpr double usualRates[] = {24, 25, 30, 50, 60, 15, 20, 12, 10, 48, 90, 120, 144, 240};
+constexpr double usualRates[] = {10, 12, 15, 20, 24, 25, 30, 48, 50, 60, 90, 120, 144, 240};
+/// A recorder that is kept from its work is late more often than early, by this part of its rate.
+constexpr double snapTolerance = 0.06;
 
 bool hasIndex(const AVFormatContext& context) {
   return std::string_view(context.iformat->name).find("mov") != std::string_view::npos;
@@ -229,9 +231,9 @@ double MediaInput::gridRate(std::vector<std::int64_t> intervals, const AVStream&
     std::ranges::nth_element(intervals, middle);
     rate = std::max(average, 1 / (static_cast<double>(*middle) * tick));
   }
-  for (const double usual : usualRates)
-    if (std::abs(rate - usual) < usual * 0.03) return usual;
-  return rate;
+  const double nearest = *std::ranges::min_element(
+      usualRates, {}, [rate](double usual) { return std::abs(usual - rate) / usual; });
+  return std::abs(rate - nearest) < nearest * snapTolerance ? nearest : rate;
 }
 
 void MediaInput::describeStreams() {
