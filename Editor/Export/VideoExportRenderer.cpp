@@ -11,6 +11,7 @@
 #include "Editor/Export/ParallelSegments.h"
 #include "Editor/Export/VideoExportRendererError.h"
 #include "Editor/Export/VideoExportSizing.h"
+#include "Editor/Project/ProjectSourceFiles.h"
 #include "MediaKit/Composing/SoundMix.h"
 #include "MediaKit/Exporting/GIFFileWriter.h"
 #include "MediaKit/Exporting/MovieFileWriter.h"
@@ -67,12 +68,19 @@ MediaContainer container(VideoExportFormat format) {
   return format == VideoExportFormat::mp4 ? MediaContainer::mp4 : MediaContainer::quickTime;
 }
 
+/// No file that the edit plays, and not the recording's camera either, which it may leave out.
 void refuseSourceAsTarget(const RenderContext& context, const std::filesystem::path& target) {
-  std::error_code failed;
-  for (const auto& track : context.built.videoTracks)
-    if (std::filesystem::equivalent(track.file, target, failed))
-      throw VideoExportRendererError(
-          Kind::exportFailed, "The export would replace the recording itself. Choose another name for it.");
+  std::vector<std::filesystem::path> files{
+      ProjectSourceFiles::sidecar(context.source, primarySourceKey, ProjectSourceFiles::facecamExtension)};
+  for (const auto& track : context.built.videoTracks) files.push_back(track.file);
+  for (const auto& track : context.built.sound.sound) files.push_back(track.file);
+  const auto isTarget = [&](const std::filesystem::path& file) {
+    std::error_code failed;
+    return std::filesystem::equivalent(file, target, failed);
+  };
+  if (std::ranges::any_of(files, isTarget))
+    throw VideoExportRendererError(
+        Kind::exportFailed, "The export would replace the recording itself. Choose another name for it.");
 }
 
 VideoInputSettings encoderSettings(const RenderContext& context, const VideoExportOptions& options) {

@@ -101,6 +101,11 @@ std::optional<std::string> ChildProcess::readLineWith(const std::string& text) {
   return line;
 }
 
+std::string ChildProcess::readSome() {
+  readMore();
+  return std::exchange(unread_, {});
+}
+
 std::string ChildProcess::readAll() {
   while (readMore()) {
   }

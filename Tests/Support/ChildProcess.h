@@ -28,6 +28,8 @@ class ChildProcess {
   std::optional<std::string> readLine();
   /// The next line that holds `text`.
   std::optional<std::string> readLineWith(const std::string& text);
+  /// The next piece of its output, which need not be whole lines; nothing where `readLine` gives nothing.
+  std::string readSome();
   /// What is left of its output, once it has ended.
   std::string readAll();
   /// Waits for its end: the exit code, or the number of the signal that ended it as a negative number.

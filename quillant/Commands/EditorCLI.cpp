@@ -40,6 +40,11 @@ Task<> open(EditorCoordinator& coordinator, const ExportWords& words) {
   const auto problem = coordinator.driver().autoZoomTelemetryProblem();
   if (problem && (wantsZooms || problem == AutoZoomTelemetryProblem::unreadable))
     tell("warning: " + coordinator.driver().state().statusMessage);
+  const auto& recording = *coordinator.recording();
+  if (words.look.camera && words.look.camera != LookOptions::none && !recording.facecam)
+    tell("warning: the recording has no camera");
+  if (words.look.cursor && words.look.cursor->style && !recording.cursorTelemetry)
+    tell("warning: nothing was recorded of where the pointer was");
 }
 
 VideoExportOptions choicesFor(const ExportWords& words, const EditorCoordinator& coordinator) {
@@ -105,7 +110,7 @@ Task<int> makeFrame(EditorCoordinator& coordinator, ExportWords words) {
 int EditorCLI::run(const Arguments& arguments) {
   const std::vector<std::string> list(arguments.begin() + 2, arguments.end());
   if (std::ranges::find(list, "--help") != list.end()) {
-    Console::print(ExportWords::help);
+    Console::print(ExportWords::help());
     return ExitCode::success;
   }
   using Kind = ExportWords::Command;

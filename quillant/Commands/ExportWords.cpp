@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Core/Text.h"
+#include "Editor/Coordinator/EditorError.h"
 #include "Editor/Coordinator/PresetNames.h"
 #include "Editor/Project/CursorStyleRegistry.h"
 #include "Editor/Timeline/TimelineClipSpeed.h"
@@ -77,13 +78,30 @@ VideoExportFrameRate frameRate(const std::string& flag, const std::string& word)
   refuse(flag, word, fmt::format("{}", fmt::join(valid, ", ")));
 }
 
+/// What a name means, where the editor knows it; where not, its error with the choice that only the command
+/// has.
+template <class Find>
+auto named(Find&& find, const std::string& word) {
+  try {
+    return find(word);
+  } catch (const EditorError& error) {
+    throw ParseError(error.description() + "; or none");
+  }
+}
+
 std::string zoom(const std::string& word) {
-  if (word != LookOptions::none) PresetNames::zoom(word);
+  if (word != LookOptions::none) named(PresetNames::zoom, word);
   return word;
 }
 
 BackgroundStyle background(const std::string& word) {
-  return word == LookOptions::none ? TransparentBackground() : PresetNames::background(word);
+  return word == LookOptions::none ? TransparentBackground() : named(PresetNames::background, word);
+}
+
+std::vector<std::string> cursors() {
+  std::vector<std::string> styles;
+  for (const auto& definition : CursorStyleRegistry::styles()) styles.push_back(definition.id);
+  return styles;
 }
 
 LookOptions::Cursor cursor(const std::string& flag, const std::string& word) {
@@ -95,9 +113,8 @@ LookOptions::Cursor cursor(const std::string& flag, const std::string& word) {
     if (const auto value = finite(word.substr(colon + 1)); value && *value >= 1 && *value <= 8)
       return {.style = style, .size = value};
   }
-  std::vector<std::string> valid{LookOptions::none};
-  for (const auto& definition : CursorStyleRegistry::styles()) valid.push_back(definition.id);
-  refuse(flag, word, fmt::format("{}; with :<size> from 1 to 8 behind a style", fmt::join(valid, ", ")));
+  refuse(flag, word,
+         fmt::format("none, {}; with :<size> from 1 to 8 behind a style", fmt::join(cursors(), ", ")));
 }
 
 std::string camera(const std::string& flag, const std::string& word) {
@@ -149,6 +166,13 @@ VideoExportFormat format(const std::filesystem::path& output) {
   if (!ending.empty())
     if (const auto value = fromRawText<VideoExportFormat>(ending.substr(1))) return *value;
   refuse("--output", output.filename().string(), "a name that ends in .mp4, .mov or .gif");
+}
+
+/// Options that a kind of file has no use for. Ignored in silence, they would be looked for in the result.
+std::vector<std::string> uselessOptions(ExportWords::Command command, const std::string& ending) {
+  if (command == ExportWords::Command::frame) return {"--quality", "--frame-rate", "--gif-size", "--no-loop"};
+  if (ending == ".gif") return {"--resolution", "--size", "--quality"};
+  return {"--gif-size", "--no-loop"};
 }
 
 /// An option's flag, and what takes its value; or a switch.
@@ -207,43 +231,67 @@ Options optionsOf(ExportWords& result) {
 ExportWords ExportWords::parse(Command command, const std::vector<std::string>& words) {
   const bool isFrame = command == Command::frame;
   ExportWords result;
-  bool hasTime = false;
+  std::vector<std::string> given;
   auto options = optionsOf(result);
   if (isFrame) {
     options["--at"] = {.take = [&](const std::string& flag, const std::string& word) {
       const auto seconds = finite(word);
       if (!seconds || *seconds < 0) refuse(flag, word, "seconds from 0 on");
       result.at = *seconds;
-      hasTime = true;
     }};
   }
   for (auto word = words.begin(); word != words.end(); ++word) {
     if (const auto option = options.find(*word); option != options.end()) {
-      const auto& flag = *word;
+      const auto& flag = given.emplace_back(*word);
       if (option->second.takesValue && ++word == words.end())
         throw ParseError("missing required option " + flag + " <value>");
       option->second.take(flag, *word);
-    } else if (word->starts_with("-") || !result.subject.empty()) {
+    } else if (word->starts_with("-")) {
       throw ParseError("unknown option " + *word);
+    } else if (!result.subject.empty()) {
+      throw ParseError("what is " + *word + "? The file to write is named by --output");
     } else {
       result.subject = *word;
     }
   }
+  const auto isGiven = [&](const std::string& flag) { return std::ranges::find(given, flag) != given.end(); };
   if (result.subject.empty()) throw ParseError("missing <project id | bundle.quillant | video>");
-  if (isFrame && !hasTime) throw ParseError("missing required option --at");
+  if (isFrame && !isGiven("--at")) throw ParseError("missing required option --at");
   if (result.output.empty()) throw ParseError("missing required option --output");
+  const auto ending = extension(result.output);
   if (isFrame) {
-    const auto ending = extension(result.output);
     if (ending != ".png" && ending != ".jpg" && ending != ".jpeg")
       refuse("--output", result.output.filename().string(), "a name that ends in .png or .jpg");
   } else {
     result.choices.format = format(result.output);
   }
+  for (const auto& flag : uselessOptions(command, ending))
+    if (isGiven(flag)) throw ParseError(flag + " has no effect on " + ending + " files");
   return result;
 }
 
-const char* const ExportWords::help =
-    R"(usage: quillant export <project id | bundle.quillant | video> --output <file.mp4|.mov|.gif> [options]
+namespace {
+
+/// A list in lines of the help's width.
+std::string lines(const std::vector<std::string>& names) {
+  constexpr std::size_t width = 100;
+  std::string result, line = " ";
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const auto name = names[i] + (i + 1 < names.size() ? "," : "");
+    if (line.size() + 1 + name.size() > width) {
+      result += line + "\n";
+      line = " ";
+    }
+    line += " " + name;
+  }
+  return result + line;
+}
+
+}  // namespace
+
+std::string ExportWords::help() {
+  return fmt::format(
+      R"(usage: quillant export <project id | bundle.quillant | video> --output <file.mp4|.mov|.gif> [options]
        quillant frame <project id | bundle.quillant | video> --at <seconds> --output <file.png|.jpg> [options]
 
 Makes a finished video, or one finished picture. A video that is no project looks as a new project would, with
@@ -251,29 +299,44 @@ zooms on its clicks. The project itself is not changed. The file appears whole, 
 
 The file:
   --resolution source|p480|p720|p1080|twoK|fourK
+                              of a movie; its short side, or of twoK the long one, 2560
   --size <width>x<height>     instead of a resolution
   --frame-rate source|15|20|24|25|30|60
-                              the recording's, at most 60, if none is given
+                              the recording's, at most 60, if none is given; of a GIF 15
   --quality low|medium|highSource
+                              of a movie; highSource if none is given
   --aspect auto|wide|square|classic|vertical|tall|portrait
+                              the recording's, 16:9, 1:1, 4:3, 9:16, 3:4 or 4:5
   --gif-size medium|large|original
+                              480 or 720 pixels for the short side, or the recording's; medium if none is given
   --no-loop                   a GIF that plays once
 
 The look, for this file alone:
   --plain                     the recording as it is, copied where nothing else is asked for; the options below
                               come on top
-  --zoom none|balanced|subtle|snappy|cinematic|guided
-  --background none|<preset>  a gradient's or wallpaper's name; none takes padding, corners and shadow away too
-  --padding <points>          of a picture whose short side has 360; so is
-  --corner-radius <points>
+  --zoom none|<preset>        automatic zooms on the clicks: {zooms}
+  --background none|<preset>  see below; none takes padding, corners and shadow away too
+  --padding <0 to 100>        points of a picture whose short side has 360; so is
+  --corner-radius <0 to 180>
   --shadow <0 to 1>
   --inset <0 to 95>           hundredths of the frame that become a panel
-  --cursor none|<style>[:<size>]
-  --camera none|top-left|top|top-right|left|center|right|bottom-left|bottom|bottom-right
+  --cursor none|<style>[:<1 to 8>]
+                              see below; the number is its size
+  --camera none|<anchor>      {anchors}
   --cut <from>-<to>           seconds that are left out; may be given several times
-  --speed <from>-<to>:<speed> 1, 1.25, 1.5, 1.75 or 2; may be given several times
+  --speed <from>-<to>:<speed> {speeds}; may be given several times
   --captions none             leaves out the captions that a project has
 
-Times of cuts and speeds are seconds of the video as it would be without them.)";
+Times of cuts and speeds are seconds of the video as it would be without them.
+
+Backgrounds:
+{backgrounds}
+Cursors:
+{cursors})",
+      fmt::arg("zooms", fmt::join(PresetNames::zooms(), ", ")),
+      fmt::arg("anchors", fmt::join(names<FacecamAnchor>(), ", ")),
+      fmt::arg("speeds", fmt::join(TimelineClipSpeed::allowed, ", ")),
+      fmt::arg("backgrounds", lines(PresetNames::backgrounds())), fmt::arg("cursors", lines(cursors())));
+}
 
 }  // namespace quillant

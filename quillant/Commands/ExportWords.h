@@ -29,10 +29,11 @@ struct ExportWords {
   double at = 0;  ///< Output seconds; of a frame.
 
   /// Reads the words from left to right; a later occurrence of an option overrides an earlier one, but for
-  /// cuts and speeds. Throws `ParseError`, and `EditorError` for presets that there are not.
+  /// cuts and speeds. Throws `ParseError`.
   static ExportWords parse(Command command, const std::vector<std::string>& words);
 
-  static const char* const help;
+  /// Every option, and the names of everything that can be chosen.
+  static std::string help();
 };
 
 }  // namespace quillant
