@@ -153,85 +153,114 @@ TEST_F(EditorCoordinatorTest, FingerprintsAreOfTheEditAndNotOfTheRoadToIt) {
   EXPECT_EQ(other.editFingerprint(), edited);
 }
 
-TEST_F(EditorCoordinatorTest, FingerprintsTellEveryFieldThatShows) {
+/// Edits in which, together, every field is set to something else than its default.
+std::vector<ProjectEditorState> everyField() {
+  const auto id = UUID::random;
+  const TimelineRecordingSound sound{0.4, true, 0.6, true, true};
+  const FacecamSettings camera{false, "rounded", 30, 10, 2, "#112233", 3, "top"};
+  const TimelineZoomRegion zoom{.id = id(),
+                                .span = {1, 2},
+                                .depth = 2,
+                                .focusX = 0.3,
+                                .focusY = 0.4,
+                                .mode = TimelineZoomMode::auto_,
+                                .animationPreset = TimelineZoomAnimationPreset::snappy,
+                                .sourceClickTimestamp = 900,
+                                .softness = 0.5,
+                                .easing = TimelineZoomEasing::easeOut,
+                                .followsCursor = true,
+                                .source = "b"};
+  TimelineEditSnapshot edits;
+  edits.zoomRegions = edits.hiddenAutoZooms = std::vector{zoom};
+  edits.annotationRegions = {{id(), {1, 2}, "Press", 0.1, 0.9, 24}};
+  edits.cameraClips = {{id(), {0.5, 1.5}, camera}};
+  edits.clipList = {{id(), 0.5, 1.5, 1.25, "b", sound, true, true}, {id(), 0.25, 1, 2}};
+  edits.sources = {{"b", TimelineSource::Kind::recording, "mov", 40, "Intro"}};
+  edits.audioSources = {{"m", TimelineAudioSource::Kind::voiceover, "m4a", "Song"}};
+  edits.audioClips = edits.musicClips =
+      std::vector{TimelineAudioClip{id(), "m", 0.5, 0.2, 1.4, 1.5, 0.7, true, true}};
+  edits.recordingSound = sound;
+  edits.mutedRows = {TimelineMuteRow::clips};
+  edits.autoZoomsOff = true;
+  edits.captions = {
+      true,
+      TimelineCaptionStyle::outline,
+      {{"m", TimelineTranscriptTrack::audio, "fr", std::vector<TimelineCaptionWord>{{0.5, 0.75, "Oui"}}}}};
+  ProjectVideoEditorState video{
+      .background = BackgroundPresets::gradients()[3],
+      .padding = 20,
+      .borderRadius = 13,
+      .shadow = 0.5,
+      .backgroundBlur = 2,
+      .inset = 3,
+      .insetColor = {0.1, 0.2, 0.3, 0.4},
+      .insetOpacity = 0.5,
+      .insetBalance = {0.2, 0.3},
+      .cropSelection = {{0.1, 0.2, 0.7, 0.6}, VideoCropPresetSize{VideoExportResolution::p720}},
+      .facecamSettings = camera};
+  video.cursorOverlay = {true,
+                         true,
+                         2,
+                         1,
+                         "spotlight",
+                         CursorClickEffect::ripple,
+                         CursorIdleBehavior::fadeWhenIdle,
+                         CursorMotionEffect::subtleLean};
+  std::vector<ProjectEditorState> states{{edits, video}};
+  edits.clipList.reset();
+  edits.trimRegions = {{id(), {0.5, 0.75}}};
+  edits.clipSplitTimes = {1.25};
+  edits.clipSpeeds = std::map<std::int64_t, double>{{1, 1.5}};
+  for (const BackgroundStyle& style :
+       {BackgroundStyle(SerializableColor{0.1, 0.2, 0.3, 0.4}),
+        BackgroundStyle(GradientPreset{"g", RadialGradient{0.4, 0.6}, {{{0.1, 0.2, 0.3, 0.4}, 0.5}}}),
+        BackgroundStyle(WallpaperPreset{"w", "Label", "full", "thumb"})}) {
+    video.background = style;
+    states.push_back({edits, video});
+  }
+  return states;
+}
+
+/// Another value that the same field may have.
+Json another(const Json& value) {
+  if (value.is_boolean()) return !value.get<bool>();
+  if (value.is_number_integer()) return value.get<int>() + 1;
+  if (value.is_number()) return value == 0 ? 0.25 : value.get<double>() * 0.9;
+  const std::map<std::string, std::string> names{
+      {"auto", "manual"},    {"snappy", "subtle"},  {"easeOut", "smoothstep"},
+      {"recording", "file"}, {"voiceover", "file"}, {"outline", "plain"},
+      {"audio", "mic"},      {"clips", "music"},    {"spotlight", "system.white"},
+      {"p720", "p480"},      {"ripple", "none"},    {"fadeWhenIdle", "alwaysVisible"},
+      {"subtleLean", "none"}};
+  const auto text = value.get<std::string>();
+  return names.contains(text) ? names.at(text) : text + "x";
+}
+
+TEST_F(EditorCoordinatorTest, FingerprintsTellEveryFieldAndNoIdentity) {
   open();
-  using Video = ProjectVideoEditorState;
-  using Edits = TimelineEditSnapshot;
-  const std::function<void(Video&)> looks[] = {
-      [](Video& v) { v.background = BackgroundPresets::gradients()[3]; },
-      [](Video& v) { v.padding += 1; },
-      [](Video& v) { v.borderRadius += 1; },
-      [](Video& v) { v.shadow += 0.1; },
-      [](Video& v) { v.backgroundBlur += 1; },
-      [](Video& v) { v.inset += 1; },
-      [](Video& v) { v.insetColor.red = 1; },
-      [](Video& v) { v.insetOpacity = 0.5; },
-      [](Video& v) { v.insetBalance.left = 0.2; },
-      [](Video& v) { v.insetBalance.top = 0.2; },
-      [](Video& v) { v.cropSelection.normalizedRect.width = 0.5; },
-      [](Video& v) { v.cursorOverlay.isVisible = false; },
-      [](Video& v) { v.cursorOverlay.loops = true; },
-      [](Video& v) { v.cursorOverlay.size = 2; },
-      [](Video& v) { v.cursorOverlay.smoothing = 1; },
-      [](Video& v) { v.cursorOverlay.styleID = "spotlight"; },
-      [](Video& v) { v.cursorOverlay.clickEffect = CursorClickEffect::ripple; },
-      [](Video& v) { v.cursorOverlay.idleBehavior = CursorIdleBehavior::fadeWhenIdle; },
-      [](Video& v) { v.cursorOverlay.motionEffect = CursorMotionEffect::subtleLean; },
-      [](Video& v) { v.facecamSettings = FacecamSettings(); },
-      [](Video& v) { v.facecamSettings = FacecamSettings{.enabled = false}; },
-      [](Video& v) { v.facecamSettings = FacecamSettings{.shape = "rounded"}; },
-      [](Video& v) { v.facecamSettings = FacecamSettings{.size = 30}; },
-      [](Video& v) { v.facecamSettings = FacecamSettings{.cornerRadius = 3}; },
-      [](Video& v) { v.facecamSettings = FacecamSettings{.borderWidth = 9}; },
-      [](Video& v) { v.facecamSettings = FacecamSettings{.borderColor = "#000000"}; },
-      [](Video& v) { v.facecamSettings = FacecamSettings{.margin = 9}; },
-      [](Video& v) { v.facecamSettings = FacecamSettings{.anchor = "top"}; },
+  const auto fingerprint = [&](const Json& state) {
+    coordinator.applyEditorState(JSON::decode<ProjectEditorState>(state));
+    return coordinator.editFingerprint();
   };
-  const std::function<void(Edits&)> edits[] = {
-      [](Edits& e) {
-        e.zoomRegions = std::vector{TimelineZoomRegion{.span = {0, 1}}};
-      },
-      [](Edits& e) {
-        e.zoomRegions = std::vector{TimelineZoomRegion{.span = {0, 1}, .depth = 3}};
-      },
-      [](Edits& e) {
-        e.zoomRegions = std::vector{TimelineZoomRegion{.span = {0, 1}, .focusX = 0}};
-      },
-      [](Edits& e) {
-        e.zoomRegions = std::vector{TimelineZoomRegion{.span = {0, 1}, .softness = 0}};
-      },
-      [](Edits& e) { e.annotationRegions = std::vector{TimelineAnnotationRegion{.text = "a"}}; },
-      [](Edits& e) {
-        e.cameraClips = std::vector{TimelineCameraClip{.span = {0, 1}}};
-      },
-      [](Edits& e) { e.clipList = std::vector{TimelineClip{.start = 1, .end = 2}}; },
-      [](Edits& e) { e.clipList = std::vector{TimelineClip{.start = 1, .end = 2, .speed = 2}}; },
-      [](Edits& e) { e.clipList = std::vector{TimelineClip{.end = 1, .cameraHidden = true}}; },
-      [](Edits& e) { e.audioClips = std::vector{TimelineAudioClip{.source = "a"}}; },
-      [](Edits& e) { e.musicClips = std::vector{TimelineAudioClip{.source = "a"}}; },
-      [](Edits& e) { e.recordingSound.micVolume = 0.5; },
-      [](Edits& e) { e.recordingSound.systemMuted = true; },
-      [](Edits& e) { e.setMuted(TimelineMuteRow::music, true); },
-      [](Edits& e) { e.captions = TimelineCaptions{.on = true}; },
-      [](Edits& e) { e.captions = TimelineCaptions{.on = true, .style = TimelineCaptionStyle::plain}; },
-  };
-  const auto start = coordinator.exportEditorState();
-  std::set<std::string> seen{coordinator.editFingerprint()};
-  const auto isNew = [&](const ProjectEditorState& state) {
-    coordinator.applyEditorState(state);
-    return seen.insert(coordinator.editFingerprint()).second;
-  };
-  for (std::size_t i = 0; i < std::size(looks); ++i) {
-    auto state = start;
-    looks[i](*state.video);
-    EXPECT_TRUE(isNew(state)) << "look " << i;
+  std::set<std::string> seen;
+  for (const Json whole : everyField()) {
+    EXPECT_TRUE(seen.insert(fingerprint(whole)).second);
+    const auto flat = whole.flatten();
+    for (const auto& [place, value] : flat.items()) {
+      if (value.is_null()) continue;
+      SCOPED_TRACE(place);
+      auto changed = whole;
+      auto& field = changed[Json::json_pointer(place)];
+      if (place.ends_with("/id") && UUID::parse(value.get<std::string>())) {
+        field = UUID::random().text();
+        EXPECT_EQ(fingerprint(changed), fingerprint(whole));
+      } else {
+        field = another(value);
+        EXPECT_TRUE(seen.insert(fingerprint(changed)).second);
+      }
+    }
   }
-  for (std::size_t i = 0; i < std::size(edits); ++i) {
-    auto state = start;
-    edits[i](state.timelineEdits);
-    EXPECT_TRUE(isNew(state)) << "edit " << i;
-  }
-  auto state = start;
+  auto state = coordinator.exportEditorState();
   state.video->padding = std::numeric_limits<double>::quiet_NaN();
   coordinator.applyEditorState(state);
   EXPECT_EQ(coordinator.editFingerprint(), "unhashable");
