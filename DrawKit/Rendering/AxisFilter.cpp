@@ -66,13 +66,17 @@ void ColumnFilter::set(const AxisPlacement& placement, int begin, int end) {
     auto& group = groups_[g];
     AxisTaps columns[size];
     for (int i = 0; i < size; ++i) columns[i] = axisTaps(placement, (first + static_cast<int>(g)) * size + i);
+    const auto base = [&](int column, int reach) {
+      return std::clamp(columns[column].first, 0, std::max(0, placement.count - reach));
+    };
+    group.groupBase = base(0, RowKernels::groupReach);
     for (int part = 0; part < RowKernels::groupParts; ++part)
-      group.bases[part] = std::clamp(columns[part * RowKernels::partSize].first, 0,
-                                     std::max(0, placement.count - RowKernels::groupReach));
+      group.partBases[part] = base(part * RowKernels::partSize, RowKernels::partReach);
     for (int i = 0; i < size; ++i) {
-      group.lanes[2 * i] = 0x80;
-      group.lanes[2 * i + 1] =
-          static_cast<std::uint8_t>(columns[i].first - group.bases[i / RowKernels::partSize]);
+      const auto place = [&](int from) { return static_cast<std::uint8_t>(columns[i].first - from); };
+      group.groupLanes[2 * i] = group.partLanes[2 * i] = 0x80;
+      group.groupLanes[2 * i + 1] = place(group.groupBase);
+      group.partLanes[2 * i + 1] = place(group.partBases[i / RowKernels::partSize]);
       for (int tap = 0; tap < RowKernels::taps; ++tap) group.weights[tap][i] = columns[i].weights[tap];
     }
   }

@@ -6,6 +6,7 @@
 // Highway compiles this file once for every instruction set and picks one at run time. The superseded ones
 // are kept, so that a test can hold all of them against each other.
 #define HWY_COMPILE_ALL_ATTAINABLE
+#define HWY_WANT_AVX3_DL
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "DrawKit/Rendering/RowKernels.cpp"
 #include <hwy/cache_control.h>
@@ -59,8 +60,7 @@ void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_
   for (int row = 0; row < rowsAtOnce; ++row)
     for (int g = 0; g < count; ++g)
       for (int i = 0; i < groupSize; ++i) {
-        const auto* first =
-            sources[row] + groups[g].bases[i / RowKernels::partSize] + groups[g].lanes[2 * i + 1];
+        const auto* first = sources[row] + groups[g].groupBase + groups[g].groupLanes[2 * i + 1];
         int sum = 0;
         for (int tap = 0; tap < taps; ++tap)
           sum += mulRounded((first[tap] - 128) * 256, groups[g].weights[tap][i]);
@@ -71,6 +71,28 @@ void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_
 #else
 
 namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3_DL
+
+// A table look-up reaches all of a group's bytes.
+constexpr int partsAtOnce = RowKernels::groupParts;
+using PartBytes = hn::FixedTag<std::uint8_t, 64>;
+using PartWords = hn::FixedTag<std::int16_t, 32>;
+
+HWY_INLINE hn::Vec<PartBytes> loadSamples(const std::uint8_t* source, const ColumnGroup& group, int) {
+  return hn::LoadU(PartBytes(), source + group.groupBase);
+}
+
+HWY_INLINE hn::Vec<PartBytes> loadLanes(const ColumnGroup& group, int) {
+  return hn::Load(PartBytes(), group.groupLanes);
+}
+
+HWY_INLINE hn::Vec<PartBytes> lookUp(hn::Vec<PartBytes> samples, hn::Vec<PartBytes> lanes) {
+  constexpr __mmask64 highBytes = 0xAAAAAAAAAAAAAAAA;
+  return hn::Vec<PartBytes>{_mm512_maskz_permutexvar_epi8(highBytes, lanes.raw, samples.raw)};
+}
+
+#else
 
 // A table look-up stays within 16 bytes, and so does a part of a group. As many as fit a vector go at once.
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
@@ -83,7 +105,8 @@ constexpr int partsAtOnce = 1;
 using PartBytes = hn::FixedTag<std::uint8_t, 16 * partsAtOnce>;
 using PartWords = hn::FixedTag<std::int16_t, 8 * partsAtOnce>;
 
-HWY_INLINE hn::Vec<PartBytes> loadSamples(const std::uint8_t* source, const std::int32_t* bases) {
+HWY_INLINE hn::Vec<PartBytes> loadSamples(const std::uint8_t* source, const ColumnGroup& group, int part) {
+  const std::int32_t* const bases = group.partBases + part;
   const hn::FixedTag<std::uint8_t, 16> bytes;
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
   const hn::FixedTag<std::uint8_t, 32> pair;
@@ -101,6 +124,16 @@ HWY_INLINE hn::Vec<PartBytes> loadSamples(const std::uint8_t* source, const std:
 #endif
 }
 
+HWY_INLINE hn::Vec<PartBytes> loadLanes(const ColumnGroup& group, int part) {
+  return hn::Load(PartBytes(), group.partLanes + 2 * RowKernels::partSize * part);
+}
+
+HWY_INLINE hn::Vec<PartBytes> lookUp(hn::Vec<PartBytes> samples, hn::Vec<PartBytes> lanes) {
+  return hn::TableLookupBytesOr0(samples, lanes);
+}
+
+#endif
+
 void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_t* const next[rowsAtOnce],
                 const ColumnGroup* groups, int count, FilteredGroup* results) {
   const PartBytes bytes;
@@ -114,20 +147,20 @@ void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_
   for (int g = 0; g < count; ++g) {
     const ColumnGroup& group = groups[g];
     // A group reads less than a line of the cache.
-    for (const std::uint8_t* row : {next0, next1, next2, next3}) hwy::Prefetch(row + group.bases[0]);
+    for (const std::uint8_t* row : {next0, next1, next2, next3}) hwy::Prefetch(row + group.groupBase);
     for (int part = 0; part < RowKernels::groupParts; part += partsAtOnce) {
       const int first = part * RowKernels::partSize;
       const auto load = [&](const std::uint8_t* row)
-                            HWY_ATTR { return hn::Xor(loadSamples(row, group.bases + part), sign); };
+                            HWY_ATTR { return hn::Xor(loadSamples(row, group, part), sign); };
       const auto samples0 = load(source0), samples1 = load(source1), samples2 = load(source2),
                  samples3 = load(source3);
       auto sum0 = hn::Zero(words), sum1 = sum0, sum2 = sum0, sum3 = sum0;
       // The high byte of each lane names its sample, the low byte stays empty: the sample times 256.
-      auto lanes = hn::BitCast(words, hn::Load(bytes, group.lanes + 2 * first));
+      auto lanes = hn::BitCast(words, loadLanes(group, part));
       for (int tap = 0; tap < taps; ++tap) {
         const auto weights = hn::Load(words, group.weights[tap] + first);
         const auto add = [&](hn::Vec<PartBytes> samples, hn::Vec<PartWords>& sum) HWY_ATTR {
-          const auto taken = hn::TableLookupBytesOr0(samples, hn::BitCast(bytes, lanes));
+          const auto taken = lookUp(samples, hn::BitCast(bytes, lanes));
           sum = hn::Add(sum, hn::MulFixedPoint15(hn::BitCast(words, taken), weights));
         };
         add(samples0, sum0), add(samples1, sum1), add(samples2, sum2), add(samples3, sum3);

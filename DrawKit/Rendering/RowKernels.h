@@ -6,20 +6,23 @@
 /// instruction set, and a sample does not depend on where a loop begins. Any thread.
 namespace quillant::RowKernels {
 
-/// Outputs of `filterRows` are made in groups of this many. Each part of a group reads `groupReach` bytes of
-/// its source row.
+/// Outputs of `filterRows` are made in groups of this many. A group reads `groupReach` bytes of its source
+/// row, or each of its parts `partReach`, as far as the machine's table look-ups go.
 constexpr int groupSize = 32;
 constexpr int groupParts = 4;
 constexpr int partSize = groupSize / groupParts;
-constexpr int groupReach = 16;
+constexpr int groupReach = 64;
+constexpr int partReach = 16;
 constexpr int taps = 4;
 
-/// One of these a group: the weights (1 being 2^14), where in its part's bytes each output's first tap is (in
-/// the high byte of a lane; the low byte is 0x80), and where the bytes of the parts begin.
+/// One of these a group: the weights (1 being 2^14), where the bytes of the group and of its parts begin, and
+/// where in them each output's first tap is (in the high byte of a lane; the low byte is 0x80).
 struct ColumnGroup {
   alignas(64) std::int16_t weights[taps][groupSize];
-  alignas(64) std::uint8_t lanes[2 * groupSize];
-  std::int32_t bases[groupParts];
+  alignas(64) std::uint8_t groupLanes[2 * groupSize];
+  alignas(64) std::uint8_t partLanes[2 * groupSize];
+  std::int32_t groupBase;
+  std::int32_t partBases[groupParts];
 };
 
 /// A group's outputs of one row, aligned to what is loaded at once: (sample - 128) * 128, rounded.

@@ -1,5 +1,6 @@
 // The scalar target is among those that are compared.
 #define HWY_COMPILE_ALL_ATTAINABLE
+#define HWY_WANT_AVX3_DL
 
 #include <algorithm>
 #include <array>
