@@ -77,12 +77,12 @@ class Lines {
   std::string line_;
 };
 
-/// Whether there may be more.
-bool readInto(Lines& lines, int output) {
+/// How many bytes; 0 at the end, negative if there are none for now.
+ssize_t readInto(Lines& lines, int output) {
   std::array<char, 4096> buffer{};
   const auto count = ::read(output, buffer.data(), buffer.size());
   if (count > 0) lines.add({buffer.data(), static_cast<std::size_t>(count)});
-  return count > 0 || (count < 0 && errno == EINTR);
+  return count;
 }
 
 }  // namespace
@@ -113,7 +113,7 @@ int run(const Launch& launch) {
     while (process && waiting[0].revents == 0 && waiting[1].revents == 0) {
       if (::poll(waiting.data(), waiting.size(), -1) < 0 && errno != EINTR) break;
       // What it started may hold its output open after its end, and it may close it before.
-      if (waiting[2].revents != 0 && !readInto(lines, output.get())) waiting[2].fd = -1;
+      if (waiting[2].revents != 0 && readInto(lines, output.get()) == 0) waiting[2].fd = -1;
     }
   }
   // Where it has ended itself, what it started goes all the same.
@@ -121,7 +121,7 @@ int run(const Launch& launch) {
   int status = 0;
   while (::waitpid(id, &status, 0) < 0 && errno == EINTR) {
   }
-  while (readInto(lines, output.get())) {
+  while (readInto(lines, output.get()) > 0) {
   }
   lines.end();
   return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
