@@ -30,8 +30,8 @@ Decoder open(const std::filesystem::path& models) {
   const auto acoustic = (folder / "en-us").string();
   const auto words = (folder / "en-us.lm.bin").string();
   const auto dictionary = (folder / "cmudict-en-us.dict").string();
-  // Silences are cut off before, and times must not skip what the engine would. The beams are wider than its
-  // own by a factor of a trillion and more: it takes a quarter longer, and makes a quarter fewer mistakes.
+  // Silences are cut off before, and times must not skip what the engine would. With beams that are wider
+  // than its own it makes fewer mistakes.
   cmd_ln_t* settings = cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", acoustic.c_str(), "-lm", words.c_str(),
                                    "-dict", dictionary.c_str(), "-remove_silence", "no", "-beam", "1e-60",
                                    "-wbeam", "1e-40", "-logfn", "/dev/null", nullptr);

@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <cstddef>
+#include <iterator>
+#include <string>
 #include <string_view>
 #include <vector>
 
