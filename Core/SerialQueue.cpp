@@ -4,6 +4,7 @@
 #include <asio/steady_timer.hpp>
 #include <atomic>
 #include <pthread.h>
+#include <sys/resource.h>
 
 namespace quillant {
 
@@ -16,14 +17,21 @@ void nameThisThread(const std::string& name) {
                      name.size() <= limit ? name.c_str() : name.c_str() + (name.size() - limit));
 }
 
+/// On Linux a thread has a niceness of its own; the threads that it starts have the same.
+void lowerThisThread() {
+  constexpr int niceness = 10;
+  ::setpriority(PRIO_PROCESS, 0, niceness);
+}
+
 }  // namespace
 
-SerialQueue::SerialQueue(std::string name)
+SerialQueue::SerialQueue(std::string name, Priority priority)
     : name_(std::move(name)),
       context_(std::make_shared<asio::io_context>(1)),
       guard_(context_->get_executor()) {
-  thread_ = std::thread([context = context_, name = name_] {
+  thread_ = std::thread([context = context_, name = name_, priority] {
     nameThisThread(name);
+    if (priority == Priority::utility) lowerThisThread();
     context->run();
   });
   threadID_ = thread_.get_id();

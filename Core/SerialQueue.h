@@ -21,7 +21,10 @@ namespace quillant {
 /// a queue that is destroyed on its own thread finishes what is queued after the destructor has returned.
 class SerialQueue {
  public:
-  explicit SerialQueue(std::string name);
+  /// Work that nobody waits for is `utility`: whatever else wants the processor has it first.
+  enum class Priority { normal, utility };
+
+  explicit SerialQueue(std::string name, Priority priority = Priority::normal);
   ~SerialQueue();
   SerialQueue(const SerialQueue&) = delete;
   SerialQueue& operator=(const SerialQueue&) = delete;
