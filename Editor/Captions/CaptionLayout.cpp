@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fmt/format.h>
 #include <iterator>
+#include <map>
 
 #include "Core/Text.h"
 #include "Editor/Captions/SpokenWords.h"
@@ -111,6 +112,20 @@ std::vector<CaptionBlock> blocks(const TimelineEditSnapshot& edits, const Timeli
   }
   std::ranges::stable_sort(blocks, {}, &CaptionBlock::start);
   return blocks;
+}
+
+std::string language(std::span<const CaptionBlock> blocks, const TimelineCaptions& captions) {
+  std::map<std::string_view, std::size_t> words;
+  for (const auto& block : blocks)
+    words[captions.transcripts[block.transcriptIndex].language] += block.words.size();
+  std::string most = "en-US";
+  std::size_t mostWords = 0;
+  for (const auto& transcript : captions.transcripts) {
+    const auto count = words[transcript.language];
+    if (count > mostWords) most = transcript.language;
+    mostWords = std::max(mostWords, count);
+  }
+  return most;
 }
 
 }  // namespace quillant::CaptionLayout

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,6 +20,10 @@ std::vector<CaptionIndexRange> lines(std::span<const std::string_view> words);
 
 /// Every block of the edit's captions, sorted by start. Blocks of different transcripts may overlap.
 std::vector<CaptionBlock> blocks(const TimelineEditSnapshot& edits, const TimelineExportEditPlan& plan);
+
+/// The language, as BCP 47, that most words of the blocks are in; of equally many that of the earliest
+/// transcript; "en-US" where there are none.
+std::string language(std::span<const CaptionBlock> blocks, const TimelineCaptions& captions);
 
 }  // namespace CaptionLayout
 }  // namespace quillant

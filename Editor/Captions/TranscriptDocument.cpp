@@ -285,6 +285,27 @@ Document document(const TimelineEditSnapshot& edits, double duration, const std:
   return document;
 }
 
+std::optional<TimelineSpan> restored(const TimelineEditSnapshot& edits, double duration,
+                                     const TranscriptRemovedItem& item) {
+  if (!edits.captions || item.transcript >= edits.captions->transcripts.size()) return std::nullopt;
+  const auto& transcript = edits.captions->transcripts[item.transcript];
+  if (item.words.last >= transcript.words.size()) return std::nullopt;
+  TimelineSpan span{item.sourceStart, item.sourceEnd};
+  std::optional<double> playsUntil;
+  std::optional<double> playsFrom;
+  const auto plan = TimelineExportEditPlan::build(duration, edits);
+  for (const auto& stretch : SpokenWords::stretches(transcript, edits, plan)) {
+    const auto& plays = stretch.source;
+    if (plays.start < span.start)
+      playsUntil = std::max(playsUntil.value_or(plays.start), std::min(plays.end, span.start));
+    if (plays.end > span.end)
+      playsFrom = std::min(playsFrom.value_or(plays.end), std::max(plays.start, span.end));
+  }
+  if (item.words.first > 0) span.start = playsUntil.value_or(span.start);
+  if (item.words.last + 1 < transcript.words.size()) span.end = playsFrom.value_or(span.end);
+  return span;
+}
+
 Cut cut(TimelineSpan selected, std::span<const TimelineSpan> spoken, double videoEnd) {
   // Speech that begins before the selection and speech that ends after it; what lies inside is no neighbour.
   std::optional<double> before;

@@ -109,5 +109,11 @@ struct Cut {
 /// are the other words that are heard, of every voice and in any order. Output seconds.
 Cut cut(TimelineSpan selected, std::span<const TimelineSpan> spoken, double videoEnd);
 
+/// What a restore of removed words brings back, in seconds of their sound: the words, and on a side where
+/// another word of theirs plays also the silence up to what still plays. `duration` is the main recording's.
+/// None where there are no such words.
+std::optional<TimelineSpan> restored(const TimelineEditSnapshot& edits, double duration,
+                                     const TranscriptRemovedItem& item);
+
 }  // namespace TranscriptDocument
 }  // namespace quillant

@@ -8,12 +8,15 @@
 #include "Core/AtomicFile.h"
 #include "Core/DiskExecutor.h"
 #include "Core/QueueTask.h"
+#include "Editor/Captions/CaptionLayout.h"
+#include "Editor/Captions/CaptionWebVTT.h"
 #include "Editor/Coordinator/EditFingerprint.h"
 #include "Editor/Coordinator/EditorError.h"
 #include "Editor/Coordinator/PresetNames.h"
 #include "Editor/Coordinator/RecordingSideFiles.h"
 #include "Editor/Export/FrameChain.h"
 #include "Editor/Export/VideoExportSizing.h"
+#include "Editor/Project/ProjectSourceFiles.h"
 #include "Editor/Timeline/TimelineClipList.h"
 #include "MediaKit/Pictures/BGRAPicture.h"
 #include "MediaKit/Pictures/JPEGImage.h"
@@ -49,6 +52,61 @@ Recording open(RecordingHandoffFields media) {
 
 Task<Recording> opened(RecordingHandoffFields media) {
   co_return open(std::move(media));
+}
+
+Task<std::vector<CaptionTarget>> foundTargets(fs::path recording, TimelineEditSnapshot edits) {
+  co_return CaptionTargets::find(recording, edits);
+}
+
+Task<> written(fs::path target, std::string text) {
+  AtomicFile::write(target, text);
+  co_return;
+}
+
+/// A file that can speak.
+struct SourceFile {
+  fs::path path;
+  std::string name;  ///< How the user knows it.
+  bool isAudio = false;
+};
+
+std::optional<SourceFile> sourceFile(const fs::path& recording, const TimelineEditSnapshot& edits,
+                                     std::string_view key) {
+  if (key == primarySourceKey) return SourceFile{recording, recording.stem().string()};
+  for (const auto& source : edits.sources)
+    if (source.id == key) return SourceFile{ProjectSourceFiles::file(recording, source), source.displayName};
+  for (const auto& source : edits.audioSources)
+    if (source.id == key)
+      return SourceFile{ProjectSourceFiles::file(recording, source), source.displayName, true};
+  return std::nullopt;
+}
+
+/// The file's length in seconds; none if it cannot be read. Blocking.
+Task<std::optional<double>> sourceLimit(fs::path file) {
+  try {
+    const auto asset = AssetProbe::probe(file);
+    const auto videos = asset.tracksOfKind(MediaTrack::Kind::video);
+    const double duration = asset.duration.seconds();
+    co_return videos.empty()
+        ? duration
+        : VideoExportSizing::exportSourceDuration(duration, videos.front().duration.seconds());
+  } catch (const Error&) {
+    co_return std::nullopt;
+  }
+}
+
+/// The audio row on which all of the selected words are; none where any is in the video.
+std::optional<TimelineAudioRow> audioRowOf(const TranscriptDocument::SelectedSpeech& speech,
+                                           const TimelineEditSnapshot& edits) {
+  const auto plays = [&](const CopyOnWriteVector<TimelineAudioClip>& row) {
+    return !speech.voices.empty() && std::ranges::all_of(speech.voices, [&](const auto* voice) {
+      return voice->isVoiceRow &&
+             std::ranges::find(*row, voice->source, &TimelineAudioClip::source) != row.end();
+    });
+  };
+  if (plays(edits.audioClips)) return TimelineAudioRow::voice;
+  if (plays(edits.musicClips)) return TimelineAudioRow::music;
+  return std::nullopt;
 }
 
 }  // namespace
@@ -256,6 +314,128 @@ VideoExportFrameRate EditorCoordinator::sourceRate() const {
   return loaded().frameRate > fastest ? VideoExportFrameRate::fps60 : VideoExportFrameRate::source;
 }
 
+// ---- Captions ----
+
+bool EditorCoordinator::captionsOn() const {
+  return edits().captions && edits().captions->on;
+}
+
+TimelineCaptionStyle EditorCoordinator::captionStyle() const {
+  return edits().captions.value_or(TimelineCaptions()).style;
+}
+
+void EditorCoordinator::setCaptionsOn(bool on) {
+  driver_.send(TimelineEvents::SetCaptionsOn{on}, RecordsUndo::yes);
+}
+
+void EditorCoordinator::setCaptionStyle(TimelineCaptionStyle style) {
+  driver_.send(TimelineEvents::SetCaptionStyle{style}, RecordsUndo::yes);
+}
+
+std::vector<CaptionBlock> EditorCoordinator::captionBlocks() const {
+  return CaptionLayout::blocks(edits(), plan());
+}
+
+void EditorCoordinator::editCaption(std::string text, const CaptionBlock& block) {
+  driver_.send(TimelineEvents::ReplaceCaptionWords{block.transcriptIndex, block.wordRange.first,
+                                                   block.wordRange.last, std::move(text)},
+               RecordsUndo::yes);
+}
+
+void EditorCoordinator::previewTranscript(TimelineTranscript transcript) {
+  driver_.setTranscript(transcript);
+}
+
+Task<std::vector<CaptionTarget>> EditorCoordinator::captionTargets() const {
+  assert(sequence_.isCurrent());
+  if (!recording_) co_return std::vector<CaptionTarget>();
+  co_return co_await runOn(diskExecutor(), foundTargets(recording_->screenVideo, edits()));
+}
+
+Task<std::vector<CaptionTarget>> EditorCoordinator::missingCaptionTargets() const {
+  auto targets = co_await captionTargets();
+  co_return CaptionTargets::missing(std::move(targets), edits().captions);
+}
+
+Task<std::optional<std::string>> EditorCoordinator::writeShareCaptions(std::filesystem::path target) const {
+  if (!captionsOn()) co_return std::nullopt;
+  co_await requireTranscripts();
+  const auto blocks = captionBlocks();
+  if (blocks.empty()) co_return std::nullopt;
+  auto language = CaptionLayout::language(blocks, *edits().captions);
+  co_await runOn(diskExecutor(), written(std::move(target), CaptionWebVTT::make(blocks, captionStyle())));
+  co_return language;
+}
+
+// ---- The transcript ----
+
+TranscriptDocument::Document EditorCoordinator::transcript(const std::set<std::string>& pending) const {
+  assert(sequence_.isCurrent());
+  return TranscriptDocument::document(edits(), recording_ ? recording_->duration : 0, pending);
+}
+
+std::vector<TranscriptParagraph> EditorCoordinator::transcriptParagraphs() const {
+  return transcript({}).paragraphs;
+}
+
+std::optional<TranscriptDocument::Cut> EditorCoordinator::transcriptCut(
+    const TranscriptSelection& selection, const TranscriptDocument::Document& document) const {
+  return TranscriptDocument::cut(document, selection, editedDuration());
+}
+
+void EditorCoordinator::deleteTranscriptSelection(const TranscriptSelection& selection,
+                                                  const TranscriptDocument::Document& document) {
+  const auto cut = transcriptCut(selection, document);
+  if (!cut) return;
+  const auto row = audioRowOf(*TranscriptDocument::selected(document, selection), edits());
+  if (row == TimelineAudioRow::voice)
+    driver_.send(TimelineEvents::DeleteAudioRange{cut->start, cut->end}, RecordsUndo::yes);
+  else if (row == TimelineAudioRow::music)
+    driver_.send(TimelineEvents::DeleteMusicRange{cut->start, cut->end}, RecordsUndo::yes);
+  else
+    driver_.send(TimelineEvents::DeleteOutputRange{cut->start, cut->end, loaded().duration},
+                 RecordsUndo::yes);
+}
+
+Task<std::optional<TimelineEditEvent>> EditorCoordinator::restoreEvent(TranscriptRemovedItem item) const {
+  assert(sequence_.isCurrent());
+  if (!recording_) co_return std::nullopt;
+  const double duration = recording_->duration;
+  const auto span = TranscriptDocument::restored(edits(), duration, item);
+  if (!span) co_return std::nullopt;
+  const auto source = edits().captions->transcripts[item.transcript].source;
+  const auto file = sourceFile(recording_->screenVideo, edits(), source);
+  if (!file) co_return std::nullopt;
+  const auto limit = co_await runOn(diskExecutor(), sourceLimit(file->path));
+  if (!limit) co_return std::nullopt;
+  if (file->isAudio) co_return TimelineEvents::RestoreVoiceGap{source, span->start, span->end, duration};
+  const auto video = source == primarySourceKey ? std::nullopt : std::optional(source);
+  co_return TimelineEvents::RestoreVideoGap{video, span->start, span->end, *limit, duration};
+}
+
+Task<std::optional<std::string>> EditorCoordinator::restoreRefusal(TranscriptRemovedItem item) const {
+  auto refusal = std::optional<std::string>("");
+  if (const auto event = co_await restoreEvent(std::move(item))) refusal = driver_.restoreRefusal(*event);
+  if (refusal && refusal->empty()) refusal = "Nothing to restore.";
+  co_return refusal;
+}
+
+Task<> EditorCoordinator::restore(TranscriptRemovedItem item) {
+  if (const auto event = co_await restoreEvent(std::move(item))) driver_.send(*event, RecordsUndo::yes);
+}
+
+void EditorCoordinator::fixTranscriptWord(std::size_t transcript, std::size_t word, std::string text) {
+  driver_.send(TimelineEvents::ReplaceCaptionWords{transcript, word, word, std::move(text)},
+               RecordsUndo::yes);
+}
+
+std::string EditorCoordinator::transcriptSpeaker(const TranscriptParagraph& paragraph) const {
+  assert(sequence_.isCurrent());
+  if (!recording_) return "";
+  const auto file = sourceFile(recording_->screenVideo, edits(), paragraph.source);
+  return file ? CaptionTargets::displayName(file->name, paragraph.track) : "";
+}
+
 // ---- Results ----
 
 TimelineEditSnapshot EditorCoordinator::renderEdits(bool burnsCaptions) const {
@@ -289,11 +469,14 @@ VideoExportOptions EditorCoordinator::makeVisualOptions(VideoExportOptions choic
   return choices;
 }
 
+Task<> EditorCoordinator::requireTranscripts() const {
+  if (const auto missing = co_await missingCaptionTargets(); !missing.empty())
+    throw CaptionsNotReady(missing.front().name);
+}
+
 Task<EditorCoordinator::Rendering> EditorCoordinator::makeRendering(VideoExportOptions choices,
                                                                     bool burnsCaptions) {
-  if (burnsCaptions && services_.captions)
-    if (const auto missing = co_await services_.captions->missing(edits()); !missing.empty())
-      throw CaptionsNotReady(missing.front());
+  if (burnsCaptions) co_await requireTranscripts();
   co_return Rendering{.source = recording_->screenVideo,
                       .options = makeVisualOptions(std::move(choices)),
                       .edits = renderEdits(burnsCaptions),
@@ -340,9 +523,8 @@ Task<PixelBufferRef> EditorCoordinator::composedFrame(double outputTime, VideoEx
 
 Task<> EditorCoordinator::writeSharePoster(std::filesystem::path target, int maxWidth) {
   loaded();
-  const bool burnsCaptions = edits().captions && edits().captions->on;
   VideoExportOptions choices{.frameRate = sourceRate()};
-  auto rendering = co_await makeRendering(std::move(choices), burnsCaptions);
+  auto rendering = co_await makeRendering(std::move(choices), captionsOn());
   co_await runOn(diskExecutor(), Rendering::poster(std::move(rendering), std::move(target), maxWidth));
 }
 

@@ -5,15 +5,19 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Core/OwningSequence.h"
 #include "Core/PixelBuffer.h"
 #include "Core/Task.h"
+#include "Editor/Captions/CaptionTargets.h"
+#include "Editor/Captions/TranscriptDocument.h"
+#include "Editor/Captions/TranscriptSelection.h"
 #include "Editor/Composition/TimelineExportEditPlan.h"
 #include "Editor/Composition/WallpaperImageCache.h"
-#include "Editor/Coordinator/CaptionTargets.h"
 #include "Editor/Export/VideoExportRenderer.h"
 #include "Editor/Project/EditorStateHolding.h"
 #include "Editor/Project/RecordingSession.h"
@@ -42,7 +46,6 @@ class EditorCoordinator : public EditorStateHolding {
 
   struct Services {
     std::shared_ptr<WallpaperImageCache> wallpapers;  ///< None: every wallpaper is black.
-    std::shared_ptr<CaptionTargets> captions;         ///< None: what is transcribed is all there is.
   };
 
   EditorCoordinator(Executor mainThread, Services services);
@@ -95,6 +98,43 @@ class EditorCoordinator : public EditorStateHolding {
   /// The recording's rate, at most 60 frames a second.
   VideoExportFrameRate sourceRate() const;
 
+  // Captions. With nothing loaded there are none.
+
+  bool captionsOn() const;
+  TimelineCaptionStyle captionStyle() const;
+  void setCaptionsOn(bool on);
+  void setCaptionStyle(TimelineCaptionStyle style);
+  /// What is said in the finished video, whether captions are on or not; sorted by start.
+  std::vector<CaptionBlock> captionBlocks() const;
+  /// Corrects the words of a block of the edit as it is. No text removes them.
+  void editCaption(std::string text, const CaptionBlock& block);
+  /// A transcript for previews. `CaptionJobs` brings real ones.
+  void previewTranscript(TimelineTranscript transcript);
+  /// The sounds that should have a transcript, and those of them that have none.
+  Task<std::vector<CaptionTarget>> captionTargets() const;
+  Task<std::vector<CaptionTarget>> missingCaptionTargets() const;
+  /// The captions as WebVTT, and the language that most of their words are in. None, and no file, while they
+  /// are off or nothing is said. Throws `CaptionsNotReady` and `FileError`.
+  Task<std::optional<std::string>> writeShareCaptions(std::filesystem::path target) const;
+
+  // The transcript as a text that cuts the video. Whatever is asked with was got from the edit as it is.
+
+  /// `pending` names the sources that still wait, as `CaptionJobs::pendingSources` does.
+  TranscriptDocument::Document transcript(const std::set<std::string>& pending) const;
+  std::vector<TranscriptParagraph> transcriptParagraphs() const;
+  /// What deleting the selection takes out, in output seconds; none where it holds nothing that is heard.
+  std::optional<TranscriptDocument::Cut> transcriptCut(const TranscriptSelection& selection,
+                                                       const TranscriptDocument::Document& document) const;
+  /// From the video; words of an audio row alone from that row, which keeps its length.
+  void deleteTranscriptSelection(const TranscriptSelection& selection,
+                                 const TranscriptDocument::Document& document);
+  /// Why words that were cut cannot come back; none if they can.
+  Task<std::optional<std::string>> restoreRefusal(TranscriptRemovedItem item) const;
+  Task<> restore(TranscriptRemovedItem item);
+  void fixTranscriptWord(std::size_t transcript, std::size_t word, std::string text);
+  /// Whose words a paragraph holds, as the user knows it.
+  std::string transcriptSpeaker(const TranscriptParagraph& paragraph) const;
+
   // Results. `choices` are size, rate, quality and format; the look in them is replaced by this edit's. Each
   // throws `EditorError` of kind nothingLoaded, `CaptionsNotReady`, and what `VideoExportRenderer` throws.
 
@@ -119,8 +159,10 @@ class EditorCoordinator : public EditorStateHolding {
   const Recording& loaded() const;
   const TimelineExportEditPlan& plan() const;
   void checkRange(double from, double to) const;
+  Task<std::optional<TimelineEditEvent>> restoreEvent(TranscriptRemovedItem item) const;
   TimelineEditSnapshot renderEdits(bool burnsCaptions) const;
   VideoExportOptions makeVisualOptions(VideoExportOptions choices) const;
+  Task<> requireTranscripts() const;
   Task<Rendering> makeRendering(VideoExportOptions choices, bool burnsCaptions);
 
   const OwningSequence sequence_;

@@ -1,5 +1,3 @@
-#include <asio/io_context.hpp>
-#include <future>
 #include <gmock/gmock.h>
 #include <set>
 
@@ -7,57 +5,15 @@
 #include "Core/AtomicFile.h"
 #include "Core/JSON.h"
 #include "Core/SHA256.h"
-#include "Editor/Coordinator/EditorCoordinator.h"
-#include "Editor/Coordinator/EditorError.h"
-#include "Editor/Export/VideoExportRendererError.h"
 #include "Editor/Project/BackgroundPresets.h"
+#include "Tests/Editor/Coordinator/CoordinatorFixture.h"
 #include "Tests/Support/Media/DecodedMedia.h"
-#include "Tests/Support/Media/TestRecording.h"
-#include "Tests/Support/TemporaryFolder.h"
 
 namespace quillant {
 
 namespace {
 
-/// A thread of its own for the coordinator: the test's.
-class EditorCoordinatorTest : public testing::Test {
- protected:
-  template <class T>
-  T run(Task<T> task) {
-    loop.restart();
-    std::promise<T> promise;
-    if constexpr (std::is_void_v<T>)
-      asio::co_spawn(loop, std::move(task), [&](std::exception_ptr error) {
-        error ? promise.set_exception(error) : promise.set_value();
-      });
-    else
-      asio::co_spawn(loop, std::move(task), [&](std::exception_ptr error, T value) {
-        error ? promise.set_exception(error) : promise.set_value(std::move(value));
-      });
-    loop.run();
-    return promise.get_future().get();
-  }
-  std::filesystem::path record(const TestRecording& recording = {.frames = 60}) {
-    std::filesystem::remove(video);
-    recording.write(video);
-    return video;
-  }
-  void open() { run(coordinator.load({.screenVideoPath = record().string()})); }
-  template <class Work>
-  static std::string errorOf(const Work& work) {
-    try {
-      work();
-    } catch (const Error& error) {
-      return error.description();
-    }
-    return "";
-  }
-
-  asio::io_context loop;
-  TemporaryFolder folder;
-  std::filesystem::path video = folder / "x.mp4";
-  EditorCoordinator coordinator{loop.get_executor(), {}};
-};
+using EditorCoordinatorTest = CoordinatorFixture;
 
 TEST(SHA256, AgreesWithThePublishedVectors) {
   const auto digest = [](const std::string& text) { return SHA256::hexadecimal(SHA256::of(text)); };
@@ -69,14 +25,14 @@ TEST(SHA256, AgreesWithThePublishedVectors) {
 }
 
 TEST_F(EditorCoordinatorTest, FindsWhatBelongsToARecordingAndSaysWhatItCannotDo) {
-  EXPECT_EQ(errorOf([&] { coordinator.generateAutoZooms("subtle"); }), "no recording loaded");
-  EXPECT_EQ(coordinator.outputDuration(), 0);
+  EXPECT_EQ(errorOf([&] { coordinator->generateAutoZooms("subtle"); }), "no recording loaded");
+  EXPECT_EQ(coordinator->outputDuration(), 0);
   open();
-  EXPECT_FALSE(coordinator.recording()->facecam || coordinator.recording()->cursorTelemetry);
-  EXPECT_NEAR(coordinator.outputDuration(), 2, 0.001);
-  EXPECT_EQ(errorOf([&] { coordinator.generateAutoZooms("x"); }),
+  EXPECT_FALSE(coordinator->recording()->facecam || coordinator->recording()->cursorTelemetry);
+  EXPECT_NEAR(coordinator->outputDuration(), 2, 0.001);
+  EXPECT_EQ(errorOf([&] { coordinator->generateAutoZooms("x"); }),
             "unknown zoom preset 'x'; available: balanced, subtle, snappy, cinematic, guided");
-  EXPECT_EQ(errorOf([&] { coordinator.deleteOutputRange(1.5, 9); }),
+  EXPECT_EQ(errorOf([&] { coordinator->deleteOutputRange(1.5, 9); }),
             "split range 1.5-9s is invalid for a 2s recording");
 
   TestRecording{}.write(folder / "x.facecam.mov");
@@ -85,18 +41,18 @@ TEST_F(EditorCoordinatorTest, FindsWhatBelongsToARecordingAndSaysWhatItCannotDo)
                                                   .height = 108,
                                                   .samples = {{.x = 90, .y = 50}},
                                                   .clicks = {{.x = 90, .y = 50, .timestamp = 700}}}));
-  run(coordinator.load({.screenVideoPath = video.string()}));
-  EXPECT_EQ(coordinator.recording()->facecam, folder / "x.facecam.mov");
-  EXPECT_TRUE(coordinator.recordingCameraShows());
-  coordinator.changeFacecam([](FacecamSettings& camera) { camera.enabled = false; });
-  EXPECT_FALSE(coordinator.recordingCameraShows());
-  coordinator.generateAutoZooms("balanced");
-  EXPECT_EQ(coordinator.autoZoomCount(), 1U);
+  run(coordinator->load({.screenVideoPath = video.string()}));
+  EXPECT_EQ(coordinator->recording()->facecam, folder / "x.facecam.mov");
+  EXPECT_TRUE(coordinator->recordingCameraShows());
+  coordinator->changeFacecam([](FacecamSettings& camera) { camera.enabled = false; });
+  EXPECT_FALSE(coordinator->recordingCameraShows());
+  coordinator->generateAutoZooms("balanced");
+  EXPECT_EQ(coordinator->autoZoomCount(), 1U);
 
   AtomicFile::write(folder / "sound.mp4", "no media");
-  EXPECT_NE(errorOf([&] { run(coordinator.load({.screenVideoPath = (folder / "sound.mp4").string()})); }),
+  EXPECT_NE(errorOf([&] { run(coordinator->load({.screenVideoPath = (folder / "sound.mp4").string()})); }),
             "");
-  EXPECT_EQ(coordinator.recording()->screenVideo, video);
+  EXPECT_EQ(coordinator->recording()->screenVideo, video);
 }
 
 TEST_F(EditorCoordinatorTest, KeepsTheCameraInStepByWhatItsFileTells) {
@@ -106,8 +62,8 @@ TEST_F(EditorCoordinatorTest, KeepsTheCameraInStepByWhatItsFileTells) {
   const auto offset = [&](auto&& writeCamera) {
     std::filesystem::remove(folder / "x.facecam.mov");
     writeCamera(folder / "x.facecam.mov");
-    run(coordinator.load({.screenVideoPath = video.string()}));
-    return coordinator.recording()->facecamOffsetMs;
+    run(coordinator->load({.screenVideoPath = video.string()}));
+    return coordinator->recording()->facecamOffsetMs;
   };
   TestRecording camera{.frames = 60, .container = MediaContainer::quickTime, .start = cameraBegan};
   EXPECT_EQ(offset([&](const auto& path) { camera.writeUnfinished(path); }), 400) << "killed";
@@ -116,12 +72,12 @@ TEST_F(EditorCoordinatorTest, KeepsTheCameraInStepByWhatItsFileTells) {
   camera.start = cameraBegan;
   EXPECT_EQ(offset([&](const auto& path) { camera.write(path); }), 400);
 
-  auto state = coordinator.exportEditorState();
+  auto state = coordinator->exportEditorState();
   state.timelineEdits.clipList = std::vector{TimelineClip{.end = 2, .cameraFullScreen = true}};
   state.video->background = TransparentBackground();
   state.video->padding = state.video->borderRadius = state.video->shadow = 0;
-  coordinator.applyEditorState(state);
-  run(coordinator.exportMP4(folder / "out.mp4", EditorExportQuality::source, false, [](double) {}));
+  coordinator->applyEditorState(state);
+  run(coordinator->exportMP4(folder / "out.mp4", EditorExportQuality::source, false, [](double) {}));
   const auto frames = DecodedMedia::decode(folder / "out.mp4").frames;
   ASSERT_EQ(frames.size(), 60U);
   EXPECT_EQ(frames[6].stamp, 6U) << "the screen's, before the camera has one";
@@ -146,23 +102,23 @@ TEST_F(EditorCoordinatorTest, BurnsCaptionsInOnlyWhenAskedTo) {
 
 TEST_F(EditorCoordinatorTest, FingerprintsAreOfTheEditAndNotOfTheRoadToIt) {
   open();
-  const auto fresh = coordinator.editFingerprint();
+  const auto fresh = coordinator->editFingerprint();
   EXPECT_THAT(fresh, testing::MatchesRegex("[0-9a-f]{64}"));
-  coordinator.setSpeed(0.5, 1.5, 1.5);
-  coordinator.deleteOutputRange(0.2, 0.4);
-  const auto edited = coordinator.editFingerprint();
+  coordinator->setSpeed(0.5, 1.5, 1.5);
+  coordinator->deleteOutputRange(0.2, 0.4);
+  const auto edited = coordinator->editFingerprint();
   EXPECT_NE(edited, fresh);
-  auto& driver = coordinator.driver();
+  auto& driver = coordinator->driver();
   while (driver.history().canUndo()) driver.undo();
-  EXPECT_EQ(coordinator.editFingerprint(), fresh);
+  EXPECT_EQ(coordinator->editFingerprint(), fresh);
   while (driver.history().canRedo()) driver.redo();
-  EXPECT_EQ(coordinator.editFingerprint(), edited);
+  EXPECT_EQ(coordinator->editFingerprint(), edited);
   while (driver.history().canUndo()) driver.undo();
-  coordinator.setSpeed(0.5, 1.5, 1.5);  // with other identities
-  coordinator.deleteOutputRange(0.2, 0.4);
-  EXPECT_EQ(coordinator.editFingerprint(), edited);
+  coordinator->setSpeed(0.5, 1.5, 1.5);  // with other identities
+  coordinator->deleteOutputRange(0.2, 0.4);
+  EXPECT_EQ(coordinator->editFingerprint(), edited);
 
-  const Json saved = coordinator.exportEditorState();
+  const Json saved = coordinator->exportEditorState();
   EditorCoordinator other(loop.get_executor(), {});
   run(other.load({.screenVideoPath = video.string()}));
   other.applyEditorState(JSON::decode<ProjectEditorState>(JSON::parse(JSON::pretty(saved))));
@@ -255,8 +211,8 @@ Json another(const Json& value) {
 TEST_F(EditorCoordinatorTest, FingerprintsTellEveryFieldAndNoIdentity) {
   open();
   const auto fingerprint = [&](const Json& state) {
-    coordinator.applyEditorState(JSON::decode<ProjectEditorState>(state));
-    return coordinator.editFingerprint();
+    coordinator->applyEditorState(JSON::decode<ProjectEditorState>(state));
+    return coordinator->editFingerprint();
   };
   std::set<std::string> seen;
   for (const Json whole : everyField()) {
@@ -276,43 +232,31 @@ TEST_F(EditorCoordinatorTest, FingerprintsTellEveryFieldAndNoIdentity) {
       }
     }
   }
-  auto state = coordinator.exportEditorState();
+  auto state = coordinator->exportEditorState();
   state.video->padding = std::numeric_limits<double>::quiet_NaN();
-  coordinator.applyEditorState(state);
-  EXPECT_EQ(coordinator.editFingerprint(), "unhashable");
+  coordinator->applyEditorState(state);
+  EXPECT_EQ(coordinator->editFingerprint(), "unhashable");
 }
 
 TEST_F(EditorCoordinatorTest, ExportsWhatIsOpenAndMakesItsPoster) {
-  struct Missing : CaptionTargets {
-    Task<std::vector<std::string>> missing(TimelineEditSnapshot) override {
-      std::vector<std::string> names{name};
-      co_return names;
-    }
-    std::string name = "The talk";
-  };
-  EditorCoordinator strict(loop.get_executor(), {.captions = std::make_shared<Missing>()});
-  run(strict.load({.screenVideoPath = record().string()}));
   const auto target = folder / "out.mp4";
   using Quality = EditorExportQuality;
-  EXPECT_EQ(
-      errorOf([&] { run(strict.exportMP4(target, Quality::source, true, [](double) {})); }),
-      "Captions for “The talk” aren't ready yet. Wait for them in the Captions tab, or turn captions off.");
-
   open();
-  coordinator.deleteOutputRange(0.5, 1);
-  const auto result = run(coordinator.exportMP4(target, Quality::source, false, [](double) {}));
+  coordinator->deleteOutputRange(0.5, 1);
+  const auto result = run(coordinator->exportMP4(target, Quality::source, false, [](double) {}));
   EXPECT_EQ(result, (VideoExportResult{.didPassthrough = false, .outputSize = {192, 108}}));
   EXPECT_EQ(DecodedMedia::decode(target).frames.size(), 45U);
 
   // Cancelled as soon as it has begun: by its first progress, from the thread that the coordinator lives on.
-  const auto cancelling = [&](double) { asio::post(loop, [&] { coordinator.cancelExport(); }); };
+  const auto cancelling = [&](double) { asio::post(loop, [&] { coordinator->cancelExport(); }); };
   record({.frames = 600});
-  run(coordinator.load({.screenVideoPath = video.string()}));
-  EXPECT_EQ(errorOf([&] { run(coordinator.exportMP4(folder / "b.mp4", Quality::p1080, false, cancelling)); }),
-            "The export was cancelled.");
+  run(coordinator->load({.screenVideoPath = video.string()}));
+  EXPECT_EQ(
+      errorOf([&] { run(coordinator->exportMP4(folder / "b.mp4", Quality::p1080, false, cancelling)); }),
+      "The export was cancelled.");
   EXPECT_FALSE(std::filesystem::exists(folder / "b.mp4"));
 
-  run(coordinator.writeSharePoster(folder / "poster.jpg", 96));
+  run(coordinator->writeSharePoster(folder / "poster.jpg", 96));
   EXPECT_TRUE(AtomicFile::read(folder / "poster.jpg").starts_with("\xff\xd8\xff"));
 }
 
