@@ -2,11 +2,14 @@
 
 #include <unistd.h>
 
+#include "Core/SystemLanguage.h"
 #include "Linux/Desktop/BrowserSignIn.h"
 #include "Linux/Desktop/DesktopClipboard.h"
 #include "Linux/Desktop/DesktopSession.h"
 #include "Linux/Http/CurlHttpClient.h"
 #include "Linux/Secrets/LinuxSecretStore.h"
+#include "Linux/Speech/InstalledSpeech.h"
+#include "Linux/Speech/PocketSphinxRecognizer.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "quillant/Commands/Console.h"
 #include "quillant/Commands/TerminalSignIn.h"
@@ -42,6 +45,12 @@ CloudServices PlatformServices::cloudServices() {
           .clipboard = DesktopClipboard::make(),
           .probe = VideoFile::probe,
           .makePoster = VideoFile::makePoster};
+}
+
+Transcriber PlatformServices::transcriber() {
+  return Transcriber(
+      {.modern = InstalledSpeech::find(InstalledSpeech::Places::ofUser(), SystemLanguage::current()),
+       .legacy = std::make_shared<PocketSphinxRecognizer>(QUILLANT_SPEECH_MODELS)});
 }
 
 }  // namespace quillant

@@ -5,6 +5,7 @@
 #include "CaptureEngine/BrokeredCameraService.h"
 #include "CaptureEngine/CameraSessionBroker.h"
 #include "CaptureEngine/CaptureServices.h"
+#include "Editor/Captions/Transcriber.h"
 #include "Linux/Camera/DeviceCameraSession.h"
 #include "Linux/Screen/X11ScreenService.h"
 #include "Linux/Sound/PulseSoundService.h"
@@ -22,6 +23,9 @@ class PlatformServices {
   /// The service's token lies in the keyring; a sign-in goes through the desktop's browser, through the
   /// terminal, or through both, as there are.
   static CloudServices cloudServices();
+  /// Listens on this machine, in the system's language, by what is installed at the time of the call.
+  /// Blocking, for a moment.
+  static Transcriber transcriber();
 
  private:
   X11ScreenService screen_;

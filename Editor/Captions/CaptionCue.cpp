@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fmt/format.h>
 
 namespace quillant {
 
@@ -15,6 +16,11 @@ std::optional<CaptionCue> CaptionCue::of(std::span<const CaptionBlock> blocks, s
   const CaptionCue cue{milliseconds(blocks[index].start), milliseconds(end)};
   if (!(cue.start < cue.end)) return std::nullopt;
   return cue;
+}
+
+std::string CaptionCue::timestamp(std::int64_t milliseconds, char point) {
+  return fmt::format("{:02}:{:02}:{:02}{}{:03}", milliseconds / 3'600'000, milliseconds / 60'000 % 60,
+                     milliseconds / 1000 % 60, point, milliseconds % 1000);
 }
 
 }  // namespace quillant

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 
 #include "Editor/Composition/CaptionBlock.h"
 
@@ -17,6 +18,8 @@ struct CaptionCue {
   static std::optional<CaptionCue> of(std::span<const CaptionBlock> blocks, std::size_t index);
   /// Rounded; what is before 0 counts as 0.
   static std::int64_t milliseconds(double seconds);
+  /// As hours, minutes and seconds, with `point` before the milliseconds.
+  static std::string timestamp(std::int64_t milliseconds, char point);
 };
 
 }  // namespace quillant

@@ -11,8 +11,7 @@ namespace quillant::CaptionWebVTT {
 namespace {
 
 std::string timestamp(std::int64_t milliseconds) {
-  return fmt::format("{:02}:{:02}:{:02}.{:03}", milliseconds / 3'600'000, milliseconds / 60'000 % 60,
-                     milliseconds / 1000 % 60, milliseconds % 1000);
+  return CaptionCue::timestamp(milliseconds, '.');
 }
 
 /// A word cannot open a tag, an entity or a new line of the file.

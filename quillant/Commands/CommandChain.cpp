@@ -42,7 +42,7 @@ CommandChain::CommandChain(PlatformServices& services) {
       std::make_unique<CameraContentionCLI>(services.captureServices(), services.cameraBroker()));
   unavailable({"facecam-bubble-proof"});
   commands_.push_back(std::make_unique<LibraryCLI>());
-  commands_.push_back(std::make_unique<EditorCLI>());
+  commands_.push_back(std::make_unique<EditorCLI>(PlatformServices::transcriber));
   commands_.push_back(std::make_unique<SignInCallbackCommand>());
   commands_.push_back(std::make_unique<HelpCLI>());
 }

@@ -150,22 +150,37 @@ LookOptions::Speed speed(const std::string& flag, const std::string& word,
   return {*value, *factor};
 }
 
-void captions(const std::string& flag, const std::string& word) {
-  if (word == LookOptions::none) return;
-  if (fromRawText<TimelineCaptionStyle>(word))
-    throw ParseError("this build cannot make captions yet; those that a project has are burned in");
-  refuse(flag, word, fmt::format("{}", fmt::join(names<TimelineCaptionStyle>({LookOptions::none}), ", ")));
+void captions(const std::string& flag, const std::string& word, LookOptions& look) {
+  look.captions = fromRawText<TimelineCaptionStyle>(word);
+  look.burnsCaptions = word != LookOptions::none;
+  if (look.burnsCaptions && !look.captions)
+    refuse(flag, word, fmt::format("{}", fmt::join(names<TimelineCaptionStyle>({LookOptions::none}), ", ")));
+}
+
+TimelineTranscriptTrack track(const std::string& flag, const std::string& word) {
+  const auto value = fromRawText<TimelineTranscriptTrack>(word);
+  if (value && *value != TimelineTranscriptTrack::audio) return *value;
+  refuse(flag, word, "mic, system");
 }
 
 std::string extension(const std::filesystem::path& path) {
   return Text::lowercased(path.extension().string());
 }
 
+[[noreturn]] void refuseOutput(const std::filesystem::path& output, const std::string& endings) {
+  refuse("--output", output.filename().string(), "a name that ends in " + endings);
+}
+
 VideoExportFormat format(const std::filesystem::path& output) {
   const auto ending = extension(output);
   if (!ending.empty())
     if (const auto value = fromRawText<VideoExportFormat>(ending.substr(1))) return *value;
-  refuse("--output", output.filename().string(), "a name that ends in .mp4, .mov or .gif");
+  refuseOutput(output, ".mp4, .mov or .gif");
+}
+
+void requireEnding(const std::filesystem::path& output, std::initializer_list<const char*> endings,
+                   const std::string& inWords) {
+  if (std::ranges::find(endings, extension(output)) == endings.end()) refuseOutput(output, inWords);
 }
 
 /// Options that a kind of file has no use for. Ignored in silence, they would be looked for in the result.
@@ -181,6 +196,15 @@ struct Option {
   std::function<void(const std::string& flag, const std::string& word)> take;
 };
 using Options = std::map<std::string, Option, std::less<>>;
+
+Options captionOptionsOf(ExportWords& result) {
+  using W = const std::string&;
+  return {
+      {"--output", {.take = [&](W, W word) { result.output = pathArgument(word); }}},
+      {"--style", {.take = [&](W f, W w) { result.look.captions = choice<TimelineCaptionStyle>(f, w); }}},
+      {"--track", {.take = [&](W f, W w) { result.track = track(f, w); }}},
+  };
+}
 
 Options optionsOf(ExportWords& result) {
   auto& choices = result.choices;
@@ -217,12 +241,7 @@ Options optionsOf(ExportWords& result) {
       {"--camera", {.take = [&](W f, W w) { look.camera = camera(f, w); }}},
       {"--cut", {.take = [&](W f, W w) { look.cuts.push_back(cut(f, w)); }}},
       {"--speed", {.take = [&](W f, W w) { look.speeds.push_back(speed(f, w, look.speeds)); }}},
-      {"--captions",
-       {.take =
-            [&](W flag, W word) {
-              captions(flag, word);
-              look.burnsCaptions = false;
-            }}},
+      {"--captions", {.take = [&](W f, W w) { captions(f, w, look); }}},
   };
 }
 
@@ -232,7 +251,7 @@ ExportWords ExportWords::parse(Command command, const std::vector<std::string>& 
   const bool isFrame = command == Command::frame;
   ExportWords result;
   std::vector<std::string> given;
-  auto options = optionsOf(result);
+  auto options = command == Command::captions ? captionOptionsOf(result) : optionsOf(result);
   if (isFrame) {
     options["--at"] = {.take = [&](const std::string& flag, const std::string& word) {
       const auto seconds = finite(word);
@@ -259,12 +278,12 @@ ExportWords ExportWords::parse(Command command, const std::vector<std::string>& 
   if (isFrame && !isGiven("--at")) throw ParseError("missing required option --at");
   if (result.output.empty()) throw ParseError("missing required option --output");
   const auto ending = extension(result.output);
-  if (isFrame) {
-    if (ending != ".png" && ending != ".jpg" && ending != ".jpeg")
-      refuse("--output", result.output.filename().string(), "a name that ends in .png or .jpg");
-  } else {
+  if (command == Command::exportVideo)
     result.choices.format = format(result.output);
-  }
+  else if (isFrame)
+    requireEnding(result.output, {".png", ".jpg", ".jpeg"}, ".png or .jpg");
+  else
+    requireEnding(result.output, {".vtt", ".srt", ".txt", ".json"}, ".vtt, .srt, .txt or .json");
   for (const auto& flag : uselessOptions(command, ending))
     if (isGiven(flag)) throw ParseError(flag + " has no effect on " + ending + " files");
   return result;
@@ -287,9 +306,7 @@ std::string lines(const std::vector<std::string>& names) {
   return result + line;
 }
 
-}  // namespace
-
-std::string ExportWords::help() {
+std::string exportHelp() {
   return fmt::format(
       R"(usage: quillant export <project id | bundle.quillant | video> --output <file.mp4|.mov|.gif> [options]
        quillant frame <project id | bundle.quillant | video> --at <seconds> --output <file.png|.jpg> [options]
@@ -325,7 +342,8 @@ The look, for this file alone:
   --camera none|<anchor>      {anchors}
   --cut <from>-<to>           seconds that are left out; may be given several times
   --speed <from>-<to>:<speed> {speeds}; may be given several times
-  --captions none             leaves out the captions that a project has
+  --captions none|<style>     what is said, in the picture: {captions}; listens to it first where
+                              nobody has yet
 
 Times of cuts and speeds are seconds of the video as it would be without them.
 
@@ -335,8 +353,25 @@ Cursors:
 {cursors})",
       fmt::arg("zooms", fmt::join(PresetNames::zooms(), ", ")),
       fmt::arg("anchors", fmt::join(names<FacecamAnchor>(), ", ")),
+      fmt::arg("captions", fmt::join(names<TimelineCaptionStyle>(), ", ")),
       fmt::arg("speeds", fmt::join(TimelineClipSpeed::allowed, ", ")),
       fmt::arg("backgrounds", lines(PresetNames::backgrounds())), fmt::arg("cursors", lines(cursors())));
+}
+
+constexpr const char* captionsHelp =
+    R"(usage: quillant captions <project id | bundle.quillant | video> --output <file.vtt|.srt|.txt|.json> [options]
+
+Writes what is said in the finished video: as subtitles (WebVTT with the time of each word, or SubRip), as plain text,
+or with all times as JSON. Listens to it first where nobody has yet, on this computer and nowhere else. The project
+itself is not changed. The file appears whole, or not at all.
+
+  --style box|outline|plain   how players that can draw it should; the project's, or box
+  --track mic|system          one voice of a recording alone)";
+
+}  // namespace
+
+std::string ExportWords::help(Command command) {
+  return command == Command::captions ? captionsHelp : exportHelp();
 }
 
 }  // namespace quillant

@@ -11,9 +11,9 @@
 
 namespace quillant {
 
-/// The words after `export` or `frame`, understood.
+/// The words after `export`, `frame` or `captions`, understood.
 struct ExportWords {
-  enum class Command { exportVideo, frame };
+  enum class Command { exportVideo, frame, captions };
 
   /// Words that cannot be understood; the text names what would have been.
   class ParseError : public Error {
@@ -26,14 +26,15 @@ struct ExportWords {
   VideoExportOptions choices;    ///< Without a look.
   bool choosesFrameRate = false;
   LookOptions look;
-  double at = 0;  ///< Output seconds; of a frame.
+  double at = 0;                                 ///< Output seconds; of a frame.
+  std::optional<TimelineTranscriptTrack> track;  ///< Of captions; none: every voice.
 
   /// Reads the words from left to right; a later occurrence of an option overrides an earlier one, but for
   /// cuts and speeds. Throws `ParseError`.
   static ExportWords parse(Command command, const std::vector<std::string>& words);
 
-  /// Every option, and the names of everything that can be chosen.
-  static std::string help();
+  /// Every option of a command, and the names of everything that can be chosen.
+  static std::string help(Command command);
 };
 
 }  // namespace quillant

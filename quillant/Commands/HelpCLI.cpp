@@ -15,6 +15,7 @@ constexpr const char* afterUsage = R"(       quillant login | logout | whoami
        quillant projects
        quillant export <project id | bundle.quillant | video> --output <file.mp4|.mov|.gif> [options]
        quillant frame <project id | bundle.quillant | video> --at <seconds> --output <file.png|.jpg> [options]
+       quillant captions <project id | bundle.quillant | video> --output <file.vtt|.srt|.txt|.json> [options]
        quillant verify-display | verify-area [--display <displayID>]
        quillant facecam-contention
        quillant author-e1-fixture [--dir <directory>]
@@ -34,6 +35,7 @@ Records the screen, makes videos of recordings, and shares them. Without a comma
   projects  list the projects, and what needs attention
   export    make a finished video or GIF; quillant export --help tells every choice
   frame     make a finished picture of one moment
+  captions  write what is said as subtitles or as text, heard on this computer alone
 
   verify-display, verify-area, facecam-contention
             try on this machine that the right display and area are recorded, and that previews of the

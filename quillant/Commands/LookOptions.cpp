@@ -79,6 +79,11 @@ void LookOptions::apply(EditorCoordinator& coordinator) const {
     coordinator.generateAutoZooms(*zoom);
   }
 
+  if (captions) {
+    coordinator.setCaptionsOn(true);
+    coordinator.setCaptionStyle(*captions);
+  }
+
   // From the end to the start: what is changed moves nothing before it.
   const auto pieces = united(cuts);
   for (auto cut = pieces.rbegin(); cut != pieces.rend(); ++cut) {

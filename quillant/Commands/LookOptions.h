@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Editor/Project/BackgroundStyle.h"
+#include "Editor/Timeline/TimelineCaptions.h"
 #include "Editor/Timeline/TimelineSpan.h"
 
 namespace quillant {
@@ -36,7 +37,8 @@ struct LookOptions {
   // Seconds of the video as it would be without these. Cuts may overlap, speeds may not.
   std::vector<TimelineSpan> cuts;
   std::vector<Speed> speeds;
-  bool burnsCaptions = true;
+  std::optional<TimelineCaptionStyle> captions;  ///< Turns them on.
+  bool burnsCaptions = true;                     ///< Those that are on.
 
   static constexpr const char* none = "none";
 

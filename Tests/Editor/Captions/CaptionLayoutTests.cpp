@@ -1,3 +1,4 @@
+#include <array>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
@@ -5,8 +6,13 @@
 #include <ranges>
 #include <regex>
 
+#include "Core/AtomicFile.h"
+#include "Editor/Captions/CaptionCue.h"
 #include "Editor/Captions/CaptionLayout.h"
+#include "Editor/Captions/CaptionSubRip.h"
 #include "Editor/Captions/CaptionWebVTT.h"
+#include "Tests/Support/ChildProcess.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 namespace quillant {
 
@@ -129,35 +135,53 @@ TEST(CaptionWebVTT, WritesCuesThatNeverOverlap) {
 }
 
 TEST(CaptionLayout, SaysEveryWordOfRandomEditsOnceAPlay) {
+  constexpr std::array texts{"a",       "words", "of",     "naïve",
+                             "a<b>",    "&amp;", "日本語", "\U0001F468‍\U0001F469‍\U0001F467",
+                             "longer.", "why?"};
+  TemporaryFolder folder;
   std::mt19937 random(7);
   const auto below = [&](int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(random); };
-  for (int round = 0; round < 300; ++round) {
+  const auto speech = [&] {
     std::vector<TimelineCaptionWord> words;
-    for (double time = 0; time < 90;) {
+    for (double time = 0.1 * below(30); time < 90;) {
       const double end = time + 0.02 * (1 + below(40));
-      words.push_back(
-          {time, end, std::string(static_cast<std::size_t>(1 + below(12)), 'w') + (below(9) ? "" : ".")});
+      words.push_back({time, end, texts[static_cast<std::size_t>(below(texts.size()))]});
       time = end + (below(5) ? 0 : 0.1 * below(15));
     }
+    return words;
+  };
+  for (int round = 0; round < 300; ++round) {
     std::vector<TimelineClip> clips;
     for (int i = 1 + below(5); i > 0; --i) {
       const double start = 0.5 * below(150);
       clips.push_back(clip(start, start + 0.5 * (1 + below(40)), 1 + 0.25 * below(5)));
     }
-    const auto edits = edit(words, clips);
+    auto edits = edit(speech(), clips);
+    edits.captions->setTranscript(
+        {.source = "primary", .track = TimelineTranscriptTrack::system, .words = speech()});
     const auto plan = TimelineExportEditPlan::build(duration, edits);
-    std::map<std::size_t, int> expected;
-    std::map<std::size_t, int> said;
-    for (std::size_t i = 0; i < words.size(); ++i)
-      for (const auto& segment : plan.segments) {
-        const double middle = (words[i].start + words[i].end) / 2;
-        expected[i] += middle >= segment.sourceStart - 1e-9 && middle < segment.sourceEnd - 1e-9;
-      }
+    using Plays = std::map<std::pair<std::size_t, std::size_t>, int>;
+    Plays expected;
+    Plays said;
+    for (std::size_t voice = 0; voice < 2; ++voice)
+      for (std::size_t i = 0; i < edits.captions->transcripts[voice].words.size(); ++i)
+        for (const auto& segment : plan.segments) {
+          const auto& word = edits.captions->transcripts[voice].words[i];
+          const double middle = (word.start + word.end) / 2;
+          expected[{voice, i}] += middle >= segment.sourceStart - 1e-9 && middle < segment.sourceEnd - 1e-9;
+        }
     const auto laidOut = CaptionLayout::blocks(edits, plan);
-    for (const auto& block : laidOut) {
+    std::int64_t shownUntil = 0;
+    for (std::size_t i = 0; i < laidOut.size(); ++i) {
+      const auto& block = laidOut[i];
       ASSERT_GE(2u, block.lines.size());
       ASSERT_EQ(block.words.size(), block.lines.back().last + 1);
-      for (std::size_t i = 0; i < block.words.size(); ++i) ++said[block.wordRange.first + i];
+      for (std::size_t word = 0; word < block.words.size(); ++word)
+        ++said[{block.transcriptIndex, block.wordRange.first + word}];
+      const auto cue = CaptionCue::of(laidOut, i);
+      if (!cue) continue;
+      ASSERT_LE(shownUntil, cue->start) << "cues overlap";
+      shownUntil = cue->end;
     }
     std::erase_if(expected, [](const auto& count) { return count.second == 0; });
     ASSERT_EQ(said, expected);
@@ -175,6 +199,14 @@ TEST(CaptionLayout, SaysEveryWordOfRandomEditsOnceAPlay) {
         ASSERT_LE(previous, found->str()) << file;
         previous = found->str();
       }
+
+    if (round % 50 != 0) continue;
+    // Another program reads the same cues from it as we write as SubRip.
+    AtomicFile::write(folder / "x.vtt", file);
+    ChildProcess reader({"ffmpeg", "-v", "error", "-i", (folder / "x.vtt").string(), "-f", "srt", "-"});
+    auto read = reader.readAll();
+    std::erase(read, '\r');
+    EXPECT_EQ(read, CaptionSubRip::make(laidOut) + "\n");
   }
 }
 

@@ -1,4 +1,4 @@
-#include "quillant/Commands/ExportProgress.h"
+#include "quillant/Commands/CommandProgress.h"
 
 #include <cmath>
 #include <cstdio>
@@ -20,15 +20,15 @@ constexpr double firstEstimate = 1;
 
 }  // namespace
 
-ExportProgress::ExportProgress() : isTerminal_(::isatty(STDOUT_FILENO) == 1) {}
+CommandProgress::CommandProgress() : isTerminal_(::isatty(STDOUT_FILENO) == 1) {}
 
-ExportProgress::~ExportProgress() {
+CommandProgress::~CommandProgress() {
   if (!isTerminal_ || shown_ < 0) return;
   std::fputs(clearLine, stdout);
   std::fflush(stdout);
 }
 
-void ExportProgress::show(double done) {
+void CommandProgress::show(double done) {
   const int step = isTerminal_ ? 1 : 10;
   const int percent = static_cast<int>(done * 100) / step * step;
   if (percent == shown_) return;

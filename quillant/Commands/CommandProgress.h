@@ -4,15 +4,15 @@
 
 namespace quillant {
 
-/// How far an export is, on standard output: on a terminal in one place and with the time left, elsewhere a
+/// How far a command is, on standard output: on a terminal in one place and with the time left, elsewhere a
 /// line for every tenth. Belongs to one thread at a time.
-class ExportProgress {
+class CommandProgress {
  public:
-  ExportProgress();
+  CommandProgress();
   /// Leaves the terminal at the beginning of an empty line.
-  ~ExportProgress();
-  ExportProgress(const ExportProgress&) = delete;
-  ExportProgress& operator=(const ExportProgress&) = delete;
+  ~CommandProgress();
+  CommandProgress(const CommandProgress&) = delete;
+  CommandProgress& operator=(const CommandProgress&) = delete;
 
   /// Takes numbers from 0 to 1.
   void show(double done);
