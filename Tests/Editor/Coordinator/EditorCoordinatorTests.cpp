@@ -87,15 +87,15 @@ TEST_F(EditorCoordinatorTest, KeepsTheCameraInStepByWhatItsFileTells) {
 TEST_F(EditorCoordinatorTest, BurnsCaptionsInOnlyWhenAskedTo) {
   open();
   const auto picture = [&](bool burnsCaptions) {
-    const auto frame = run(coordinator.composedFrame(1, {}, burnsCaptions));
+    const auto frame = run(coordinator->composedFrame(1, {}, burnsCaptions));
     const auto& luma = frame->planes[0];
     return std::vector(luma.data, luma.data + static_cast<std::ptrdiff_t>(luma.stride) * frame->height);
   };
   const auto plain = picture(true);
-  auto state = coordinator.exportEditorState();
+  auto state = coordinator->exportEditorState();
   state.timelineEdits.captions =
       TimelineCaptions{.on = true, .transcripts = {{.source = "primary", .words = {{0.5, 1.5, "read"}}}}};
-  coordinator.applyEditorState(state);
+  coordinator->applyEditorState(state);
   EXPECT_TRUE(picture(true) != plain);
   EXPECT_TRUE(picture(false) == plain);
 }
