@@ -122,7 +122,7 @@ TEST(VideoReader, SharesOrConvertsWhatIsDecodedAndSaysItsColours) {
        PixelFormat::i422x10,
        {.matrix = Color::Matrix::bt601}},
       {"c.mp4",
-       {"-c:v", "libx264", "-pix_fmt", "yuvj420p", "-chroma_sample_location", "center"},
+       {"-c:v", "libx264", "-pix_fmt", "yuvj420p", "-bsf:v", "h264_metadata=chroma_sample_loc_type=1"},
        PixelFormat::i420,
        {.range = Color::Range::full, .chromaSite = Color::ChromaSite::center}},
       {"d.mkv", {"-c:v", "ffv1", "-pix_fmt", "bgr0"}, PixelFormat::bgra, {}},
