@@ -23,6 +23,7 @@ class DesktopTest : public testing::Test {
     set("XDG_RUNTIME_DIR", home / "run");
     set("XDG_DATA_HOME", home / "data");
     set("XDG_CONFIG_HOME", home / "config");
+    set("XDG_DATA_DIRS", home / "data");  // no browser of the system's
     set("DISPLAY", ":4242");
     for (const auto* name : {"WAYLAND_DISPLAY", "XDG_CURRENT_DESKTOP"}) set(name, "");
     set("PATH", (home / "bin").string() + ":" + Environment::value("PATH"));
