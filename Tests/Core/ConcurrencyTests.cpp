@@ -1,4 +1,3 @@
-#include <asio/use_future.hpp>
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -67,10 +66,12 @@ TEST(Task, RunsOnTheStrandItIsSentToAndCarriesErrors) {
   const auto strand = makeStrand();
   int unguarded = 0;
   const auto increment = [&]() -> Task<int> { co_return ++unguarded; };
-  std::vector<std::future<int>> results;
-  for (int i = 0; i < 500; ++i)
-    results.push_back(asio::co_spawn(backgroundExecutor(), runOn(strand, increment()), asio::use_future));
-  for (auto& result : results) result.get();
+  std::vector<std::future<void>> callers;
+  for (int caller = 0; caller < 5; ++caller)
+    callers.push_back(std::async(std::launch::async, [&] {
+      for (int i = 0; i < 100; ++i) runBlocking(runOn(strand, increment()));
+    }));
+  for (auto& caller : callers) caller.get();
   EXPECT_EQ(unguarded, 500);
   EXPECT_THROW(runBlocking([]() -> Task<int> {
                  throw std::runtime_error("x");
@@ -92,9 +93,8 @@ TEST(Continuation, TakesTheFirstValueWhicheverComesFirst) {
     const auto strand = makeStrand();
     const Continuation<int> continuation(strand);
     if (early) continuation.resume(1);
-    auto result = asio::co_spawn(strand, continuation.wait(), asio::use_future);
+    auto result = std::async(std::launch::async, [&] { return runBlocking(continuation.wait(), strand); });
     continuation.resume(early ? 2 : 1);
-    ASSERT_EQ(result.wait_for(10s), std::future_status::ready);
     EXPECT_EQ(result.get(), 1);
   }
 }

@@ -1,7 +1,6 @@
 #include <array>
 #include <asio/bind_cancellation_slot.hpp>
 #include <asio/cancellation_signal.hpp>
-#include <asio/use_future.hpp>
 #include <future>
 #include <unistd.h>
 
@@ -101,7 +100,7 @@ class CallbackSocketTest : public DesktopTest {
   }
 
   std::future<std::string> receive(CallbackSocket& socket) {
-    return asio::co_spawn(strand, socket.receive("quillant"), asio::use_future);
+    return std::async(std::launch::async, [&] { return runBlocking(socket.receive("quillant"), strand); });
   }
 
   const std::filesystem::path path = CallbackSocket::path();
