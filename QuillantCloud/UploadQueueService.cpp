@@ -64,13 +64,14 @@ Task<UploadQueueService::RunResult> UploadQueueService::resumePending(QuillantAP
         (obstacle == PendingUploadWalk::Obstacle::underWay ? result.underWay : result.stillPending)
             .push_back(entry.id);
       }};
-  co_await walk.run([&](PendingUpload& entry) -> Task<bool> {
+  const auto visit = [&](PendingUpload& entry) -> Task<bool> {
     if (!force && secondsUntilDue(entry, now) > 0 && !Uploader::sizeChange(entry))
       result.skippedBackoff.push_back(entry.id);
     else if (const auto outcome = co_await run(uploader, entry, now, result))
       co_await ended(entry, *outcome);
     co_return !result.needAuth && !result.cancelled;  // the others would fail alike
-  });
+  };
+  co_await walk.run(visit);
   co_return result;
 }
 

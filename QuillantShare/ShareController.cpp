@@ -176,8 +176,8 @@ Task<> ShareController::share() {
 /// Makes the link, or returns the state that says why there is none.
 Task<std::optional<ShareState>> ShareController::mint() {
   const auto metadata = parts_.metadata();
-  if (const auto decision = co_await parts_.capCheck(metadata.durationMs); decision.over)
-    co_return Cap{*decision.over};
+  const auto decision = co_await parts_.capCheck(metadata.durationMs);
+  if (decision.over) co_return Cap{*decision.over};
   try {
     co_await parts_.uploader->mint(metadata);
     co_return std::nullopt;
@@ -248,8 +248,8 @@ Task<ShareController::Failure> ShareController::renderThenUpload(Turn turn, std:
   show(turn, Rendering{.passthrough = renderWasPassthrough_.value_or(false)});
   auto work = std::make_shared<Work>();
   try {
-    renderWasPassthrough_ =
-        co_await parts_.render(rendered.file, progressOf(ProgressPhase::render, turn, work));
+    auto progress = progressOf(ProgressPhase::render, turn, work);
+    renderWasPassthrough_ = co_await parts_.render(rendered.file, std::move(progress));
     work.reset();
     rendered.poster = co_await parts_.poster(rendered.file);
     rendered.captions = co_await parts_.captions();
@@ -328,7 +328,8 @@ Task<> ShareController::saveToFile(Path file) {
   ShareState ending = FileSaved{file};
   try {
     const auto work = std::make_shared<Work>();
-    co_await parts_.render(file, progressOf(ProgressPhase::file, turn, work));
+    auto progress = progressOf(ProgressPhase::file, turn, work);
+    co_await parts_.render(file, std::move(progress));
   } catch (...) {
     ending = Ready{};
   }

@@ -159,10 +159,12 @@ void ShareUploader::adoptCompleted(const ProjectShareRecord& record, const Share
 
 Task<std::string> ShareUploader::run(PendingUpload entry, Progress progress, Step step) {
   assert(sequence_.isCurrent() && !claims_.empty());
-  auto uploader = co_await makeUploader_([progress = std::move(progress)](const UploadProgress& now) {
-    // What goes with the video is small: its own progress would only look like a step back.
+  // What goes with the video is small: its own progress would only look like a step back.
+  std::function<void(const UploadProgress&)> videoProgress = [progress =
+                                                                  std::move(progress)](const auto& now) {
     if (now.phase == UploadProgress::Phase::video && !now.failure && !now.cancelled) progress(now.fraction);
-  });
+  };
+  auto uploader = co_await makeUploader_(std::move(videoProgress));
   auto result = co_await runOn(strand_, ran(std::move(uploader), std::move(entry), std::move(step)));
   if (result.entry) entry_ = std::move(result.entry);
   if (result.failure) std::rethrow_exception(result.failure);
@@ -171,8 +173,8 @@ Task<std::string> ShareUploader::run(PendingUpload entry, Progress progress, Ste
 
 Task<std::string> ShareUploader::mint(ShareMetadata metadata) {
   auto entry = entry_ ? *entry_ : newEntry(metadata);
-  co_return co_await run(
-      std::move(entry), [](double) {}, reserve);
+  Progress nothingIsSent = [](double) {};
+  co_return co_await run(std::move(entry), std::move(nothingIsSent), reserve);
 }
 
 Task<> ShareUploader::uploadRendered(RenderedShare rendered, Progress progress) {

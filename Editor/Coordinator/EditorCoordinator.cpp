@@ -45,6 +45,7 @@ Recording open(RecordingHandoffFields media) {
           .facecam = media.facecamVideoPath,
           .facecamOffsetMs = media.facecamOffsetMs,
           .cursorTelemetry = media.cursorTelemetryPath,
+          .size = tracks.front().displaySize,
           .duration = VideoExportSizing::exportSourceDuration(asset.duration.seconds(),
                                                               tracks.front().duration.seconds()),
           .frameRate = tracks.front().nominalFrameRate};
@@ -107,6 +108,13 @@ std::optional<TimelineAudioRow> audioRowOf(const TranscriptDocument::SelectedSpe
   if (plays(edits.audioClips)) return TimelineAudioRow::voice;
   if (plays(edits.musicClips)) return TimelineAudioRow::music;
   return std::nullopt;
+}
+
+VideoExportOptions choicesOf(EditorExportQuality quality) {
+  const auto resolution = quality == EditorExportQuality::p1080  ? VideoExportResolution::p1080
+                          : quality == EditorExportQuality::p720 ? VideoExportResolution::p720
+                                                                 : VideoExportResolution::source;
+  return {.resolution = resolution, .format = VideoExportFormat::mp4};
 }
 
 }  // namespace
@@ -213,6 +221,15 @@ void EditorCoordinator::setVideo(ProjectVideoEditorState video) {
   video.cursorOverlay = video.cursorOverlay.clamped();
   video.insetBalance = video.insetBalance.clamped();
   video_ = std::move(video);
+}
+
+std::shared_ptr<EditorCoordinator> EditorCoordinator::copy(Executor mainThread) const {
+  assert(sequence_.isCurrent());
+  auto result = std::make_shared<EditorCoordinator>(std::move(mainThread), services_);
+  result->recording_ = recording_;
+  result->driver_.applySnapshot(edits());
+  result->video_ = video_;
+  return result;
 }
 
 const Recording& EditorCoordinator::loaded() const {
@@ -436,6 +453,11 @@ std::string EditorCoordinator::transcriptSpeaker(const TranscriptParagraph& para
   return file ? CaptionTargets::displayName(file->name, paragraph.track) : "";
 }
 
+Size EditorCoordinator::outputSize(EditorExportQuality quality) const {
+  const auto shown = VideoExportSizing::normalizedCropRect(video_.cropSelection, loaded().size);
+  return VideoExportSizing::resolvedOutputSize({shown.width, shown.height}, choicesOf(quality));
+}
+
 // ---- Results ----
 
 TimelineEditSnapshot EditorCoordinator::renderEdits(bool burnsCaptions) const {
@@ -486,12 +508,8 @@ Task<EditorCoordinator::Rendering> EditorCoordinator::makeRendering(VideoExportO
 Task<VideoExportResult> EditorCoordinator::exportMP4(std::filesystem::path target,
                                                      EditorExportQuality quality, bool burnsCaptions,
                                                      VideoExportRenderer::ProgressHandler progressHandler) {
-  loaded();
-  const auto resolution = quality == EditorExportQuality::p1080  ? VideoExportResolution::p1080
-                          : quality == EditorExportQuality::p720 ? VideoExportResolution::p720
-                                                                 : VideoExportResolution::source;
-  VideoExportOptions choices{
-      .resolution = resolution, .format = VideoExportFormat::mp4, .frameRate = sourceRate()};
+  auto choices = choicesOf(quality);
+  choices.frameRate = sourceRate();
   co_return co_await exportVideo(std::move(target), std::move(choices), burnsCaptions,
                                  std::move(progressHandler));
 }

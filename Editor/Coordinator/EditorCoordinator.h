@@ -40,6 +40,7 @@ class EditorCoordinator : public EditorStateHolding {
     std::optional<std::filesystem::path> facecam;
     std::optional<std::int64_t> facecamOffsetMs;  ///< The camera's start less the screen's.
     std::optional<std::filesystem::path> cursorTelemetry;
+    Size size;             ///< Pixels, as shown.
     double duration = 0;   ///< Seconds.
     double frameRate = 0;  ///< Frames a second; 0 if the file does not tell.
   };
@@ -61,6 +62,9 @@ class EditorCoordinator : public EditorStateHolding {
   void applyEditorState(const ProjectEditorState& state) override;
   /// As `quillant::editFingerprint`.
   std::string editFingerprint() const;
+
+  /// The same recording with the same edit, which from now on go ways of their own.
+  std::shared_ptr<EditorCoordinator> copy(Executor mainThread) const;
 
   TimelineEditDriver& driver() { return driver_; }
   const TimelineEditSnapshot& edits() const { return driver_.state().snapshot; }
@@ -97,6 +101,8 @@ class EditorCoordinator : public EditorStateHolding {
   bool recordingCameraShows() const;
   /// The recording's rate, at most 60 frames a second.
   VideoExportFrameRate sourceRate() const;
+  /// Of an export's pictures, in pixels.
+  Size outputSize(EditorExportQuality quality) const;
 
   // Captions. With nothing loaded there are none.
 

@@ -1,6 +1,7 @@
 #include "quillant/Commands/CloudCLI.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <optional>
 #include <string>
@@ -12,6 +13,7 @@
 #include "quillant/Commands/CommandLoop.h"
 #include "quillant/Commands/Console.h"
 #include "quillant/Commands/QueueCommands.h"
+#include "quillant/Commands/ShareCommand.h"
 #include "quillant/Commands/TitledFile.h"
 #include "quillant/Commands/UploadCommand.h"
 #include "quillant/Commands/UsageError.h"
@@ -52,7 +54,18 @@ int runAsync(Task<int> task) {
 }  // namespace
 
 bool CloudCLI::shouldRun(const Arguments& arguments) const {
-  return claims(arguments, {"login", "logout", "whoami", "upload", "resume", "status"});
+  return claims(arguments, {"login", "logout", "whoami", "upload", "share", "resume", "status"});
+}
+
+int CloudCLI::share(ShareWords words) const {
+  if (words.isStatus) return runAsync(ShareCommand::status());
+  CommandLoop loop;
+  // Whatever the moment, the disk knows how far it is.
+  const auto interrupt = [] {
+    Console::writeError("\nquillant: stopped; run it again to go on, to the same link\n");
+    std::_Exit(ExitCode::interrupted);
+  };
+  return loop.run(ShareCommand::run(makeServices_(), makeTranscriber_, std::move(words)), interrupt);
 }
 
 int CloudCLI::run(const Arguments& arguments) {
@@ -66,6 +79,7 @@ int CloudCLI::run(const Arguments& arguments) {
       auto named = TitledFile::parse(command, "<file.mp4>", words);
       return runAsync(UploadCommand::run(makeServices_(), std::move(named)));
     }
+    if (command == "share") return share(ShareWords::parse(words));
     if (command == "resume") {
       allowOnly({"--force"}, command, words);
       return runAsync(QueueCommands::resume(makeServices_(), contains(words, "--force")));

@@ -28,7 +28,8 @@ int runDesktop() {
 CommandChain::CommandChain(PlatformServices& services) {
   commands_.push_back(std::make_unique<HeadlessCLI>(
       [&services] { return RecordingCoordinator::make(services.captureServices()); }));
-  commands_.push_back(std::make_unique<CloudCLI>(PlatformServices::cloudServices));
+  commands_.push_back(
+      std::make_unique<CloudCLI>(PlatformServices::cloudServices, PlatformServices::transcriber));
   const auto unavailable = [this](std::initializer_list<const char*> words) {
     for (const char* word : words) commands_.push_back(std::make_unique<UnavailableCommand>(word));
   };

@@ -9,6 +9,9 @@ namespace {
 
 constexpr const char* afterUsage = R"(       quillant login | logout | whoami
        quillant upload <file.mp4> [--title <title>]
+       quillant share <project id | bundle.quillant | video> [--title <title>] [--resolution source|p1080|p720]
+                      [--captions none|<style>]
+       quillant share --status
        quillant resume [--force]
        quillant status [--resume] [--force]
        quillant import <video> [--title <title>]
@@ -29,6 +32,8 @@ Records the screen, makes videos of recordings, and shares them. Without a comma
   recover   list what interrupted recordings left in a directory; changes nothing
   login     sign in through the browser; with logout and whoami for the account
   upload    upload a video and copy its link
+  share     make a link for a project and copy it, then render and upload what it shows; again after an edit,
+            to the same link; with --status tell what each project's link shows
   resume    go on with uploads that were interrupted
   status    show the account and the uploads under way
   import    make a project of a recording and print its id

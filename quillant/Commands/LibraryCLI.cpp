@@ -9,16 +9,13 @@
 #include <utility>
 #include <vector>
 
-#include "Core/Date.h"
 #include "Core/DiskExecutor.h"
-#include "Core/UUID.h"
-#include "Editor/Coordinator/EditorError.h"
-#include "Editor/Coordinator/RecordingSideFiles.h"
 #include "Editor/Project/ProjectLibrary.h"
 #include "Editor/Timeline/PlaybackTime.h"
 #include "MediaKit/Reading/AssetProbe.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "quillant/Commands/Console.h"
+#include "quillant/Commands/ImportedVideo.h"
 #include "quillant/Commands/TitledFile.h"
 #include "quillant/Commands/UsageError.h"
 
@@ -31,29 +28,10 @@ using Words = std::vector<std::string>;
 using Item = ProjectStore::ProjectListItem;
 
 Task<int> import(ProjectLibrary library, TitledFile named) {
-  // As it lies: the project finds it from any folder, and not through a link that may change.
-  std::error_code missing;
-  const auto video = fs::canonical(named.file, missing);
-  if (missing) {
-    Console::writeError("quillant: no such file: " + named.file + "\n");
-    co_return ExitCode::failure;
-  }
-  const auto asset = AssetProbe::probe(video);
-  if (asset.tracksOfKind(MediaTrack::Kind::video).empty()) throw EditorError::noVideoTrack(video);
-  for (const auto& project : co_await library.projects())
-    if (project.recordingPath == video.string()) {
-      Console::writeError("quillant: this recording has a project already, “" + project.title + "”\n");
-      Console::print(project.id);
-      co_return ExitCode::success;
-    }
-  auto media = RecordingSideFiles::found({.screenVideoPath = video.string()}, asset);
-  const auto now = Date::now().iso8601();
-  ProjectStore::CreateOptions created{.id = UUID::random().text(),
-                                      .title = named.title.value_or(video.stem().string()),
-                                      .createdAt = now,
-                                      .updatedAt = now};
-  const auto document = co_await library.create(std::move(media), std::move(created));
-  Console::print(document.id);
+  const auto video = co_await ImportedVideo::import(std::move(library), named.file, named.title);
+  if (!video.isNew)
+    Console::writeError("quillant: this recording has a project already, “" + video.title + "”\n");
+  Console::print(video.id);
   co_return ExitCode::success;
 }
 

@@ -9,7 +9,6 @@
 #include "Editor/Coordinator/EditorCoordinator.h"
 #include "Editor/Project/ProjectBundle.h"
 #include "Editor/Project/ProjectError.h"
-#include "Editor/Project/ProjectLibrary.h"
 #include "QuillantCloud/QuillantConfig.h"
 #include "quillant/Commands/Command.h"
 
@@ -51,25 +50,37 @@ Task<Source> find(std::string subject) {
   if (std::filesystem::is_directory(path, missing))
     co_return co_await runOn(diskExecutor(), readBundle(path));
   if (std::filesystem::exists(path, missing)) co_return Source{.media = {.screenVideoPath = path.string()}};
-  std::optional<StoredProject> project;
-  try {
-    project = co_await ProjectLibrary(QuillantConfig::projectsDirectory()).project(subject);
-  } catch (const ProjectError& error) {
-    if (error.kind() != ProjectError::Kind::missing) throw;
-  }
-  if (!project) throw NothingToOpen(subject);
-  co_return sourceOf(project->document);
+  const auto stored = co_await project(ProjectLibrary(QuillantConfig::projectsDirectory()), subject);
+  co_return sourceOf(stored.document);
+}
+
+Task<> open(EditorCoordinator& coordinator, Source source) {
+  co_await coordinator.load(std::move(source.media));
+  if (source.edit)
+    coordinator.applyEditorState(*source.edit);
+  else if (coordinator.recording()->cursorTelemetry)
+    coordinator.generateAutoZooms(rawText(TimelineZoomAnimationPreset::balanced));
 }
 
 }  // namespace
 
 Task<> open(EditorCoordinator& coordinator, std::string subject) {
   auto source = co_await find(std::move(subject));
-  co_await coordinator.load(std::move(source.media));
-  if (source.edit)
-    coordinator.applyEditorState(*source.edit);
-  else if (coordinator.recording()->cursorTelemetry)
-    coordinator.generateAutoZooms(rawText(TimelineZoomAnimationPreset::balanced));
+  co_await open(coordinator, std::move(source));
+}
+
+Task<> open(EditorCoordinator& coordinator, ProjectDocument project) {
+  auto source = sourceOf(project);
+  co_await open(coordinator, std::move(source));
+}
+
+Task<StoredProject> project(ProjectLibrary library, std::string id) {
+  try {
+    co_return co_await library.project(id);
+  } catch (const ProjectError& error) {
+    if (error.kind() == ProjectError::Kind::missing) throw NothingToOpen(id);
+    throw;
+  }
 }
 
 }  // namespace quillant::OpenedEdit

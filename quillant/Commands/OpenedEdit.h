@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Core/Task.h"
+#include "Editor/Project/ProjectLibrary.h"
 
 namespace quillant {
 
@@ -14,6 +15,11 @@ namespace OpenedEdit {
 /// Loads a video, a bundle or a project, as `subject` says, and the edit that it has. One without an edit
 /// gets what a new project has: zooms on its clicks. Throws an `Error` in words for the user.
 Task<> open(EditorCoordinator& coordinator, std::string subject);
+/// The same of a project that was read.
+Task<> open(EditorCoordinator& coordinator, ProjectDocument project);
+
+/// The project of this id. Throws an `Error` in words for the user.
+Task<StoredProject> project(ProjectLibrary library, std::string id);
 
 }  // namespace OpenedEdit
 }  // namespace quillant

@@ -13,6 +13,7 @@
 #include "QuillantCloud/TokenStore.h"
 #include "QuillantCloud/UploadError.h"
 #include "QuillantCloud/UploadQueueService.h"
+#include "QuillantShare/ShareLedger.h"
 #include "quillant/Commands/AccountCommands.h"
 #include "quillant/Commands/Command.h"
 #include "quillant/Commands/Console.h"
@@ -39,7 +40,11 @@ Task<std::optional<UploadQueueService::RunResult>> runQueue(CloudServices servic
     co_return std::nullopt;
   }
   UploadLines lines;
-  const auto queue = makeQueue(services, lines);
+  auto queue = makeQueue(services, lines);
+  const auto ledger = co_await ShareLedger::read(ProjectLibrary(QuillantConfig::projectsDirectory()));
+  queue.ended = [&ledger](PendingUpload entry, UploadOutcome outcome) {
+    return ledger.note(std::move(entry), outcome);
+  };
   QuillantAPI api(std::move(*token), services.http);
   co_return co_await queue.resumePending(std::move(api), services.clock.now(), force);
 }
@@ -95,7 +100,10 @@ struct DescribeState {
 
 void describe(const UploadQueueService::EntrySummary& summary) {
   const auto& entry = summary.entry;
-  const auto name = std::filesystem::path(entry.videoPath).filename().string();
+  // What was rendered for a share has a name that says nothing.
+  const auto name = entry.editFingerprint || entry.videoPath.empty()
+                        ? entry.title.value_or("share")
+                        : std::filesystem::path(entry.videoPath).filename().string();
   Console::print(fmt::format("  {}  {}  {}{}", entry.shortId(), name,
                              std::visit(DescribeState{}, summary.state),
                              entry.shareURL ? "  " + *entry.shareURL : ""));
