@@ -1,6 +1,7 @@
 #include "Editor/Export/ParallelSegments.h"
 
 #include <chrono>
+#include <malloc.h>
 #include <utility>
 
 namespace quillant {
@@ -40,6 +41,9 @@ void ParallelSegments::work(const std::function<Worker()>& makeWorker) {
         return isStopped_;
       });
       if (!packets) return;
+      // glibc keeps the freed pictures of decoders and encoders on its heap, and its heap grows with every
+      // stretch.
+      malloc_trim(0);
       const std::lock_guard guard(lock_);
       finished_[segment] = std::move(packets);
       changed_.notify_all();
