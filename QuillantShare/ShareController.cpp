@@ -14,9 +14,6 @@ using namespace ShareStates;
 
 namespace {
 
-constexpr const char* unfinishedUpload =
-    "Your link was copied but the upload didn't finish. Retry to send it — the link stays the same.";
-
 /// The link of a state that has one.
 std::optional<std::string> linkOf(const ShareState& state) {
   if (const auto* safe = std::get_if<Safe>(&state)) return safe->shareURL;

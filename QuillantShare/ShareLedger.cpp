@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Core/Log.h"
+#include "QuillantShare/ShareRecords.h"
 
 namespace quillant {
 
@@ -25,8 +26,7 @@ void change(ProjectShareRecord& record, const PendingUpload& entry, UploadOutcom
       return;
     case UploadOutcome::failed:
       record.status = ProjectShareStatus::pending;
-      record.lastUploadError =
-          "Your link was copied but the upload didn't finish. Retry to send it — the link stays the same.";
+      record.lastUploadError = unfinishedUpload;
       return;
   }
 }

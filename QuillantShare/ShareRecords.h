@@ -39,6 +39,10 @@ struct ShareCaptions {
   std::string language;
 };
 
+/// What a project's record says of an upload that did not get through.
+inline constexpr const char* unfinishedUpload =
+    "Your link was copied but the upload didn't finish. Retry to send it — the link stays the same.";
+
 /// A finished video, and what belongs to it.
 struct RenderedShare {
   std::filesystem::path file;

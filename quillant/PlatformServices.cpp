@@ -38,9 +38,8 @@ CaptureServices PlatformServices::captureServices() {
 
 CloudServices PlatformServices::cloudServices() {
   return {.http = CurlHttpClient::make(),
-          .secrets = LinuxSecretStore::make(
-              {.folder = QuillantConfig::supportDirectory() / "secrets",
-               .notice = [](const std::string& line) { Console::writeError("quillant: " + line + "\n"); }}),
+          .secrets = LinuxSecretStore::make({.folder = QuillantConfig::supportDirectory() / "secrets",
+                                             .notice = [](const std::string& line) { Console::tell(line); }}),
           .signInPage = makeSignInPage(),
           .clipboard = DesktopClipboard::make(),
           .probe = VideoFile::probe,

@@ -94,11 +94,11 @@ int CloudCLI::run(const Arguments& arguments) {
     if (command == "logout") return runAsync(AccountCommands::logout(makeServices_()));
     return runAsync(AccountCommands::whoami(makeServices_()));
   } catch (const UsageError& error) {
-    Console::writeError("quillant: " + error.text + "\n");
+    Console::tell(error.text);
     return ExitCode::usage;
   } catch (const std::exception& error) {
     // A store of secrets that fails, a disk: whatever no command has words of its own for.
-    Console::writeError("quillant: " + std::string(error.what()) + "\n");
+    Console::tell(error.what());
     return ExitCode::failure;
   }
 }

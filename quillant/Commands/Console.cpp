@@ -47,4 +47,8 @@ void writeError(std::string_view message) {
   }
 }
 
+void tell(std::string_view text) {
+  writeError("quillant: " + std::string(text) + "\n");
+}
+
 }  // namespace quillant::Console

@@ -10,5 +10,7 @@ namespace quillant::Console {
 void print(std::string_view line);
 /// `text` as it stands, to standard error, at once.
 void writeError(std::string_view text);
+/// "quillant: ", `text` and a new line, to standard error.
+void tell(std::string_view text);
 
 }  // namespace quillant::Console

@@ -19,7 +19,6 @@
 #include "Editor/Captions/CaptionSubRip.h"
 #include "Editor/Captions/CaptionWebVTT.h"
 #include "Editor/Captions/TranscriptText.h"
-#include "Editor/Composition/WallpaperFolder.h"
 #include "Editor/Coordinator/EditorCoordinator.h"
 #include "Editor/Export/VideoExportRendererError.h"
 #include "MediaKit/Pictures/BGRAPicture.h"
@@ -35,10 +34,6 @@ namespace quillant {
 
 namespace {
 
-void tell(const std::string& text) {
-  Console::writeError("quillant: " + text + "\n");
-}
-
 bool burnsCaptions(const ExportWords& words, const EditorCoordinator& coordinator) {
   return words.look.burnsCaptions && coordinator.captionsOn();
 }
@@ -46,9 +41,7 @@ bool burnsCaptions(const ExportWords& words, const EditorCoordinator& coordinato
 /// What a command works with, on the main thread.
 struct Session {
   Session(const Executor& mainThread, std::function<Transcriber()> makeTranscriber)
-      : coordinator(std::make_shared<EditorCoordinator>(
-            mainThread, EditorCoordinator::Services{.wallpapers = std::make_shared<WallpaperImageCache>(
-                                                        wallpaperFolder())})),
+      : coordinator(OpenedEdit::makeCoordinator(mainThread)),
         transcripts(mainThread, std::move(makeTranscriber)) {}
 
   void interrupt() {
@@ -69,12 +62,12 @@ Task<> open(Session& session, const ExportWords& words) {
   const bool wantsZooms = words.look.zoom && words.look.zoom != LookOptions::none;
   const auto problem = coordinator.driver().autoZoomTelemetryProblem();
   if (problem && (wantsZooms || problem == AutoZoomTelemetryProblem::unreadable))
-    tell("warning: " + coordinator.driver().state().statusMessage);
+    Console::tell("warning: " + coordinator.driver().state().statusMessage);
   const auto& recording = *coordinator.recording();
   if (words.look.camera && words.look.camera != LookOptions::none && !recording.facecam)
-    tell("warning: the recording has no camera");
+    Console::tell("warning: the recording has no camera");
   if (words.look.cursor && words.look.cursor->style && !recording.cursorTelemetry)
-    tell("warning: nothing was recorded of where the pointer was");
+    Console::tell("warning: nothing was recorded of where the pointer was");
   if (burnsCaptions(words, coordinator)) co_await session.transcripts.complete(session.coordinator, {});
 }
 
@@ -124,7 +117,7 @@ Task<int> makeFrame(Session& session, ExportWords words) {
   co_await open(session, words);
   if (session.isInterrupted) co_return ExitCode::interrupted;
   if (const double duration = coordinator.outputDuration(); words.at > duration) {
-    tell(fmt::format("there is nothing at {} s: the video lasts {:.2f} s", words.at, duration));
+    Console::tell(fmt::format("there is nothing at {} s: the video lasts {:.2f} s", words.at, duration));
     co_return ExitCode::failure;
   }
   auto frame = co_await coordinator.composedFrame(words.at, choicesFor(words, coordinator),
@@ -160,7 +153,7 @@ Task<int> writeCaptions(Session& session, ExportWords words) {
   const auto targets = co_await coordinator.captionTargets();
   const auto isWanted = [&](TimelineTranscriptTrack track) { return !words.track || track == words.track; };
   if (std::ranges::none_of(targets, isWanted, &CaptionTarget::track)) {
-    tell("there is no such sound to make captions of");
+    Console::tell("there is no such sound to make captions of");
     co_return ExitCode::failure;
   }
   co_await session.transcripts.complete(session.coordinator, words.track);
@@ -193,7 +186,7 @@ int EditorCLI::run(const Arguments& arguments) {
   try {
     words = ExportWords::parse(kind, list);
   } catch (const Error& error) {
-    tell(error.description() + "\nsee quillant " + arguments[1] + " --help");
+    Console::tell(error.description() + "\nsee quillant " + arguments[1] + " --help");
     return ExitCode::usage;
   }
   try {
@@ -203,9 +196,9 @@ int EditorCLI::run(const Arguments& arguments) {
     return loop.run(make(session, std::move(words)), [&] { session.interrupt(); });
   } catch (const VideoExportRendererError& error) {
     if (error.kind() == VideoExportRendererError::Kind::exportCancelled) return ExitCode::interrupted;
-    tell(error.description());
+    Console::tell(error.description());
   } catch (const std::exception& error) {
-    tell(error.what());
+    Console::tell(error.what());
   }
   return ExitCode::failure;
 }

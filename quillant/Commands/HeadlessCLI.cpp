@@ -29,7 +29,7 @@ Coordinator::Request makeRequest(const RecordOptions& options) {
 }
 
 void warn(const std::string& warning) {
-  Console::writeError("quillant: warning: " + warning + "\n");
+  Console::tell("warning: " + warning);
 }
 
 void describe(const char* prefix, const RecordingArtifacts& artifacts) {
@@ -58,15 +58,15 @@ struct Report {
     return ExitCode::success;
   }
   int operator()(const Coordinator::Discarded&) const {
-    Console::writeError("quillant: recording discarded\n");
+    Console::tell("recording discarded");
     return ExitCode::success;
   }
   int operator()(const Coordinator::FailedToStart& outcome) const {
-    Console::writeError("quillant: could not start recording: " + outcome.reason + "\n");
+    Console::tell("could not start recording: " + outcome.reason);
     return ExitCode::noPermission;
   }
   int operator()(const Coordinator::SessionFailed& outcome) const {
-    Console::writeError("quillant: recording failed mid-capture: " + outcome.reason + "\n");
+    Console::tell("recording failed mid-capture: " + outcome.reason);
     describe("partial salvaged at", outcome.salvaged);
     return ExitCode::failure;
   }
@@ -78,7 +78,7 @@ Task<void> pauseOnce(std::shared_ptr<Coordinator> coordinator, double after, dou
   Console::writeError(fmt::format("quillant: paused at {}s for {}s\n", after, duration));
   co_await sleepSeconds(duration);
   co_await coordinator->resume();
-  Console::writeError("quillant: resumed\n");
+  Console::tell("resumed");
 }
 
 /// Warns before a recording and while it lasts: nobody may be there to be refused.

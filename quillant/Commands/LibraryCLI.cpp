@@ -29,8 +29,7 @@ using Item = ProjectStore::ProjectListItem;
 
 Task<int> import(ProjectLibrary library, TitledFile named) {
   const auto video = co_await ImportedVideo::import(std::move(library), named.file, named.title);
-  if (!video.isNew)
-    Console::writeError("quillant: this recording has a project already, “" + video.title + "”\n");
+  if (!video.isNew) Console::tell("this recording has a project already, “" + video.title + "”");
   Console::print(video.id);
   co_return ExitCode::success;
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Core/DiskExecutor.h"
+#include "Editor/Composition/WallpaperFolder.h"
 #include "Editor/Coordinator/EditorCoordinator.h"
 #include "Editor/Project/ProjectBundle.h"
 #include "Editor/Project/ProjectError.h"
@@ -63,6 +64,12 @@ Task<> open(EditorCoordinator& coordinator, Source source) {
 }
 
 }  // namespace
+
+std::shared_ptr<EditorCoordinator> makeCoordinator(const Executor& mainThread) {
+  return std::make_shared<EditorCoordinator>(
+      mainThread,
+      EditorCoordinator::Services{.wallpapers = std::make_shared<WallpaperImageCache>(wallpaperFolder())});
+}
 
 Task<> open(EditorCoordinator& coordinator, std::string subject) {
   auto source = co_await find(std::move(subject));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "Core/Task.h"
@@ -11,6 +12,9 @@ class EditorCoordinator;
 
 /// What people name on the command line to have a video made of it.
 namespace OpenedEdit {
+
+/// A coordinator to open it with, on the main thread.
+std::shared_ptr<EditorCoordinator> makeCoordinator(const Executor& mainThread);
 
 /// Loads a video, a bundle or a project, as `subject` says, and the edit that it has. One without an edit
 /// gets what a new project has: zooms on its clicks. Throws an `Error` in words for the user.

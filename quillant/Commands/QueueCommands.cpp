@@ -36,7 +36,7 @@ UploadQueueService makeQueue(const CloudServices& services, UploadLines& lines) 
 Task<std::optional<UploadQueueService::RunResult>> runQueue(CloudServices services,
                                                             std::optional<std::string> token, bool force) {
   if (!token) {
-    Console::writeError("quillant: cannot resume — not signed in.\n");
+    Console::tell("cannot resume — not signed in.");
     co_return std::nullopt;
   }
   UploadLines lines;

@@ -18,11 +18,11 @@ int SelfCheck::run(const Arguments& arguments) {
         fmt::format("quillant: {}\nusage: quillant {}{}\n", error.description(), word_, options_));
     return ExitCode::usage;
   } catch (const Failure& failure) {
-    Console::writeError("quillant: " + failure.description() + "\n");
+    Console::tell(failure.description());
     return failure.exitCode();
   } catch (const Error& error) {
     // A service that refuses before there is a recording to make.
-    Console::writeError("quillant: could not start recording: " + error.description() + "\n");
+    Console::tell("could not start recording: " + error.description());
     return ExitCode::noPermission;
   }
 }

@@ -6,7 +6,6 @@
 #include <string>
 #include <utility>
 
-#include "Editor/Composition/WallpaperFolder.h"
 #include "Editor/Coordinator/EditFingerprint.h"
 #include "Editor/Coordinator/EditorCoordinator.h"
 #include "Editor/Project/ProjectError.h"
@@ -28,10 +27,6 @@ namespace quillant::ShareCommand {
 using namespace ShareStates;
 
 namespace {
-
-void tell(const std::string& text) {
-  Console::writeError("quillant: " + text + "\n");
-}
 
 /// Shows how far a share is.
 class Report {
@@ -62,9 +57,7 @@ class Report {
 /// A project that is open to be shared.
 struct Session {
   Session(const Executor& mainThread, std::function<Transcriber()> makeTranscriber)
-      : coordinator(std::make_shared<EditorCoordinator>(
-            mainThread, EditorCoordinator::Services{.wallpapers = std::make_shared<WallpaperImageCache>(
-                                                        wallpaperFolder())})),
+      : coordinator(OpenedEdit::makeCoordinator(mainThread)),
         transcripts(mainThread, std::move(makeTranscriber)) {}
 
   ProjectLibrary library{QuillantConfig::projectsDirectory()};
@@ -110,20 +103,20 @@ struct Verdict {
     return ExitCode::success;
   }
   int operator()(const Stale& stale) const {
-    tell("the project was edited meanwhile; the link shows it as it was: " + stale.shareURL);
+    Console::tell("the project was edited meanwhile; the link shows it as it was: " + stale.shareURL);
     return goOn();
   }
   int operator()(const FailedAfterMint& failed) const {
-    tell(failed.message);
+    Console::tell(failed.message);
     goOn();
     return exitCode(failed.message);
   }
   int operator()(const FailedMint& failed) const {
-    tell(failed.message);
+    Console::tell(failed.message);
     return exitCode(failed.message);
   }
   int operator()(const Cap& cap) const {
-    tell(panelMessage(cap.reason));
+    Console::tell(panelMessage(cap.reason));
     return ExitCode::failure;
   }
   template <class Unfinished>
@@ -133,7 +126,7 @@ struct Verdict {
 
  private:
   int goOn() const {
-    tell("the link stays the same; go on with: quillant share " + projectId);
+    Console::tell("the link stays the same; go on with: quillant share " + projectId);
     return ExitCode::failure;
   }
   /// A state has words, not an error.
@@ -192,7 +185,7 @@ Task<int> status() {
       Console::print(*line);
       isEmpty = false;
     } catch (const ProjectError& error) {
-      tell(error.description());
+      Console::tell(error.description());
       code = ExitCode::failure;
     }
   }

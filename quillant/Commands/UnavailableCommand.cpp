@@ -5,7 +5,7 @@
 namespace quillant {
 
 int UnavailableCommand::run(const Arguments&) {
-  Console::writeError("quillant: " + word_ + " is not available in this build\n");
+  Console::tell(word_ + " is not available in this build");
   return ExitCode::failure;
 }
 

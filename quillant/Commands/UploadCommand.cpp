@@ -30,17 +30,13 @@ struct Failure {
   int code;
 };
 
-void tell(const std::string& text) {
-  Console::writeError("quillant: " + text + "\n");
-}
-
 /// Where the video is: this very file, also when the upload is resumed from another folder, or when a link on
 /// the way to it leads elsewhere by then.
 fs::path existingFile(const std::string& file) {
   std::error_code missing;
   const auto path = fs::canonical(file, missing);
   if (!missing && fs::is_regular_file(path, missing)) return path;
-  tell((missing ? "no such file: " : "not a file: ") + file);
+  Console::tell((missing ? "no such file: " : "not a file: ") + file);
   throw Failure{ExitCode::failure};
 }
 
@@ -48,7 +44,7 @@ VideoFacts probe(const CloudServices& services, const fs::path& video) {
   try {
     return services.probe(video);
   } catch (const Error& error) {
-    tell("could not read video: " + error.description());
+    Console::tell("could not read video: " + error.description());
     throw Failure{ExitCode::failure};
   }
 }
@@ -60,7 +56,7 @@ void addPoster(const CloudServices& services, const PendingUploadStore& store, P
     services.makePoster(entry.videoPath, poster);
     entry.thumbPath = poster;
   } catch (const Error& error) {
-    tell(fmt::format("warning: thumbnail generation failed ({})", error.description()));
+    Console::tell(fmt::format("warning: thumbnail generation failed ({})", error.description()));
   }
 }
 
@@ -74,7 +70,7 @@ UploadClaim persist(const CloudServices& services, const PendingUploadStore& sto
     store.save(entry);
     return std::move(*claim);
   } catch (const Error& error) {
-    tell("could not persist upload record: " + error.description());
+    Console::tell("could not persist upload record: " + error.description());
     store.remove(entry.id);
     throw Failure{ExitCode::failure};
   }
@@ -88,8 +84,8 @@ void dropOutdated(const PendingUploadStore& store, const PendingUpload& entry) t
     const auto current = claim ? store.load(other.id) : std::nullopt;
     if (!current || !Uploader::sizeChange(*current)) continue;
     store.remove(other.id);
-    tell("the upload of this file as it was before is out of the queue" +
-         (current->shareURL ? "; its link never went live: " + *current->shareURL : ""));
+    Console::tell("the upload of this file as it was before is out of the queue" +
+                  (current->shareURL ? "; its link never went live: " + *current->shareURL : ""));
   }
 } catch (const FileError&) {
   // They stay, and `status` says what is the matter with them.
@@ -107,10 +103,10 @@ Task<std::string> reserve(const Uploader& uploader, PendingUpload& entry) {
     co_return co_await uploader.reserve(entry, false);
   } catch (const Error& error) {
     if (APIError::isTokenExpired(error)) {
-      tell("session expired — run `quillant login` again. Recording is safe: " + entry.videoPath);
+      Console::tell("session expired — run `quillant login` again. Recording is safe: " + entry.videoPath);
     } else {
-      tell("could not start upload: " + error.description());
-      tell("recording is safe on disk and queued: " + entry.videoPath);
+      Console::tell("could not start upload: " + error.description());
+      Console::tell("recording is safe on disk and queued: " + entry.videoPath);
     }
     throw record(uploader, entry, error);
   }
@@ -121,13 +117,14 @@ Task<> send(const Uploader& uploader, PendingUpload& entry) {
     co_await uploader.runRemaining(entry, false);
   } catch (const Error& error) {
     if (APIError::isTokenExpired(error)) {
-      tell("session expired mid-upload — run `quillant login`, then `quillant status --resume`.");
-      tell("recording is safe: " + entry.videoPath);
+      Console::tell("session expired mid-upload — run `quillant login`, then `quillant status --resume`.");
+      Console::tell("recording is safe: " + entry.videoPath);
     } else {
-      tell("upload failed: " + error.description());
-      if (!UploadError::isSizeChanged(error)) tell("recording is SAFE on disk and the upload is queued.");
-      tell("  file: " + entry.videoPath);
-      if (!UploadError::isSizeChanged(error)) tell("  resume with: quillant status --resume");
+      Console::tell("upload failed: " + error.description());
+      if (!UploadError::isSizeChanged(error))
+        Console::tell("recording is SAFE on disk and the upload is queued.");
+      Console::tell("  file: " + entry.videoPath);
+      if (!UploadError::isSizeChanged(error)) Console::tell("  resume with: quillant status --resume");
     }
     throw record(uploader, entry, error);
   }
@@ -140,7 +137,7 @@ Task<int> run(CloudServices services, TitledFile named) {
     const auto video = existingFile(named.file);
     const auto token = co_await TokenStore::load(*services.secrets);
     if (!token) {
-      tell("not signed in — run `quillant login`");
+      Console::tell("not signed in — run `quillant login`");
       co_return ExitCode::noPermission;
     }
     const auto api = std::make_shared<QuillantAPI>(*token, services.http);
@@ -163,8 +160,8 @@ Task<int> run(CloudServices services, TitledFile named) {
     co_await clipboard.write(link);
     co_await send(uploader, entry);
     if (!entry.completed) {
-      tell(UploadError(UploadError::NotReady{}).description() + "; the upload stays queued.");
-      tell("  resume with: quillant status --resume");
+      Console::tell(UploadError(UploadError::NotReady{}).description() + "; the upload stays queued.");
+      Console::tell("  resume with: quillant status --resume");
       co_return ExitCode::failure;
     }
     Console::print("✅ Upload complete: " + link);

@@ -2,22 +2,14 @@
 
 #include <random>
 
+#include "MediaKit/Pictures/BGRAPicture.h"
+
 namespace quillant::StampedFrames {
 
 namespace {
 
 constexpr int bits = 16;
 constexpr int blockSize = 8;
-
-std::shared_ptr<PixelBuffer> makeBuffer(int width, int height) {
-  auto memory = std::make_shared<std::vector<std::uint8_t>>(static_cast<std::size_t>(width) * height * 4);
-  auto buffer = std::make_shared<PixelBuffer>();
-  buffer->width = width;
-  buffer->height = height;
-  buffer->planes[0] = {memory->data(), width * 4};
-  buffer->memory = std::move(memory);
-  return buffer;
-}
 
 template <class Color>
 void paint(PixelBuffer& buffer, PixelRect area, Color&& color) {
@@ -42,7 +34,7 @@ void paintNoise(PixelBuffer& buffer, PixelRect area, std::uint32_t seed) {
 }  // namespace
 
 PixelBufferRef moving(int width, int height, std::uint32_t index) {
-  auto buffer = makeBuffer(width, height);
+  auto buffer = BGRAPicture::make(width, height);
   const int shift = static_cast<int>(index * 3 % 100'000);
   paint(*buffer, {0, 0, width, height}, [&](int x, int y) {
     const int a = ((x + shift) / 24 + y / 24) % 2 ? 200 : 60;
@@ -53,7 +45,7 @@ PixelBufferRef moving(int width, int height, std::uint32_t index) {
 }
 
 PixelBufferRef mostlyStill(int width, int height, std::uint32_t index, int region) {
-  auto buffer = makeBuffer(width, height);
+  auto buffer = BGRAPicture::make(width, height);
   paint(*buffer, {0, 0, width, height}, [](int x, int y) {
     return 0xFF000000U | static_cast<std::uint32_t>((x & 0xFF) << 16 | ((x ^ y) & 0xFF) << 8 | (y & 0xFF));
   });
@@ -72,7 +64,7 @@ PixelBufferRef mostlyStill(int width, int height, std::uint32_t index, int regio
 }
 
 PixelBufferRef noise(int width, int height, std::uint32_t index) {
-  auto buffer = makeBuffer(width, height);
+  auto buffer = BGRAPicture::make(width, height);
   paintNoise(*buffer, {0, 0, width, height}, index);
   stamp(*buffer, index);
   return buffer;
