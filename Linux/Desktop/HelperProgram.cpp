@@ -4,8 +4,6 @@
 #include <asio/posix/stream_descriptor.hpp>
 #include <cerrno>
 #include <csignal>
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -13,6 +11,7 @@
 #include <utility>
 
 #include "Core/FileDescriptor.h"
+#include "Core/ProgramStart.h"
 
 namespace quillant::HelperProgram {
 
@@ -24,37 +23,6 @@ FileDescriptor inputFile(const std::string& input) {
   const auto size = static_cast<ssize_t>(input.size());
   if (!file || ::pwrite(file.get(), input.data(), input.size(), 0) != size) return {};
   return file;
-}
-
-/// The process, or -1 and `errno`.
-pid_t spawn(const std::vector<std::string>& command, int input) {
-  std::vector<char*> arguments;
-  for (const auto& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
-  arguments.push_back(nullptr);
-
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_adddup2(&files, input, STDIN_FILENO);
-  posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
-
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  sigset_t signals;
-  sigemptyset(&signals);
-  posix_spawnattr_setsigmask(&attributes, &signals);
-  sigfillset(&signals);
-  posix_spawnattr_setsigdefault(&attributes, &signals);
-
-  pid_t process = -1;
-  const int error = ::posix_spawnp(&process, arguments[0], &files, &attributes, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&files);
-  posix_spawnattr_destroy(&attributes);
-  if (error == 0) return process;
-  errno = error;
-  return -1;
 }
 
 /// A descriptor that is readable once the process has ended. The library's own function is not declared for
@@ -91,7 +59,7 @@ void reapLater(Process& process, pid_t id) {
 Task<Ending> run(Launch launch) {
   using asio::experimental::awaitable_operators::operator||;
   const auto input = inputFile(launch.input);
-  const pid_t id = input ? spawn(launch.command, input.get()) : -1;
+  const pid_t id = input ? ProgramStart::start(launch.command, {.input = input.get()}) : -1;
   if (id < 0) co_return errno == ENOENT ? Ending::missing : Ending::failed;
   const auto executor = co_await asio::this_coro::executor;
   const auto process = std::make_shared<Process>(executor, pidfdOf(id));

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -14,45 +13,13 @@
 #include <unistd.h>
 
 #include "Core/FileDescriptor.h"
+#include "Core/ProgramStart.h"
 
 namespace quillant::SpeechProgram {
 
 namespace {
 
 constexpr std::size_t longestLine = 200;
-
-/// The process, or -1 and `errno`. It leads a session of its own, so that no signal of our terminal reaches
-/// it before we have decided, and one kill reaches all of it.
-pid_t spawn(const std::vector<std::string>& command, int output) {
-  std::vector<char*> arguments;
-  for (const auto& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
-  arguments.push_back(nullptr);
-
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_adddup2(&files, output, STDERR_FILENO);
-  posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
-
-  // A broken pipe ends it, even where we ignore that: should we be killed, it goes with its next line.
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  sigset_t signals;
-  sigemptyset(&signals);
-  posix_spawnattr_setsigmask(&attributes, &signals);
-  sigfillset(&signals);
-  posix_spawnattr_setsigdefault(&attributes, &signals);
-
-  pid_t process = -1;
-  const int error = ::posix_spawnp(&process, arguments[0], &files, &attributes, arguments.data(), environ);
-  posix_spawn_file_actions_destroy(&files);
-  posix_spawnattr_destroy(&attributes);
-  if (error == 0) return process;
-  errno = error;
-  return -1;
-}
 
 /// Puts together lines out of what comes in pieces.
 class Lines {
@@ -98,7 +65,8 @@ int run(const Launch& launch) {
   FileDescriptor input(ends[1]);
   ::fcntl(input.get(), F_SETFL, 0);  // it is the program's, which waits as programs do
   const FileDescriptor stopped(::eventfd(0, EFD_CLOEXEC));
-  const pid_t id = stopped ? spawn(launch.command, input.get()) : -1;
+  // A broken pipe ends it, even where we ignore that: should we be killed, it goes with its next line.
+  const pid_t id = stopped ? ProgramStart::start(launch.command, {.error = input.get()}) : -1;
   if (id < 0) return cannotBeStarted();
   input.close();
   const rlimit size{launch.largestFile, launch.largestFile};
