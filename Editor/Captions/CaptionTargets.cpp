@@ -4,6 +4,7 @@
 #include <set>
 
 #include "Core/Error.h"
+#include "Editor/Composition/RecordingAudioTracks.h"
 #include "Editor/Project/ProjectSourceFiles.h"
 #include "MediaKit/Reading/AssetProbe.h"
 
@@ -33,50 +34,39 @@ class Finder {
  public:
   explicit Finder(const fs::path& recording) : recording_(recording) {}
 
-  void addRecording(const std::string& source, const fs::path& file, const std::string& name) {
+  /// Of each voice the first track.
+  void add(const std::string& source, TimelineSource::Kind kind, const fs::path& file,
+           const std::string& name) {
     std::set<Track> seen;
     int index = 0;
-    for (const auto& track : audioTracks(file)) {
-      auto kind = track.channels == 1 ? Track::mic : Track::system;
-      if (seen.contains(kind)) kind = Track::audio;
-      if (seen.insert(kind).second) add(source, kind, file, index, name);
+    for (const auto voice : RecordingAudioTracks::voices(kind, audioTracks(file))) {
+      if (seen.insert(voice).second)
+        targets.push_back({.source = source,
+                           .track = voice,
+                           .url = file,
+                           .trackIndex = index,
+                           .name = displayName(name, voice),
+                           .cache = cache(recording_, source, voice)});
       ++index;
     }
-  }
-
-  void addFile(const std::string& source, const fs::path& file, const std::string& name) {
-    if (!audioTracks(file).empty()) add(source, Track::audio, file, 0, name);
   }
 
   std::vector<CaptionTarget> targets;
 
  private:
-  void add(const std::string& source, Track track, const fs::path& file, int index, const std::string& name) {
-    targets.push_back({.source = source,
-                       .track = track,
-                       .url = file,
-                       .trackIndex = index,
-                       .name = displayName(name, track),
-                       .cache = cache(recording_, source, track)});
-  }
-
   const fs::path& recording_;
 };
 
 }  // namespace
 
 std::vector<CaptionTarget> find(const fs::path& recording, const TimelineEditSnapshot& edits) {
+  using Kind = TimelineSource::Kind;
   Finder finder(recording);
-  finder.addRecording(std::string(primarySourceKey), recording, recording.stem().string());
-  for (const auto& source : edits.sources) {
-    const auto file = ProjectSourceFiles::file(recording, source);
-    if (source.kind == TimelineSource::Kind::recording)
-      finder.addRecording(source.id, file, source.displayName);
-    else
-      finder.addFile(source.id, file, source.displayName);
-  }
+  finder.add(std::string(primarySourceKey), Kind::recording, recording, recording.stem().string());
+  for (const auto& source : edits.sources)
+    finder.add(source.id, source.kind, ProjectSourceFiles::file(recording, source), source.displayName);
   for (const auto& source : edits.audioSources)
-    finder.addFile(source.id, ProjectSourceFiles::file(recording, source), source.displayName);
+    finder.add(source.id, Kind::file, ProjectSourceFiles::file(recording, source), source.displayName);
   return std::move(finder.targets);
 }
 

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "Core/CopyOnWrite.h"
+#include "Editor/Composition/RecordingAudioTracks.h"
 #include "Editor/Timeline/TimelineTolerances.h"
 
 namespace quillant::SpokenWords {
@@ -12,13 +13,6 @@ namespace quillant::SpokenWords {
 namespace {
 
 using Segment = TimelineExportEditPlan::Segment;
-
-bool isSilent(const Segment& segment, TimelineTranscriptTrack track, const TimelineEditSnapshot& edits) {
-  const auto& sound = segment.sound;
-  const bool isMic = track == TimelineTranscriptTrack::mic;
-  return edits.isMuted(TimelineMuteRow::clips) || (isMic ? sound.micMuted : sound.systemMuted) ||
-         !((isMic ? sound.micVolume : sound.systemVolume) > 0);
-}
 
 void appendRow(std::vector<Stretch>& stretches, const std::string& source,
                const CopyOnWriteVector<TimelineAudioClip>& row, double outputDuration) {
@@ -48,7 +42,7 @@ std::vector<Stretch> stretches(const TimelineTranscript& transcript, const Timel
     result.push_back({.source = {segment.sourceStart, segment.sourceEnd},
                       .outputStart = segment.outputStart,
                       .rate = segment.rate(),
-                      .muted = isSilent(segment, transcript.track, edits),
+                      .muted = !(RecordingAudioTracks::volume(segment, transcript.track, edits) > 0),
                       .segment = i,
                       .clipStart = {}});
   }

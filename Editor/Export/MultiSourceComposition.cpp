@@ -8,6 +8,7 @@
 #include "CaptureEngine/Telemetry/CursorTelemetryCodec.h"
 #include "Core/AtomicFile.h"
 #include "Editor/Captions/CaptionLayout.h"
+#include "Editor/Composition/RecordingAudioTracks.h"
 #include "Editor/Export/MultiSourceCompositionError.h"
 #include "Editor/Export/VideoExportRendererError.h"
 #include "Editor/Export/VideoExportSizing.h"
@@ -37,6 +38,7 @@ struct Camera {
 
 struct OpenedSource {
   std::optional<std::string> id;  ///< None is the main recording.
+  TimelineSource::Kind kind = TimelineSource::Kind::recording;
   std::string name;
   std::filesystem::path file;
   double duration = 0;  ///< Seconds.
@@ -88,6 +90,7 @@ OpenedSource openPrimary(const std::filesystem::path& file, const VideoExportOpt
   if (duration == 0) throw Failure(Failure::Kind::exportFailed, "The recording can't be read.");
   return {
       .id = {},
+      .kind = TimelineSource::Kind::recording,
       .name = std::string(recordingName),
       .file = file,
       .duration = duration,
@@ -115,6 +118,7 @@ OpenedSource openAdded(const std::filesystem::path& primary, const std::string& 
     return ifThere(ProjectSourceFiles::sidecar(primary, id, extension));
   };
   return {.id = id,
+          .kind = known->kind,
           .name = known->displayName,
           .file = file,
           .duration = videos.front().duration.seconds(),
@@ -133,13 +137,6 @@ std::optional<MediaRange> place(const Segment& segment) {
 }
 
 // ---- Sound ----
-
-double volumeOf(const Segment& segment, bool isMicrophone, const TimelineEditSnapshot& edits) {
-  if (edits.isMuted(TimelineMuteRow::clips)) return 0;
-  const auto& sound = segment.sound;
-  if (isMicrophone ? sound.micMuted : sound.systemMuted) return 0;
-  return std::clamp(isMicrophone ? sound.micVolume : sound.systemVolume, 0.0, 1.0);
-}
 
 /// Steps at the segments' starts; none where all are at full volume.
 std::vector<VolumePoint> steps(const std::vector<std::pair<double, double>>& volumes) {
@@ -165,14 +162,12 @@ class SoundBuilder {
 
   /// The sound that was recorded with a file.
   void addRecorded(const OpenedSource& source, const TimelineExportEditPlan& pieces) {
-    const auto microphone = std::ranges::find(source.sounds, 1, &MediaTrack::channels);
-    for (std::size_t track = 0; track < source.sounds.size(); ++track) {
-      const bool isMono = source.sounds[track].channels == 1;
-      const bool isMicrophone = source.sounds.begin() + static_cast<std::ptrdiff_t>(track) == microphone;
-      const bool wantsCleaned =
-          isMicrophone && std::ranges::any_of(pieces.segments, [](const Segment& segment) {
-            return segment.sound.voiceCleanup;
-          });
+    const auto voices = RecordingAudioTracks::voices(source.kind, source.sounds);
+    for (std::size_t track = 0; track < voices.size(); ++track) {
+      const bool wantsCleaned = voices[track] == TimelineTranscriptTrack::mic &&
+                                std::ranges::any_of(pieces.segments, [](const Segment& segment) {
+                                  return segment.sound.voiceCleanup;
+                                });
       const auto cleaned = wantsCleaned ? cleanedVoice(source.key(), source.name) : std::nullopt;
       MediaCompositionTrack plain{
           .file = source.file, .track = static_cast<int>(track), .ranges = {}, .volume = {}};
@@ -181,7 +176,7 @@ class SoundBuilder {
       for (const auto& segment : pieces.segments) {
         const auto range = place(segment);
         if (!range) continue;
-        volumes.emplace_back(range->start, volumeOf(segment, isMono, edits_));
+        volumes.emplace_back(range->start, RecordingAudioTracks::volume(segment, voices[track], edits_));
         (cleaned && segment.sound.voiceCleanup ? clean : plain).ranges.push_back(*range);
       }
       plain.volume = clean.volume = steps(volumes);

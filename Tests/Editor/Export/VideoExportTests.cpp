@@ -142,7 +142,7 @@ TEST(VideoExport, ShowsAndSoundsAsThePlanSaysAtEverySeam) {
   edits.sources = {{.id = "intro", .fileExtension = "mov"}};
   edits.audioSources = {{.id = "voice", .fileExtension = "wav"}, {.id = "song", .fileExtension = "wav"}};
   TestRecording{.frames = 600, .audioChannels = {1, 2}}.write(source);
-  TestRecording{.width = 384, .height = 216, .frameRate = 25, .frames = 250, .audioChannels = {2}}.write(
+  TestRecording{.width = 384, .height = 216, .frameRate = 25, .frames = 250, .audioChannels = {1}}.write(
       ProjectSourceFiles::file(source, edits.sources.front()));
   constexpr double voiceTone = 4000, songTone = 6000, toneLevel = 0.1;
   for (const auto& [file, tone, sampleRate] :
