@@ -32,9 +32,7 @@ std::string transcriptItemID(const TranscriptItem& item) {
     std::string operator()(const TranscriptRemovedItem& removed) const {
       return fmt::format("{}-removed-{}", removed.transcript, removed.words.first);
     }
-    std::string operator()(const TranscriptPendingItem& pending) const {
-      return fmt::format("pending-{}", milliseconds(pending.start));
-    }
+    std::string operator()(const TranscriptPendingItem& pending) const { return "pending-" + pending.source; }
   };
   return std::visit(Naming{}, item);
 }
@@ -213,24 +211,34 @@ bool isAudioSource(const TimelineEditSnapshot& edits, const std::string& source)
   return std::ranges::any_of(edits.audioSources, [&](const auto& audio) { return audio.id == source; });
 }
 
+/// Whose words a source waits for, as far as the edit tells: of a recording the microphone's, and once those
+/// are there the system's.
+TimelineTranscriptTrack awaitedTrack(const std::string& source, const TimelineEditSnapshot& edits) {
+  using Track = TimelineTranscriptTrack;
+  const bool isRecording =
+      source == primarySourceKey || std::ranges::any_of(edits.sources, [&](const TimelineSource& added) {
+        return added.id == source && added.kind == TimelineSource::Kind::recording;
+      });
+  if (!isRecording) return Track::audio;
+  return edits.captions && edits.captions->transcriptIndex(source, Track::mic) ? Track::system : Track::mic;
+}
+
 Placed pendingParagraph(const std::string& source, const TimelineEditSnapshot& edits,
                         const TimelineExportEditPlan& plan) {
   const TimelineTranscript awaited{
-      .source = source,
-      .track = source == primarySourceKey ? TimelineTranscriptTrack::mic : TimelineTranscriptTrack::audio,
-      .language = {},
-      .words = {}};
+      .source = source, .track = awaitedTrack(source, edits), .language = {}, .words = {}};
   const auto stretches = SpokenWords::stretches(awaited, edits, plan);
-  const double start = stretches.empty() ? plan.outputDuration
-                                         : std::ranges::min(stretches, {}, &Stretch::outputStart).outputStart;
-  return {start,
-          {.id = "pending-" + source,
+  const auto first = std::ranges::min_element(stretches, {}, &Stretch::outputStart);
+  const bool isPlayed = first != stretches.end();
+  const TranscriptPendingItem item{isPlayed ? first->outputStart : plan.outputDuration, source};
+  return {item.start,
+          {.id = transcriptItemID(item),
            .transcript = {},
            .source = source,
            .track = awaited.track,
            .isVoiceRow = isAudioSource(edits, source),
-           .clipStart = stretches.empty() ? std::nullopt : stretches.front().clipStart,
-           .items = {TranscriptPendingItem{start}}}};
+           .clipStart = isPlayed ? first->clipStart : std::nullopt,
+           .items = {item}}};
 }
 
 /// The paragraph of a removed run of which neither neighbour plays.
@@ -258,11 +266,12 @@ std::set<WordKey> mutedWords(const std::vector<Voice>& voices) {
 
 constexpr double breath = 0.15;  ///< Seconds of silence that speech wants beside it.
 
-/// How much of the silence beside a cut stays.
+/// How much of the silence beside a cut stays. What touches has none, what overlaps neither.
 double keptOf(double gap) {
+  if (gap < timeTolerance) return 0;
   if (gap >= 0.5 - SpokenWords::tieTolerance) return breath;
   if (gap >= 0.3 - SpokenWords::tieTolerance) return (gap - breath) / 2;
-  return std::max(gap, 0.0);
+  return gap;
 }
 
 }  // namespace
@@ -293,16 +302,21 @@ std::optional<TimelineSpan> restored(const TimelineEditSnapshot& edits, double d
   TimelineSpan span{item.sourceStart, item.sourceEnd};
   std::optional<double> playsUntil;
   std::optional<double> playsFrom;
-  const auto plan = TimelineExportEditPlan::build(duration, edits);
-  for (const auto& stretch : SpokenWords::stretches(transcript, edits, plan)) {
+  const auto stretches =
+      SpokenWords::stretches(transcript, edits, TimelineExportEditPlan::build(duration, edits));
+  for (const auto& stretch : stretches) {
     const auto& plays = stretch.source;
     if (plays.start < span.start)
       playsUntil = std::max(playsUntil.value_or(plays.start), std::min(plays.end, span.start));
     if (plays.end > span.end)
       playsFrom = std::min(playsFrom.value_or(plays.end), std::max(plays.start, span.end));
   }
-  if (item.words.first > 0) span.start = playsUntil.value_or(span.start);
-  if (item.words.last + 1 < transcript.words.size()) span.end = playsFrom.value_or(span.end);
+  const auto words = SpokenWords::played(transcript, stretches);
+  const auto isPlayed = [&](std::size_t index) {
+    return std::ranges::find(words, index, &SpokenWords::Word::index) != words.end();
+  };
+  if (item.words.first > 0 && isPlayed(item.words.first - 1)) span.start = playsUntil.value_or(span.start);
+  if (isPlayed(item.words.last + 1)) span.end = playsFrom.value_or(span.end);
   return span;
 }
 
@@ -311,8 +325,8 @@ Cut cut(TimelineSpan selected, std::span<const TimelineSpan> spoken, double vide
   std::optional<double> before;
   std::optional<double> after;
   for (const auto& span : spoken) {
-    if (span.start < selected.start) before = std::max(before.value_or(span.end), span.end);
-    if (span.end > selected.end) after = std::min(after.value_or(span.start), span.start);
+    if (span.start < selected.start - timeTolerance) before = std::max(before.value_or(span.end), span.end);
+    if (span.end > selected.end + timeTolerance) after = std::min(after.value_or(span.start), span.start);
   }
 
   Cut cut{selected.start, std::min(selected.end, videoEnd), 0};

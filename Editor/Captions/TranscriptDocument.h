@@ -48,7 +48,8 @@ struct TranscriptRemovedItem {
 
 /// A source whose transcript is still on its way.
 struct TranscriptPendingItem {
-  double start = 0;  ///< Output seconds.
+  double start = 0;    ///< Output seconds.
+  std::string source;  ///< As `TimelineTranscript::source`.
 
   friend bool operator==(const TranscriptPendingItem&, const TranscriptPendingItem&) = default;
 };
@@ -106,7 +107,8 @@ struct Cut {
 };
 
 /// What to take out of the output so that `selected` goes and the speech around it keeps its breath. `spoken`
-/// are the other words that are heard, of every voice and in any order. Output seconds.
+/// are the other words that are heard, of every voice and in any order; what is nearer than `timeTolerance`
+/// touches. Output seconds.
 Cut cut(TimelineSpan selected, std::span<const TimelineSpan> spoken, double videoEnd);
 
 /// What a restore of removed words brings back, in seconds of their sound: the words, and on a side where

@@ -69,6 +69,8 @@ struct SourceFile {
   fs::path path;
   std::string name;  ///< How the user knows it.
   bool isAudio = false;
+
+  friend bool operator==(const SourceFile&, const SourceFile&) = default;
 };
 
 std::optional<SourceFile> sourceFile(const fs::path& recording, const TimelineEditSnapshot& edits,
@@ -80,6 +82,14 @@ std::optional<SourceFile> sourceFile(const fs::path& recording, const TimelineEd
     if (source.id == key)
       return SourceFile{ProjectSourceFiles::file(recording, source), source.displayName, true};
   return std::nullopt;
+}
+
+std::optional<SourceFile> fileOfRemoved(const TranscriptRemovedItem& item,
+                                        const std::optional<Recording>& recording,
+                                        const TimelineEditSnapshot& edits) {
+  if (!recording || !edits.captions || item.transcript >= edits.captions->transcripts.size())
+    return std::nullopt;
+  return sourceFile(recording->screenVideo, edits, edits.captions->transcripts[item.transcript].source);
 }
 
 /// The file's length in seconds; none if it cannot be read. Blocking.
@@ -416,15 +426,15 @@ void EditorCoordinator::deleteTranscriptSelection(const TranscriptSelection& sel
 
 Task<std::optional<TimelineEditEvent>> EditorCoordinator::restoreEvent(TranscriptRemovedItem item) const {
   assert(sequence_.isCurrent());
-  if (!recording_) co_return std::nullopt;
+  const auto file = fileOfRemoved(item, recording_, edits());
+  if (!file) co_return std::nullopt;
+  const auto limit = co_await runOn(diskExecutor(), sourceLimit(file->path));
+  // Editing went on meanwhile: everything else is asked of the edit as it is now.
+  if (!limit || fileOfRemoved(item, recording_, edits()) != file) co_return std::nullopt;
   const double duration = recording_->duration;
   const auto span = TranscriptDocument::restored(edits(), duration, item);
   if (!span) co_return std::nullopt;
   const auto source = edits().captions->transcripts[item.transcript].source;
-  const auto file = sourceFile(recording_->screenVideo, edits(), source);
-  if (!file) co_return std::nullopt;
-  const auto limit = co_await runOn(diskExecutor(), sourceLimit(file->path));
-  if (!limit) co_return std::nullopt;
   if (file->isAudio) co_return TimelineEvents::RestoreVoiceGap{source, span->start, span->end, duration};
   const auto video = source == primarySourceKey ? std::nullopt : std::optional(source);
   co_return TimelineEvents::RestoreVideoGap{video, span->start, span->end, *limit, duration};

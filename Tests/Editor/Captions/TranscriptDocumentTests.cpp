@@ -81,6 +81,15 @@ TEST(TranscriptDocument, InterleavesVoicesAndTellsTheirRows) {
   EXPECT_EQ(document.paragraphs[1].clipStart, 2.2);
   EXPECT_EQ(document.paragraphs[1].id, "1-2700");
 
+  // What is awaited: of the recordings their microphones, until those are there.
+  edits.sources = {{.id = "b", .kind = TimelineSource::Kind::recording}, {.id = "c"}};
+  std::set<std::string> awaited;
+  for (const auto& paragraph :
+       TranscriptDocument::document(edits, duration, {"b", "c", "primary"}).paragraphs)
+    if (!paragraph.transcript)
+      awaited.insert(transcriptItemID(paragraph.items[0]) + " " + std::string(rawText(paragraph.track)));
+  EXPECT_THAT(awaited, testing::ElementsAre("pending-b mic", "pending-c audio", "pending-primary system"));
+
   edits.setMuted(TimelineMuteRow::voice, true);
   EXPECT_EQ(read(edits), "one two (pause)\nthree\n[voice lost]")
       << "a row that is muted plays none of its words";
@@ -120,6 +129,11 @@ TEST(TranscriptDocument, CutsWithBreathForTheNeighbours) {
        {{0, 0.5}, {0.6, 1}, {2.2, 2.4}, {6, 7}, {4, 5}},
        20,
        {1.15, 3.85, 0.3}},
+      {"what is nearer than a millisecond touches",
+       {2, 3},
+       {{0, 1.9996}, {1.9996, 2.4}, {2.9, 3.0004}, {3.0004, 5}},
+       20,
+       {1.9996, 3.0004, 0}},
       {"one side only", {2, 3}, {{0, 1}}, 20, {1.15, 3, 0.15}},
       {"the end of the video", {2, 3}, {{0, 1}, {8, 9}}, 3.5, {1.15, 3.5, 0.3}},
   };

@@ -77,6 +77,19 @@ TEST_F(TranscriptEditingTest, CutsByWordsAndPutsThemBack) {
   coordinator->driver().undo();
   EXPECT_EQ(coordinator->editFingerprint(), whole);
 
+  // An edit while the file is looked at: the silence up to "three" has nothing to lead to any more.
+  remove("two", "two");
+  bool isRestored = false;
+  asio::co_spawn(loop, coordinator->restore(removed().value()),
+                 [&](std::exception_ptr) { isRestored = true; });
+  loop.restart();
+  loop.poll_one();
+  remove("three", "three");
+  ASSERT_TRUE(runUntil([&] { return isRestored; }));
+  EXPECT_EQ(read(), "one two [three..three] four ");
+  EXPECT_NEAR(coordinator->editedDuration(), 5 - (2.35 - 0.9) - 0.5, 1e-3);
+  coordinator->driver().applySnapshot({.captions = coordinator->edits().captions});
+
   remove("(pause)", "(pause)");
   EXPECT_EQ(read(), "one two three four ");
   EXPECT_NEAR(coordinator->editedDuration(), 5 - (2.35 - 1.05), 1e-3) << "breath stays on both sides";
