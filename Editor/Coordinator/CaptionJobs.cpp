@@ -80,9 +80,9 @@ CaptionJobs::~CaptionJobs() {
 void CaptionJobs::update(const std::shared_ptr<EditorCoordinator>& coordinator) {
   assert(sequence_.isCurrent());
   if (coordinator_.lock() != coordinator) {
-    stop();
-    status_ = Off{};
     coordinator_ = coordinator;
+    status_ = Off{};
+    stop();
   }
   const auto& captions = coordinator->edits().captions;
   const bool hasTranscripts = captions && !captions->transcripts.empty();
@@ -110,7 +110,7 @@ void CaptionJobs::stop() {
   stop_.request_stop();
   isRunning_ = false;
   recheck_ = false;
-  pendingSources_.clear();
+  if (!std::exchange(pendingSources_, {}).empty()) changed.emit();
 }
 
 void CaptionJobs::setPreviewStatus(Status status, std::set<std::string> pending) {

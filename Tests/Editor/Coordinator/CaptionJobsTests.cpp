@@ -162,6 +162,10 @@ TEST_F(CaptionJobsTest, StopsAtAFailureUntilItIsToldToTryAgain) {
 
   jobs->setPreviewStatus(CaptionJobs::Failed{"for show"}, {"primary"});
   EXPECT_EQ(seen.back(), "for show");
+  std::size_t pending = 1;
+  const auto told = jobs->changed.connect([&] { pending = jobs->pendingSources().size(); });
+  jobs->stop();
+  EXPECT_EQ(pending, 0u) << "whoever shows what waits is told that nothing does";
 }
 
 TEST_F(CaptionJobsTest, DropsWhatAStoppedRunStillBrings) {
