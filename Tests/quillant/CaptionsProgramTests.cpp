@@ -130,6 +130,10 @@ TEST_F(CaptionsProgramTest, WritesWhatIsSaidWithoutReachingForANetwork) {
   EXPECT_EQ(silent.errors, "quillant: there is no such sound to make captions of\n");
   words.back() = "audio";
   EXPECT_EQ(quillantWith(words).exitCode, 64);
+  words = captions("talk.srt");
+  words.insert(words.end(), {"--style", "outline"});
+  EXPECT_EQ(quillantWith(words).errors,
+            "quillant: --style has no effect on .srt files\nsee quillant captions --help\n");
   environment["LC_ALL"] = "sv_SE.UTF-8";
   fs::remove(cache);
   const auto swedish = quillantWith(captions("sv.vtt"));

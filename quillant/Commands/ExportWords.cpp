@@ -186,6 +186,7 @@ void requireEnding(const std::filesystem::path& output, std::initializer_list<co
 /// Options that a kind of file has no use for. Ignored in silence, they would be looked for in the result.
 std::vector<std::string> uselessOptions(ExportWords::Command command, const std::string& ending) {
   if (command == ExportWords::Command::frame) return {"--quality", "--frame-rate", "--gif-size", "--no-loop"};
+  if (ending == ".srt" || ending == ".txt") return {"--style"};
   if (ending == ".gif") return {"--resolution", "--size", "--quality"};
   return {"--gif-size", "--no-loop"};
 }
@@ -365,7 +366,7 @@ Writes what is said in the finished video: as subtitles (WebVTT with the time of
 or with all times as JSON. Listens to it first where nobody has yet, on this computer and nowhere else. The project
 itself is not changed. The file appears whole, or not at all.
 
-  --style box|outline|plain   how players that can draw it should; the project's, or box
+  --style box|outline|plain   of .vtt and .json: how players that can should draw it; the project's, or box
   --track mic|system          one voice of a recording alone)";
 
 }  // namespace
