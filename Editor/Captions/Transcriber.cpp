@@ -39,20 +39,30 @@ class TemporaryFile {
 /// The sound's length in seconds; none if it was stopped.
 std::optional<double> extract(const std::filesystem::path& file, int track, const std::string& name,
                               const std::filesystem::path& to, const std::stop_token& stop) {
+  const auto readable = [&name](const auto& read) {
+    try {
+      return read();
+    } catch (const Error&) {
+      throw TranscriptionError::unreadable(name);
+    }
+  };
+  auto reader = readable([&] { return SoundReader(file, track, recognizedFormat); });
+  std::vector<float> buffer(16'384);
+  const auto read = [&] { return readable([&] { return reader.read(buffer); }); };
   try {
-    SoundReader reader(file, track, recognizedFormat);
     constexpr unsigned ownersOnly = 0600;  // what is said concerns nobody else on this machine
     SoundFileWriter writer(to, recognizedFormat, ownersOnly);
-    std::vector<float> buffer(16'384);
-    while (const auto frames = reader.read(buffer)) {
+    while (const auto frames = read()) {
       if (stop.stop_requested()) return std::nullopt;
       writer.write(std::span(buffer).first(frames));
     }
     writer.finish();
-    return static_cast<double>(reader.position()) / recognizedFormat.sampleRate;
-  } catch (const Error&) {
-    throw TranscriptionError::unreadable(name);
+  } catch (const TranscriptionError&) {
+    throw;
+  } catch (const Error& error) {  // of the writer: the disk is full
+    throw TranscriptionError::failed(name, error.description());
   }
+  return static_cast<double>(reader.position()) / recognizedFormat.sampleRate;
 }
 
 }  // namespace
