@@ -40,6 +40,17 @@ std::optional<AreaCaptureGeometry> geometry(const CaptureArea& area, std::uint32
       .outputHeight = output.height};
 }
 
+std::optional<CaptureArea> area(const Rect& drawn, std::uint32_t displayID,
+                                const std::vector<DisplayInfo>& displays) {
+  const auto display = std::ranges::find(displays, displayID, &DisplayInfo::id);
+  if (display == displays.end()) return std::nullopt;
+  const Rect& frame = display->frame;
+  return CaptureArea{.x = frame.x + drawn.x,
+                     .y = primaryHeight(displays, frame) - (frame.y + drawn.maxY()),
+                     .width = drawn.width,
+                     .height = drawn.height};
+}
+
 double backingScale(const Rect& windowFrame, const std::vector<DisplayInfo>& displays) {
   constexpr double withoutDisplays = 2;
   const double height = primaryHeight(displays, windowFrame);

@@ -29,6 +29,11 @@ std::optional<AreaCaptureGeometry> geometry(const CaptureArea& area, std::uint32
                                             CaptureResolution resolution,
                                             const std::vector<DisplayInfo>& displays);
 
+/// What was drawn on a display, in points from its top left, as an area of the desktop; nothing if no display
+/// has that id.
+std::optional<CaptureArea> area(const Rect& drawn, std::uint32_t displayID,
+                                const std::vector<DisplayInfo>& displays);
+
 /// The scale of the display under the middle of a window, else of the main one; 2 if there is none. The frame
 /// is in global points, origin at the top left of the primary display. A middle on the seam between two
 /// displays is on the right or the upper one.

@@ -27,13 +27,18 @@ struct DisplayInfo {
   int pixelWidth = 0;
   int pixelHeight = 0;
   bool isMain = false;
+  std::string name;  ///< As the system calls it: "HDMI-1".
   friend bool operator==(const DisplayInfo&, const DisplayInfo&) = default;
 };
 
 struct WindowInfo {
   std::uint32_t id = 0;
   std::string title;
-  Rect frame;  ///< Global points, origin at the top left of the primary display: the client area.
+  Rect frame;              ///< Global points, origin at the top left of the primary display: the client area.
+  std::string appName;     ///< Of the program that it belongs to, for people; empty if that is not known.
+  std::string appID;       ///< The same for programs, in lower case; empty if it is not known.
+  int layer = 0;           ///< 0: an ordinary window. Above it panels, menus and notes, below it the desktop.
+  bool isOnScreen = true;  ///< False when iconified or on another workspace; it may be covered.
   friend bool operator==(const WindowInfo&, const WindowInfo&) = default;
 };
 
@@ -41,6 +46,7 @@ struct WindowInfo {
 struct ShareableContent {
   std::vector<DisplayInfo> displays;
   std::vector<WindowInfo> windows;
+  friend bool operator==(const ShareableContent&, const ShareableContent&) = default;
 };
 
 /// What a stream shall deliver of what its session records.

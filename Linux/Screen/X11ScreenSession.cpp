@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "CaptureEngine/CaptureTarget.h"
+#include "Core/Text.h"
 #include "Linux/Input/X11Input.h"
 #include "Linux/Screen/BGRAPixels.h"
 #include "Linux/Screen/ScreenStream.h"
@@ -21,7 +22,8 @@ DisplayInfo displayInfo(const X11Monitor& monitor, const X11Layout& layout) {
           .scale = layout.scale,
           .pixelWidth = static_cast<int>(monitor.frame.width),
           .pixelHeight = static_cast<int>(monitor.frame.height),
-          .isMain = &monitor == &layout.main()};
+          .isMain = &monitor == &layout.main(),
+          .name = monitor.name};
 }
 
 void requireDesktop(const X11Connection& x) {
@@ -37,7 +39,13 @@ ShareableContent contentOf(X11Connection& x, const X11Layout& layout) {
   ShareableContent content;
   for (const auto& monitor : layout.monitors) content.displays.push_back(displayInfo(monitor, layout));
   for (auto& window : X11Windows::list(x))
-    content.windows.push_back({window.id, std::move(window.title), layout.points(window.frame)});
+    content.windows.push_back({.id = window.id,
+                               .title = std::move(window.title),
+                               .frame = layout.points(window.frame),
+                               .appName = window.application,
+                               .appID = Text::lowercased(window.application),
+                               .layer = window.layer,
+                               .isOnScreen = window.isVisible});
   if (!x.isAlive())
     throw X11Error(x.whyDead());  // what it did not tell is no reason to choose another display
   return content;

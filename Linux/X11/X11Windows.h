@@ -12,8 +12,10 @@ namespace quillant {
 struct X11Window {
   xcb_window_t id = XCB_WINDOW_NONE;
   std::string title;
-  Rect frame;              ///< The client area, without border: pixels of the root window.
-  bool isVisible = false;  ///< False when iconified or on another desktop; it may still be covered.
+  Rect frame;               ///< The client area, without border: pixels of the root window.
+  bool isVisible = false;   ///< False when iconified or on another desktop; it may still be covered.
+  std::string application;  ///< The class that its program gives to its windows: "Firefox".
+  int layer = 0;            ///< 0: an ordinary window. 1: a panel, a menu, a note. -1: the desktop.
 
   friend bool operator==(const X11Window&, const X11Window&) = default;
 };

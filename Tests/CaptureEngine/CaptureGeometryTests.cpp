@@ -41,6 +41,9 @@ TEST(AreaCaptureMapper, TurnsAnUpwardAreaIntoAPartOfItsDisplay) {
     EXPECT_EQ(AreaCaptureMapper::geometry(area, display, resolution, desk), expected)
         << area.x << ", " << area.y;
   EXPECT_EQ(AreaCaptureMapper::geometry({0, 0, 100, 100}, 4, native, desk), std::nullopt);
+  // and back, from what is drawn on a display
+  EXPECT_EQ(AreaCaptureMapper::area({100, 780, 400, 200}, 3, desk), (CaptureArea{-100, 1000, 400, 200}));
+  EXPECT_EQ(AreaCaptureMapper::area({0, 0, 100, 100}, 4, desk), std::nullopt);
 }
 
 TEST(AreaCaptureMapper, TakesAWindowsScaleFromTheDisplayUnderItsMiddle) {

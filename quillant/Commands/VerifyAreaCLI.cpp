@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 
+#include "CaptureEngine/AreaCaptureMapper.h"
 #include "quillant/Commands/ReferencePicture.h"
 #include "quillant/Commands/TrialRecording.h"
 
@@ -17,13 +18,9 @@ PixelRect lowerLeft(const PixelBuffer& picture) {
   return {rect.x, picture.height - part(picture.height, 8) - rect.height, rect.width, rect.height};
 }
 
-/// The same pixels as a user would draw them: global points that count upwards from the primary display's
-/// lower edge.
-CaptureArea drawnArea(const PixelRect& pixels, const DisplayInfo& display, double primaryHeight) {
-  return {.x = display.frame.x + pixels.x / display.scale,
-          .y = primaryHeight - display.frame.y - (pixels.y + pixels.height) / display.scale,
-          .width = pixels.width / display.scale,
-          .height = pixels.height / display.scale};
+/// The same pixels as a user would draw them on the display.
+Rect drawn(const PixelRect& pixels, double scale) {
+  return {pixels.x / scale, pixels.y / scale, pixels.width / scale, pixels.height / scale};
 }
 
 }  // namespace
@@ -34,19 +31,15 @@ bool VerifyAreaCLI::passes(const std::vector<std::string>& words) {
   const auto& displays = content.displays;
   const auto whole = wholeDisplay(choice, content);
   const auto display = *std::ranges::find(displays, whole.displayID, &DisplayInfo::id);
-  const auto primary = std::ranges::find(displays, Point{0, 0}, [](const DisplayInfo& candidate) {
-    return Point{candidate.frame.x, candidate.frame.y};
-  });
-  const double primaryHeight = (primary == displays.end() ? display : *primary).frame.height;
-
   const auto reference = ReferencePicture::grab(*services_.screen, display.id, whole.source());
   const auto chosen = lowerLeft(*reference);
   auto wrong = chosen;
   wrong.y = reference->height - chosen.y - chosen.height;
 
   const TrialRecording recording(
-      services_,
-      {.displayID = display.id, .area = drawnArea(chosen, display, primaryHeight), .telemetry = false});
+      services_, {.displayID = display.id,
+                  .area = AreaCaptureMapper::area(drawn(chosen, display.scale), display.id, displays),
+                  .telemetry = false});
   const auto picture = recording.firstPicture();
   tell(fmt::format("recorded {}x{} of {}x{} pixels", picture->width, picture->height, chosen.width,
                    chosen.height));

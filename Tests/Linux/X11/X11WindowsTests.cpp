@@ -39,12 +39,17 @@ TEST(X11Windows, ListsWhatTheManagerLooksAfterOrElseWhatIsVisible) {
   const xcb_window_t framed = makeWindow(x, decoration, {5, 25, 210, 150});
   setProperty(x, framed, "_NET_WM_NAME", x.atom("UTF8_STRING"), 8, 7, "Größe");
   setProperty(x, framed, "WM_NAME", XCB_ATOM_STRING, 8, 5, "Gr..e");
+  setProperty(x, framed, "WM_CLASS", XCB_ATOM_STRING, 8, 13, "editor\0Editor");
+  const xcb_atom_t types[] = {x.atom("_MANAGERS_OWN"), x.atom("_NET_WM_WINDOW_TYPE_DOCK"),
+                              x.atom("_NET_WM_WINDOW_TYPE_NORMAL")};
+  setProperty(x, framed, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, 32, 3, types);
   const xcb_window_t gone = xcb_generate_id(x.get());
   const xcb_window_t managed[] = {hidden, gone, framed};
   setProperty(x, x.root(), "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, 32, 1, &decoration);
   setProperty(x, x.root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, 32, 3, managed);
-  EXPECT_THAT(X11Windows::list(x), ElementsAre(X11Window{hidden, "", {0, 0, 50, 50}, false},
-                                               X11Window{framed, "Größe", {105, 125, 210, 150}, true}));
+  EXPECT_THAT(X11Windows::list(x),
+              ElementsAre(X11Window{hidden, "", {0, 0, 50, 50}, false},
+                          X11Window{framed, "Größe", {105, 125, 210, 150}, true, "Editor", 1}));
 }
 
 }  // namespace
