@@ -5,7 +5,7 @@
 namespace quillant {
 
 std::string SystemWords::whereToAllow(std::string_view thing, std::string_view separator) {
-  return fmt::format("Settings{0}Privacy & Security{0}{1}", separator, thing);
+  return fmt::format("{1}{0}Privacy & Security{0}{2}", separator, settings, thing);
 }
 
 }  // namespace quillant

@@ -11,6 +11,8 @@ inline constexpr std::string_view computer = "computer";  ///< "saved on your co
 inline constexpr std::string_view system = "the system";
 inline constexpr std::string_view sentenceSystem = "The system";  ///< At the beginning of a sentence.
 
+/// The program in which the user allows things.
+inline constexpr std::string_view settings = "Settings";
 /// What holds passwords for the user.
 inline constexpr std::string_view secretStore = "keyring";
 /// The keys that undo: "Use Ctrl+Z to undo the cut."
