@@ -17,7 +17,8 @@ class SoundStream {
   virtual ~SoundStream() = default;  ///< Stops.
   virtual void start() = 0;          ///< Throws an `Error`.
   virtual void stop() = 0;           ///< No buffer is delivered once this has returned; idempotent.
-  /// What the user should know of a stream that ended before it was stopped; read after `stop`.
+  /// What the user should know of a stream that ended or left sound out before it was stopped; read after
+  /// `stop`.
   virtual std::vector<std::string> warnings() = 0;
 };
 

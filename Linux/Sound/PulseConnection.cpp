@@ -95,7 +95,7 @@ void PulseConnection::wake() const {
   ::pa_threaded_mainloop_signal(loop_.get(), 0);
 }
 
-void PulseConnection::stateChanged() {
+void PulseConnection::stateChanged() noexcept {
   if (!isAlive())
     for (auto* listener : listeners_) listener->serverEnded();
   wake();
@@ -110,19 +110,17 @@ SoundDevices PulseConnection::devices() {
 }
 
 /// One question at a time; answers come in the order of the questions, the default devices first.
-void PulseConnection::refresh() {
+void PulseConnection::refresh() noexcept {
   if (std::exchange(isRefreshing_, true)) {
     isStale_ = true;
     return;
   }
   isStale_ = false;
-  arriving_ = {};
+  arriving_.emplace();
   letRun(::pa_context_get_server_info(
       context_.get(),
       [](pa_context*, const pa_server_info* info, void* connection) {
-        if (!info) return;
-        self(connection).arriving_.defaultSource = text(info->default_source_name);
-        self(connection).arriving_.defaultSink = text(info->default_sink_name);
+        if (info) self(connection).receive(*info);
       },
       this));
   letRun(::pa_context_get_source_info_list(
@@ -133,16 +131,29 @@ void PulseConnection::refresh() {
       this));
 }
 
-void PulseConnection::receive(const pa_source_info& source) {
-  arriving_.sources.push_back({.id = text(source.name),
-                               .name = text(source.description),
-                               .monitoredSink = text(source.monitor_of_sink_name)});
+void PulseConnection::receive(const pa_server_info& server) noexcept try {
+  if (!arriving_) return;
+  arriving_->defaultSource = text(server.default_source_name);
+  arriving_->defaultSink = text(server.default_sink_name);
+} catch (...) {
+  arriving_.reset();
 }
 
-void PulseConnection::finishRefresh() {
-  devices_ = std::exchange(arriving_, {});
+void PulseConnection::receive(const pa_source_info& source) noexcept try {
+  if (!arriving_) return;
+  arriving_->sources.push_back({.id = text(source.name),
+                                .name = text(source.description),
+                                .monitoredSink = text(source.monitor_of_sink_name)});
+} catch (...) {
+  arriving_.reset();
+}
+
+void PulseConnection::finishRefresh() noexcept {
   isRefreshing_ = false;
-  for (auto* listener : listeners_) listener->devicesChanged(devices_);
+  if (arriving_) {
+    devices_ = *std::exchange(arriving_, std::nullopt);
+    for (auto* listener : listeners_) listener->devicesChanged(devices_);
+  }
   if (isStale_) refresh();
   wake();
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <pulse/pulseaudio.h>
 #include <string>
 #include <vector>
@@ -31,12 +32,12 @@ class PulseError : public Error {
 /// another.
 class PulseConnection {
  public:
-  /// What streams want to know. Called on the connection's thread, under its lock.
+  /// What streams want to know. Called on the connection's thread, under its lock, by the client library.
   class Listener {
    public:
     virtual ~Listener() = default;
-    virtual void devicesChanged(const SoundDevices& devices) = 0;
-    virtual void serverEnded() = 0;
+    virtual void devicesChanged(const SoundDevices& devices) noexcept = 0;
+    virtual void serverEnded() noexcept = 0;
   };
 
   /// Held while anything of the connection or its streams is touched from outside its thread.
@@ -82,10 +83,13 @@ class PulseConnection {
     void operator()(pa_context* context) const { ::pa_context_unref(context); }
   };
 
-  void stateChanged();
-  void refresh();
-  void receive(const pa_source_info& source);
-  void finishRefresh();
+  // Run in the client library's calls, through which nothing may be thrown.
+  void stateChanged() noexcept;
+  void refresh() noexcept;
+  void receive(const pa_server_info& server) noexcept;
+  void receive(const pa_source_info& source) noexcept;
+  void finishRefresh() noexcept;
+
   [[noreturn]] void fail(const std::string& what) const;
 
   const std::chrono::microseconds patience_;
@@ -93,7 +97,7 @@ class PulseConnection {
   std::unique_ptr<pa_context, FreeContext> context_;
   std::vector<Listener*> listeners_;
   SoundDevices devices_;
-  SoundDevices arriving_;
+  std::optional<SoundDevices> arriving_;  ///< Absent, too, once there was no memory for a part of it.
   bool isRefreshing_ = false;
   bool isStale_ = false;  // something changed while the last answer was on its way
 };

@@ -11,6 +11,8 @@ namespace {
 constexpr int sampleRate = 48'000;
 /// How much sound comes at once: small, so that little is lost when the process dies.
 constexpr std::uint32_t framesPerFragment = sampleRate / 50;
+/// A source that leaves out more than this has stopped. Sound that is late has its time all the same.
+constexpr MediaTime longestGap{2, 1};
 
 std::size_t bytesPerFrame(int channels) {
   return sizeof(float) * static_cast<std::size_t>(channels);
@@ -39,19 +41,22 @@ PulseSoundStream::~PulseSoundStream() {
 void PulseSoundStream::start() {
   const PulseConnection::Lock lock(*connection_);
   isDelivering_ = true;
+  heardUntil_ = HostClock::now();
 }
 
 void PulseSoundStream::stop() {
   const PulseConnection::Lock lock(*connection_);
   if (std::exchange(isStopped_, true)) return;
   if (!stream_) warn("its stream was ended");
+  warnIfSilentUntil(HostClock::now());
   connection_->remove(*this);
   close();
 }
 
 std::vector<std::string> PulseSoundStream::warnings() {
   const PulseConnection::Lock lock(*connection_);
-  return warnings_;
+  if (!whyStopped_) return {};
+  return {role_.name + " stopped during the recording — " + whyStopped_};
 }
 
 void PulseSoundStream::open(const std::string& device) {
@@ -94,7 +99,7 @@ void PulseSoundStream::close() {
   ::pa_stream_unref(stream);
 }
 
-void PulseSoundStream::devicesChanged(const SoundDevices& devices) {
+void PulseSoundStream::devicesChanged(const SoundDevices& devices) noexcept try {
   const auto device = role_.chooseDevice(devices);
   if (stream_ && device == device_) return;
   close();
@@ -102,16 +107,20 @@ void PulseSoundStream::devicesChanged(const SoundDevices& devices) {
     open(*device);
   else
     warn("its device went away");
+} catch (...) {  // without memory there is no other device: what is left of the stream tells
 }
 
-void PulseSoundStream::serverEnded() {
+void PulseSoundStream::serverEnded() noexcept {
   warn("the sound server went away");
   close();
 }
 
-/// The first reason is what started it.
-void PulseSoundStream::warn(const std::string& reason) {
-  if (warnings_.empty()) warnings_.push_back(role_.name + " stopped during the recording — " + reason);
+void PulseSoundStream::warn(const char* reason) noexcept {
+  if (!whyStopped_) whyStopped_ = reason;
+}
+
+void PulseSoundStream::warnIfSilentUntil(MediaTime time) noexcept {
+  if (isDelivering_ && time - heardUntil_ > longestGap) warn("no sound came from it");
 }
 
 void PulseSoundStream::read() {
@@ -130,6 +139,8 @@ void PulseSoundStream::read() {
 void PulseSoundStream::deliver(const void* data, std::size_t bytes) noexcept try {
   const auto frameCount = static_cast<int>(bytes / bytesPerFrame(role_.channels));
   const auto time = clock_.stamp(frameCount, timeOfNextSample(frameCount));
+  warnIfSilentUntil(time);
+  heardUntil_ = time + MediaTime{frameCount, sampleRate};
   if (!data || !isDelivering_) return;
   const auto* samples = static_cast<const float*>(data);
   onBuffer_({.time = time,

@@ -33,13 +33,16 @@ class PulseSoundStream : public SoundStream, private PulseConnection::Listener {
   std::vector<std::string> warnings() override;
 
  private:
-  void devicesChanged(const SoundDevices& devices) override;
-  void serverEnded() override;
+  // Run in the client library's calls, through which nothing may be thrown.
+  void devicesChanged(const SoundDevices& devices) noexcept override;
+  void serverEnded() noexcept override;
 
   /// `stream_` stays null if the server refuses at once, and becomes null if it does so later.
   void open(const std::string& device);
   void close();
-  void warn(const std::string& reason);
+  /// Why it has stopped; what was told first is what started it.
+  void warn(const char* reason) noexcept;
+  void warnIfSilentUntil(MediaTime time) noexcept;
   void read();
   void deliver(const void* data, std::size_t bytes) noexcept;
   MediaTime timeOfNextSample(int frameCount) const;
@@ -54,7 +57,8 @@ class PulseSoundStream : public SoundStream, private PulseConnection::Listener {
   SampleClock clock_;
   bool isDelivering_ = false;
   bool isStopped_ = false;
-  std::vector<std::string> warnings_;
+  MediaTime heardUntil_;  ///< Where the sound so far ends, on the host clock.
+  const char* whyStopped_ = nullptr;
 };
 
 }  // namespace quillant

@@ -134,11 +134,19 @@ TEST_F(PulseSoundServiceTest, FollowsTheDefaultDevicesAndLeavesTheUnpluggedOnes)
 TEST_F(PulseSoundServiceTest, EndsItsSourcesWithTheServerAndFindsTheNext) {
   const auto mic = startMicrophone();
   const auto output = startSystemAudio();
+  const auto stoppedEarlier = startMicrophone();
+  ASSERT_TRUE(eventually([&] { return !microphone.pieces().empty(); }));
   server->hang();
   PulseSoundService impatient(std::chrono::milliseconds(100));
   EXPECT_THAT(
       [&] { impatient.makeSystemAudio(system.callback()); },
       ThrowsMessage<SystemAudioError>("system audio cannot be recorded: no sound server answers: Timeout"));
+  EXPECT_TRUE(eventually([&] {
+    return HostClock::now() - microphone.pieces().back().arrival > MediaTime{5, 2};
+  }));
+  stoppedEarlier->stop();
+  EXPECT_THAT(stoppedEarlier->warnings(),
+              ElementsAre("microphone stopped during the recording — no sound came from it"));
   server->kill();
   EXPECT_TRUE(eventually([&] { return !mic->warnings().empty() && !output->warnings().empty(); }));
   mic->stop();
