@@ -8,6 +8,7 @@
 #include "CaptureEngine/FacecamError.h"
 #include "Core/HostClock.h"
 #include "Linux/Camera/CameraDevices.h"
+#include "MediaKit/MediaError.h"
 
 namespace quillant {
 
@@ -16,6 +17,8 @@ namespace {
 /// How long to wait before a camera that had no frame is asked again.
 constexpr MediaTime pollInterval{4, 1000};
 constexpr MediaTime errorInterval{1, 10};
+/// A camera that has given no whole frame for this long has failed, though it does not say so.
+constexpr MediaTime patience{5, 1};
 /// A made-up source that is later than this goes on from now, as a camera that dropped frames would.
 constexpr MediaTime latestFrame{1, 10};
 /// A device's time stamp of a frame is trusted if it lies this close behind.
@@ -108,13 +111,17 @@ void DeviceCameraSession::run() {
 void DeviceCameraSession::readFrames() {
   const auto begin = HostClock::now();
   auto zero = begin;  // of a made-up source
+  auto lastFrame = begin;
   while (true) {
     auto frame = input_->read();
     const auto now = HostClock::now();
     if (!frame) {
+      if (now - lastFrame > patience)
+        throw MediaError(MediaError::Kind::unreadable, "the camera gives no more frames");
       if (!waitUntil(now + pollInterval)) return;
       continue;
     }
+    lastFrame = now;
     MediaTime time = frame->time;
     if (!input_->isDevice()) {
       if (now - (zero + time) > latestFrame) zero = now - time;

@@ -1,13 +1,16 @@
 #include <atomic>
 #include <cstdlib>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <mutex>
+#include <string>
 
 #include "CaptureEngine/FacecamError.h"
 #include "Core/HostClock.h"
 #include "Linux/Camera/CameraDevices.h"
 #include "Linux/Camera/DeviceCameraSession.h"
 #include "Tests/Support/Eventually.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 namespace quillant {
 
@@ -98,6 +101,22 @@ TEST_F(DeviceCameraSessionTest, TellsWhenTheCameraEnds) {
   });
   session.start();
   EXPECT_TRUE(eventually([&] { return errors == 4; }));
+}
+
+TEST_F(DeviceCameraSessionTest, TellsWhenTheCameraGivesNoWholeFrameAnyMore) {
+  using namespace std::string_literals;
+  const TemporaryFolder folder;
+  std::ofstream file(folder / "broken.ivf", std::ios::binary);
+  file << "DKIF\0\0 \0VP80\x40\x01\xF0\0\x1E\0\0\0\1\0\0\0\0\0\0\0\0\0\0\0"s;
+  for (int frame = 0; frame < 50'000; ++frame) file << "\1\0\0\0\0\0\0\0\0\0\0\0x"s;
+  file.close();
+  use("ivf:" + (folder / "broken.ivf").string());
+  std::atomic<int> errors = 0;
+  session.setOnRuntimeError([&] { ++errors; });
+  listen();
+  session.start();
+  EXPECT_TRUE(eventually([&] { return errors == 1; }));
+  EXPECT_THAT(frames(), testing::IsEmpty());
 }
 
 TEST_F(DeviceCameraSessionTest, SaysWhichCameraItCannotUse) {
