@@ -35,6 +35,18 @@ std::exception_ptr failureOf(Work&& work) {
   }
 }
 
+/// Somebody waits to hear of it: where there is no memory for that, it is told as soon as there is.
+template <class Telling>
+void untilTold(Telling&& telling) noexcept {
+  while (true) {
+    try {
+      return telling();
+    } catch (...) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+  }
+}
+
 ScreenError serverLost(const X11Connection& x) {
   return {ScreenError::Kind::serverLost, x.whyDead()};
 }
@@ -66,10 +78,10 @@ ScreenStream::~ScreenStream() {
 
 Task<void> ScreenStream::startCapture() {
   thread_ = std::thread([this] { run(); });
-  if (const auto error = co_await runOn(strand_, started_.wait())) {
-    thread_.join();
-    std::rethrow_exception(error);
-  }
+  const bool isRunning = co_await runOn(strand_, started_.wait());
+  if (isRunning) co_return;
+  thread_.join();
+  std::rethrow_exception(std::exchange(delivery_->failure, nullptr));
 }
 
 void ScreenStream::refresh() {
@@ -99,19 +111,21 @@ void ScreenStream::requestStop() {
 void ScreenStream::run() {
   pthread_setname_np(pthread_self(), "quillant.screen");
   // A start ends behind the first picture: whatever starts next is later than it on the clock, too.
-  auto failure = failureOf([this] {
+  delivery_->failure = failureOf([this] {
     setUp();
     capture();
   });
-  const bool isRunning = !failure;
-  started_.resume(std::move(failure));
+  const bool isRunning = !delivery_->failure;
+  untilTold([&] { started_.resume(isRunning); });
   if (!isRunning) return;
-  failure = failureOf([this] { captureUntilStopped(); });
-  if (failure)
-    sampleQueue_.async([delivery = delivery_, error = std::move(failure)] {
-      if (delivery->isOpen.exchange(false)) delivery->callbacks.onStopped(error);
+  delivery_->failure = failureOf([this] { captureUntilStopped(); });
+  if (delivery_->failure)
+    untilTold([this] {
+      sampleQueue_.async([delivery = delivery_] {
+        if (delivery->isOpen.exchange(false)) delivery->callbacks.onStopped(std::move(delivery->failure));
+      });
     });
-  finished_.resume(true);
+  untilTold([this] { finished_.resume(true); });
 }
 
 void ScreenStream::captureUntilStopped() {
@@ -168,13 +182,11 @@ void ScreenStream::waitForNews() {
   std::array<pollfd, 2> descriptors{
       {{xcb_get_file_descriptor(x_->get()), POLLIN, 0}, {wakeUp_->descriptor(), POLLIN, 0}}};
   const bool untilDue = pending_ && !starved_;
-  timespec timeout{};
-  if (untilDue) {
-    const auto left = std::max(Clock::duration::zero(), due_ - Clock::now());
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
-    timeout = {seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
-  }
-  ::ppoll(descriptors.data(), descriptors.size(), untilDue ? &timeout : nullptr, nullptr);
+  const auto left = untilDue ? std::max(Clock::duration::zero(), due_ - Clock::now()) : patience_;
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+  const timespec timeout{seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
+  const int ready = ::ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr);
+  if (ready == 0 && !untilDue) x_->synchronize();  // a silent server may be a still screen, or hang
   if (descriptors[1].revents != 0) {
     wakeUp_->clear();
     starved_ = false;

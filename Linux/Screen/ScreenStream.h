@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,7 +21,7 @@ namespace quillant {
 /// Pictures of a display, an area or a window from an X server, without the pointer.
 ///
 /// A thread of its own waits on a connection of its own, so the server may hang or die without holding anyone
-/// else up; one that hangs longer than the connection's patience has ended the stream. Started, stopped and
+/// else up; one that hangs ends the stream within twice the connection's patience. Started, stopped and
 /// destroyed by one owner; the sample queue outlives it. Used once.
 class ScreenStream : public StreamControlling {
  public:
@@ -43,6 +44,7 @@ class ScreenStream : public StreamControlling {
   struct Delivery {
     std::atomic<bool> isOpen = true;
     StreamCallbacks callbacks;
+    std::exception_ptr failure;  ///< The thread's, until it has told of it.
   };
   using Clock = std::chrono::steady_clock;
 
@@ -67,7 +69,7 @@ class ScreenStream : public StreamControlling {
   std::atomic<bool> refresh_ = false;
   std::atomic<std::uint64_t> pixelsFetched_ = 0;
   const Executor strand_;
-  const Continuation<std::exception_ptr> started_;
+  const Continuation<bool> started_;
   const Continuation<bool> finished_;
   std::thread thread_;
 

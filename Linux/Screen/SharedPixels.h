@@ -12,7 +12,7 @@ namespace quillant {
 /// file, so nothing is left of it when the process is killed.
 class SharedPixels {
  public:
-  /// Throws std::bad_alloc.
+  /// Throws `ScreenError` where there is no room for it.
   SharedPixels(int width, int height);
   ~SharedPixels();
   SharedPixels(const SharedPixels&) = delete;

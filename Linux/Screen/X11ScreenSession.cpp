@@ -27,11 +27,7 @@ DisplayInfo displayInfo(const X11Monitor& monitor, const X11Layout& layout) {
 }
 
 void requireDesktop(const X11Connection& x) {
-  if (Xwayland::isServer(x))
-    throw ScreenError(
-        ScreenError::Kind::notRecordable,
-        "this is a Wayland session, whose screen cannot be recorded yet — log in to an X11 (Xorg) "
-        "session to record it");
+  if (Xwayland::isServer(x)) throw ScreenError(ScreenError::Kind::notRecordable, Xwayland::whyNotRecordable);
   BGRAPixels::requireOfRoot(x);
 }
 

@@ -71,6 +71,8 @@ class X11Connection {
   }
   /// Waits until a request made by a function `xcb_…_checked` has been carried out.
   bool succeeded(xcb_void_cookie_t cookie) const;
+  /// Waits until the server has carried out all that was asked of it; one that hangs is found out.
+  void synchronize() const;
 
   /// The number of an extension's first event; absent if the server has no such extension. The version still
   /// has to be asked for before the extension's requests are used.
@@ -82,8 +84,6 @@ class X11Connection {
 
  private:
   bool readAnswer(unsigned sequence, Duration limit, void*& answer) const;
-  /// Waits until the server has carried out all that was asked of it.
-  void synchronize() const;
 
   std::shared_ptr<xcb_connection_t> connection_;
   const Duration patience_;

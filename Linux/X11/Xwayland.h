@@ -9,4 +9,9 @@ namespace quillant::Xwayland {
 /// server itself: the environment describes the session, not the server that answers.
 bool isServer(const X11Connection& connection);
 
+/// What the user is told.
+inline constexpr const char* whyNotRecordable =
+    "this is a Wayland session, whose screen cannot be recorded yet — log in to an X11 (Xorg) session to "
+    "record it";
+
 }  // namespace quillant::Xwayland

@@ -2,6 +2,7 @@
 #include <linux/sockios.h>
 #include <random>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 
 #include "Core/HostClock.h"
 #include "Core/PixelRects.h"
@@ -22,6 +23,24 @@ bool hasUnreadRequest() {
   }
   return false;
 }
+
+/// As `ulimit -f` sets it, while it lives.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() {
+    ::setrlimit(RLIMIT_FSIZE, &before_);
+    ::signal(SIGXFSZ, signal_);
+  }
+
+ private:
+  rlimit before_{};
+  sighandler_t signal_ = ::signal(SIGXFSZ, SIG_IGN);
+};
 
 TEST_F(DisplayStream, FetchesAndTellsWhatWasDrawnAndNothingElse) {
   struct Case {
@@ -166,10 +185,9 @@ TEST_F(DisplayStream, EndsWhenTheServerGoesAway) {
 TEST_F(DisplayStream, EndsWhenTheServerHangsWhileItStartsOrRuns) {
   const auto request = wholeDisplay();
   patience = std::chrono::milliseconds(500);
-  auto& running = start(request);
+  start(request);
   ASSERT_TRUE(frames.wait(1));
-  ::kill(display->processID(), SIGSTOP);
-  running.refresh();  // asks for pixels
+  ::kill(display->processID(), SIGSTOP);  // while nothing is asked of it
   EXPECT_EQ(frames.waitForEnd(), ScreenError::Kind::serverLost);
   stop();
   EXPECT_THROW(start(request), ScreenError);
@@ -208,6 +226,10 @@ TEST_F(DisplayStream, SaysWhyItCannotStart) {
     }
   };
   expect("the display server ':59999' cannot be reached or refuses this user", ":59999");
+  {
+    const FileSizeLimit limit(400 * 300 * 4 - 1);
+    expect("the limit on the size of files (see ulimit -f) is below one picture of the screen");
+  }
   makeDisplay(400, 300, {"-extension", "DAMAGE"});
   expect("the display server does not tell what changes (it lacks the DAMAGE extension)");
   makeDisplay(400, 300);

@@ -82,6 +82,13 @@ TEST_F(ScreenSessionTest, RefusesTheServerOfAWaylandSession) {
       x.get(), 1, reinterpret_cast<xcb_input_hierarchy_change_t*>(&device))));
   EXPECT_THAT(whyNot(), testing::StartsWith("this is a Wayland session"));
   EXPECT_THROW(service->content(), ScreenError);
+  // Without an X server there is only the environment to tell.
+  ::unsetenv("DISPLAY");
+  ::setenv("WAYLAND_DISPLAY", "wayland-0", 1);
+  service.emplace();
+  EXPECT_THAT(whyNot(), testing::StartsWith("this is a Wayland session"));
+  ::unsetenv("WAYLAND_DISPLAY");
+  EXPECT_EQ(whyNot(), "there is no display server: DISPLAY is not set");
 }
 
 TEST_F(ScreenSessionTest, RefusesAWindowWithoutPixelsBeforeAnythingIsMade) {
