@@ -29,6 +29,10 @@ struct Describe {
     return "output file already exists: " + kind.url.string() +
            " — refusing to overwrite (never lose a recording)";
   }
+  std::string operator()(const CaptureError::NameInUse& kind) const {
+    return fmt::format("process {} is recording under this name — choose another, or remove {} if it is not",
+                       kind.pid, kind.marker.string());
+  }
   std::string operator()(const CaptureError::AreaDisplayUnavailable& kind) const {
     return fmt::format(
         "area capture requested but display {} has no matching NSScreen — cannot map the crop; refusing to "

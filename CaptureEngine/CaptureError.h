@@ -27,11 +27,15 @@ class CaptureError : public Error {
   struct OutputExists {
     std::filesystem::path url;
   };
+  struct NameInUse {
+    std::filesystem::path marker;
+    std::int32_t pid = 0;  ///< Whose recording it is.
+  };
   struct AreaDisplayUnavailable {
     std::uint32_t displayID = 0;
   };
-  using Kind =
-      std::variant<PermissionDenied, DisplayNotFound, WindowNotFound, OutputExists, AreaDisplayUnavailable>;
+  using Kind = std::variant<PermissionDenied, DisplayNotFound, WindowNotFound, OutputExists, NameInUse,
+                            AreaDisplayUnavailable>;
 
   explicit CaptureError(Kind kind);
   const Kind& kind() const { return kind_; }

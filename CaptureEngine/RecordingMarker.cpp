@@ -1,5 +1,7 @@
 #include "CaptureEngine/RecordingMarker.h"
 
+#include <cerrno>
+#include <csignal>
 #include <unistd.h>
 
 #include "CaptureEngine/RecordingFiles.h"
@@ -33,6 +35,11 @@ void RecordingMarker::write(const std::filesystem::path& screenVideo) {
 RecordingMarker RecordingMarker::read(const std::filesystem::path& path) {
   constexpr std::size_t limit = 1 << 16;
   return JSON::decode<RecordingMarker>(JSON::parse(AtomicFile::read(path, limit)));
+}
+
+bool RecordingMarker::isOfAnotherRunningProcess() const {
+  if (pid <= 0 || pid == ::getpid()) return false;
+  return ::kill(pid, 0) == 0 || errno == EPERM;
 }
 
 }  // namespace quillant

@@ -9,7 +9,7 @@
 namespace quillant {
 
 /// The file `x.recording` beside a recording that is under way. That it exists is what makes a recording an
-/// orphan; what it says is for diagnosis.
+/// orphan; what it says keeps two recordings from having one marker, and is for diagnosis.
 struct RecordingMarker {
   Date startedAt;
   std::int32_t pid = 0;
@@ -19,6 +19,10 @@ struct RecordingMarker {
   static void write(const std::filesystem::path& screenVideo);
   /// The contents of a marker's file. Throws `FileError` or `JSONError`.
   static RecordingMarker read(const std::filesystem::path& path);
+
+  /// Whether a process of this number runs that is not this one. One that died long ago may share its number
+  /// with one that runs.
+  bool isOfAnotherRunningProcess() const;
 
   friend bool operator==(const RecordingMarker&, const RecordingMarker&) = default;
 };

@@ -25,16 +25,30 @@ namespace {
 /// A microphone that never gets louder than this, about -50 dBFS, is taken for muted.
 constexpr float quietestPeak = 0.0032F;
 
+void refuseToOverwrite(const std::filesystem::path& target) {
+  std::error_code ignored;
+  // A link that leads nowhere is in the way as well.
+  if (std::filesystem::exists(std::filesystem::symlink_status(target, ignored)))
+    throw CaptureError(CaptureError::OutputExists{target});
+}
+
 void refuseToOverwrite(const CaptureOptions& options) {
   std::vector<std::filesystem::path> targets{options.outputURL};
   if (options.facecam) targets.push_back(RecordingFiles::facecam(options.outputURL));
   if (options.telemetry) targets.push_back(RecordingFiles::cursorTelemetry(options.outputURL));
-  for (const auto& target : targets) {
-    std::error_code ignored;
-    // A link that leads nowhere is in the way as well.
-    if (std::filesystem::exists(std::filesystem::symlink_status(target, ignored)))
-      throw CaptureError(CaptureError::OutputExists{target});
+  for (const auto& target : targets) refuseToOverwrite(target);
+}
+
+/// Videos whose names differ only in what follows the dot have one marker and one track.
+void refuseToShareAMarker(const CaptureOptions& options) {
+  const auto path = RecordingFiles::marker(options.outputURL);
+  std::optional<RecordingMarker> marker;
+  try {
+    marker = RecordingMarker::read(path);
+  } catch (const Error&) {  // there is none, or one that names nobody
+    return;
   }
+  if (marker->isOfAnotherRunningProcess()) throw CaptureError(CaptureError::NameInUse{path, marker->pid});
 }
 
 Task<void> requestMicrophone(SoundService* sound) {
@@ -99,6 +113,7 @@ Task<std::unique_ptr<ScreenCapturer>> ScreenCapturer::makeChecked(CaptureService
                                                                   CaptureOptions options,
                                                                   FailureCallback onFailure) {
   refuseToOverwrite(options);
+  refuseToShareAMarker(options);
   if (options.mic) co_await requestMicrophone(services.sound);
   if (options.systemAudio && !services.sound) throw SystemAudioError("there is no sound server");
   if (options.facecam) co_await requestCamera(services.camera);
@@ -279,6 +294,7 @@ void ScreenCapturer::writeTelemetry(RecordingArtifacts& artifacts) {
     return;
   }
   const auto path = RecordingFiles::cursorTelemetry(options_.outputURL);
+  refuseToOverwrite(path);  // it was not there at the start
   AtomicFile::write(path, CursorTelemetryCodec::encode(telemetryRecorder_->payload(videoStart)));
   artifacts.cursorTelemetry = path;
   artifacts.clickDiagnostics = telemetryRecorder_->clickDiagnostics();

@@ -249,6 +249,12 @@ TEST_F(ScreenCapturerTest, RefusesToOverwriteOnlyWhatItWouldWrite) {
   std::filesystem::create_symlink(folder / "nowhere", video);
   EXPECT_THAT(whyNot({}), testing::HasSubstr("output file already exists"));
   std::filesystem::remove(video);
+  AtomicFile::write(marker, R"({"pid": 1, "startedAt": 0})");  // of x.mov, say
+  EXPECT_EQ(whyNot({}), "process 1 is recording under this name — choose another, or remove " +
+                            marker.string() + " if it is not");
+  AtomicFile::write(marker, R"({"pid": 2147483647, "startedAt": 0})");  // nobody has this number
+  EXPECT_EQ(whyNot({}), "made");
+  std::filesystem::remove(video);
   std::filesystem::remove(marker);
   std::filesystem::create_directory(marker);  // nothing records without its marker
   EXPECT_THAT(whyNot({}), testing::HasSubstr("could not write " + marker.string()));
@@ -307,16 +313,17 @@ TEST_F(ScreenCapturerTest, KeepsTheRecordingWhenWhatIsBesideItFails) {
   const auto capturer = make({.mic = true, .systemAudio = true, .facecam = true});
   runBlocking(capturer->start());
   machine.deliverFrame(HostClock::now());
-  std::filesystem::create_directory(cursor);
+  AtomicFile::write(cursor, "another's");
   const auto [artifacts, stopError] = stop(*capturer);
   EXPECT_EQ(stopError, nullptr);
   EXPECT_THAT(
       artifacts.warnings,
       ElementsAre("facecam finalize failed: no space",
-                  testing::StartsWith("cursor telemetry write failed: could not write "), "mic went away",
-                  "system went away", "microphone produced no audio — check input device",
+                  testing::StartsWith("cursor telemetry write failed: output file already exists: "),
+                  "mic went away", "system went away", "microphone produced no audio — check input device",
                   "microphone was enabled but the recording carries no audio track"));
   EXPECT_FALSE(artifacts.facecam || artifacts.cursorTelemetry);
+  EXPECT_EQ(AtomicFile::read(cursor), "another's");
 }
 
 TEST_F(ScreenCapturerTest, TakesEveryStepOfTheEndWhateverAnotherThrows) {
