@@ -1,6 +1,7 @@
 #include "MediaKit/Exporting/StreamCopy.h"
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
 #include "MediaKit/Exporting/StagedOutput.h"
@@ -10,6 +11,17 @@
 namespace quillant {
 
 using FFmpeg::check;
+
+bool StreamCopy::canCopy(const std::filesystem::path& source, MediaContainer container) {
+  MediaInput input(source, MediaInput::Extent::head);
+  input.describeStreams();
+  const auto* format = av_guess_format(Muxing::formatName(container), nullptr, nullptr);
+  const std::span streams(input.context().streams, input.context().nb_streams);
+  return std::ranges::all_of(streams, [&](const AVStream* stream) {
+    return !MediaInput::isMedia(*stream) ||
+           avformat_query_codec(format, stream->codecpar->codec_id, FF_COMPLIANCE_NORMAL) == 1;
+  });
+}
 
 bool StreamCopy::copy(const std::filesystem::path& source, const std::filesystem::path& target,
                       MediaContainer container, const Progress& progress) {
@@ -26,7 +38,10 @@ bool StreamCopy::copy(const std::filesystem::path& source, const std::filesystem
     if (!MediaInput::isMedia(stream)) continue;
     auto& copy = *check(avformat_new_stream(&to, nullptr));
     check(avcodec_parameters_copy(copy.codecpar, stream.codecpar), "could not describe a track");
-    copy.codecpar->codec_tag = 0;  // each container has its own
+    // The codec's name in the container stays where this one knows it: hvc1 and hev1 are no two words for
+    // one.
+    if (av_codec_get_id(to.oformat->codec_tag, stream.codecpar->codec_tag) != stream.codecpar->codec_id)
+      copy.codecpar->codec_tag = 0;
     copy.time_base = stream.time_base;
     copy.avg_frame_rate = stream.avg_frame_rate;
     copy.disposition = stream.disposition;

@@ -14,6 +14,9 @@ namespace StreamCopy {
 /// Takes how much is copied, 0 to 1, and returns whether to go on.
 using Progress = std::function<bool(double)>;
 
+/// Whether the container can hold every picture and sound track. Blocking. Throws what `AssetProbe` throws.
+bool canCopy(const std::filesystem::path& source, MediaContainer container);
+
 /// The copy has its index in front and appears under its name when it is whole. False if `progress` ended it:
 /// then nothing is there that was not before. Blocking. Throws what `AssetProbe` throws for the source,
 /// `FileError` for the target, and `MediaError` of kind codec if the container cannot hold a track.

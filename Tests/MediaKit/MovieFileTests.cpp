@@ -134,6 +134,11 @@ TEST(SegmentEncoder, RepeatsWhatStandsAndKeepsToTheRate) {
 TEST(StreamCopy, KeepsEveryPacketOfEveryTrack) {
   const TemporaryFolder folder;
   TestRecording{.frames = 90, .audioChannels = {1, 2}}.write(folder / "recording.mp4");
+  auto bytes = AtomicFile::read(folder / "recording.mp4");
+  const std::string usual = "avc1", rare = "avc3";
+  for (auto at = bytes.find(usual); at != std::string::npos; at = bytes.find(usual, at))
+    bytes.replace(at, rare.size(), rare);
+  AtomicFile::write(folder / "recording.mp4", bytes);
   const auto packets = [&](const std::filesystem::path& path) {
     ChildProcess listing(
         {"ffmpeg", "-v", "error", "-i", path.string(), "-map", "0", "-c", "copy", "-f", "framemd5", "-"});
@@ -150,6 +155,7 @@ TEST(StreamCopy, KeepsEveryPacketOfEveryTrack) {
       }));
   EXPECT_GT(last, 0.9);
   EXPECT_EQ(packets(folder / "copy.mp4"), packets(folder / "recording.mp4"));
+  EXPECT_NE(AtomicFile::read(folder / "copy.mp4").find(rare), std::string::npos) << "the codec's own name";
   EXPECT_FALSE(StreamCopy::copy(folder / "recording.mp4", folder / "none.mp4", MediaContainer::mp4,
                                 [](double) { return false; }));
   EXPECT_EQ(entries(folder.path()), 2);
