@@ -33,13 +33,14 @@ struct ProjectLibrary::State {
     }
   }
 
-  /// Reports a change that this library has made.
-  void announce(const std::string& id, ProjectChange::Kind kind, const ProjectDocument* document) {
-    if (listed && document)
-      listed->insert_or_assign(id, ProjectIndex::entry(store.directory, *document));
-    else if (listed)
-      listed->erase(id);
+  /// Reports a project that this library has written.
+  void announce(ProjectChange::Kind kind, ProjectIndexEntry entry) {
+    const auto id = entry.summary.id;
+    if (listed) listed->insert_or_assign(id, std::move(entry));
     changed.emit({id, kind});
+  }
+  void announce(ProjectChange::Kind kind, const ProjectDocument& document) {
+    announce(kind, ProjectIndex::entry(store.directory, document));
   }
 
   std::vector<ProjectIndexEntry> list() {
@@ -68,7 +69,7 @@ struct ProjectLibrary::State {
       change(project);
       differs = project.document != before;
     });
-    if (differs) announce(id, kind, &stored.document);
+    if (differs) announce(kind, stored.document);
     return stored;
   }
 };
@@ -141,12 +142,12 @@ Task<StoredProject> ProjectLibrary::project(std::string id) const {
   return perform([id = std::move(id)](State& state) { return state.store.load(id); });
 }
 
-Task<ProjectDocument> ProjectLibrary::create(RecordingHandoffFields recording,
-                                             ProjectStore::CreateOptions options) const {
+Task<ProjectStore::Registration> ProjectLibrary::registerRecording(
+    RecordingHandoffFields recording, ProjectStore::CreateOptions options) const {
   return perform([recording = std::move(recording), options = std::move(options)](State& state) {
-    auto document = state.store.create(recording, options);
-    state.announce(document.id, ProjectChange::Kind::created, &document);
-    return document;
+    auto registration = state.store.registerRecording(recording, options);
+    if (registration.isNew) state.announce(ProjectChange::Kind::created, registration.entry);
+    return registration;
   });
 }
 
@@ -200,7 +201,8 @@ Task<> ProjectLibrary::rename(std::string id, std::string title) const {
 Task<> ProjectLibrary::delete_(std::string id) const {
   return perform([id = std::move(id)](State& state) {
     state.store.delete_(id);
-    state.announce(id, ProjectChange::Kind::deleted, nullptr);
+    if (state.listed) state.listed->erase(id);
+    state.changed.emit({id, ProjectChange::Kind::deleted});
   });
 }
 
@@ -216,7 +218,7 @@ Task<ProjectDocument> ProjectLibrary::importProject(std::filesystem::path bundle
   return importBundle(std::move(bundle), std::move(mediaFolder), [library = *this](SharedBundle copied) {
     return library.perform([copied = std::move(copied)](State& state) {
       auto document = copied->registerIn(state.store);
-      state.announce(document.id, ProjectChange::Kind::created, &document);
+      state.announce(ProjectChange::Kind::created, document);
       return document;
     });
   });

@@ -50,7 +50,9 @@ class ProjectLibrary {
   Task<std::map<std::string, ProjectShareRecord>> shareRecords() const;
   Task<StoredProject> project(std::string id) const;
 
-  Task<ProjectDocument> create(RecordingHandoffFields recording, ProjectStore::CreateOptions options) const;
+  /// The project of a recording, which is made if there is none; two programs make one.
+  Task<ProjectStore::Registration> registerRecording(RecordingHandoffFields recording,
+                                                     ProjectStore::CreateOptions options) const;
   /// Refused with `ProjectError::Kind::changed` unless the document stored is the one of `startedFrom`.
   Task<ProjectRevision> save(ProjectDocument document, ProjectRevision startedFrom) const;
   /// The same for the editor state alone. A state that is stored already is not written again.

@@ -45,6 +45,24 @@ void checkPaths(const ProjectDocument& document) {
   }
 }
 
+ProjectDocument newDocument(const RecordingHandoffFields& recording,
+                            const ProjectStore::CreateOptions& options) {
+  ProjectDocument document{.title = options.title,
+                           .recordingPath = recording.screenVideoPath,
+                           .sourceName = recording.sourceName,
+                           .createdAt = options.createdAt,
+                           .updatedAt = options.updatedAt,
+                           .id = options.id,
+                           .interruptedCause = options.interruptedCause};
+  document.recordingSession = RecordingSession{.screenVideoPath = recording.screenVideoPath,
+                                               .facecamVideoPath = recording.facecamVideoPath,
+                                               .facecamOffsetMs = recording.facecamOffsetMs,
+                                               .sourceName = recording.sourceName,
+                                               .showCursorOverlay = recording.cursorTelemetryPath.has_value(),
+                                               .cursorTelemetryPath = recording.cursorTelemetryPath};
+  return document;
+}
+
 }  // namespace
 
 ProjectStore::StoreError::StoreError(std::string existing, std::string attempted)
@@ -81,21 +99,21 @@ void ProjectStore::writeDocument(const ProjectDocument& document) const {
 
 ProjectDocument ProjectStore::create(const RecordingHandoffFields& recording,
                                      const CreateOptions& options) const {
-  ProjectDocument document{.title = options.title,
-                           .recordingPath = recording.screenVideoPath,
-                           .sourceName = recording.sourceName,
-                           .createdAt = options.createdAt,
-                           .updatedAt = options.updatedAt,
-                           .id = options.id,
-                           .interruptedCause = options.interruptedCause};
-  document.recordingSession = RecordingSession{.screenVideoPath = recording.screenVideoPath,
-                                               .facecamVideoPath = recording.facecamVideoPath,
-                                               .facecamOffsetMs = recording.facecamOffsetMs,
-                                               .sourceName = recording.sourceName,
-                                               .showCursorOverlay = recording.cursorTelemetryPath.has_value(),
-                                               .cursorTelemetryPath = recording.cursorTelemetryPath};
+  auto document = newDocument(recording, options);
   createDocument(document);
   return document;
+}
+
+ProjectStore::Registration ProjectStore::registerRecording(const RecordingHandoffFields& recording,
+                                                           const CreateOptions& options) const {
+  documentPath(options.id);
+  const FolderLock lock(directory);
+  for (auto& entry : ProjectIndex::ofFolder(directory, ProjectIndex::read(directory)))
+    if (entry.summary.recordingPath == recording.screenVideoPath)
+      return {.entry = std::move(entry), .isNew = false};
+  const auto document = newDocument(recording, options);
+  writeDocument(document);
+  return {.entry = ProjectIndex::entry(directory, document)};
 }
 
 void ProjectStore::createDocument(const ProjectDocument& document) const {

@@ -71,6 +71,13 @@ struct ProjectStore {
     std::optional<std::string> interruptedCause;
   };
   ProjectDocument create(const RecordingHandoffFields& recording, const CreateOptions& options) const;
+  struct Registration {
+    ProjectIndexEntry entry;
+    bool isNew = true;
+  };
+  /// The project of a recording: the one that has it already, or else a new one as `create` makes it. Of
+  /// several who register the same recording at once, one makes the project.
+  Registration registerRecording(const RecordingHandoffFields& recording, const CreateOptions& options) const;
   void createDocument(const ProjectDocument& document) const;
   /// Throws `StoreError` if the stored document has another slug.
   void saveDocument(const ProjectDocument& document) const;

@@ -19,7 +19,7 @@ class UploadReconcilerTest : public testing::Test {
   std::string add(const std::string& slug, double age) {
     const auto id = UUID::random().text();
     ProjectStore::CreateOptions options{.id = id, .title = slug};
-    runBlocking(library.create({.screenVideoPath = "/x.mp4"}, std::move(options)));
+    runBlocking(library.registerRecording({.screenVideoPath = "/" + id + ".mp4"}, std::move(options)));
     runBlocking(library.updateShare(id, [&](ProjectShareRecord& record) {
       record = {.slug = slug,
                 .shareURL = "https://q/" + slug,

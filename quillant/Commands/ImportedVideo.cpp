@@ -30,17 +30,14 @@ Task<ImportedVideo> ImportedVideo::import(ProjectLibrary library, std::string fi
   if (missing) throw NoSuchFile(file);
   const auto asset = AssetProbe::probe(video);
   if (asset.tracksOfKind(MediaTrack::Kind::video).empty()) throw EditorError::noVideoTrack(video);
-  for (const auto& project : co_await library.projects())
-    if (project.recordingPath == video.string())
-      co_return ImportedVideo{.id = project.id, .title = project.title, .isNew = false};
   auto media = RecordingSideFiles::found({.screenVideoPath = video.string()}, asset);
   const auto now = Date::now().iso8601();
   ProjectStore::CreateOptions created{.id = UUID::random().text(),
                                       .title = title.value_or(video.stem().string()),
                                       .createdAt = now,
                                       .updatedAt = now};
-  const auto document = co_await library.create(std::move(media), std::move(created));
-  co_return ImportedVideo{.id = document.id, .title = document.title};
+  const auto [entry, isNew] = co_await library.registerRecording(std::move(media), std::move(created));
+  co_return ImportedVideo{.id = entry.summary.id, .title = entry.summary.title, .isNew = isNew};
 }
 
 }  // namespace quillant

@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Of two programs that share the same file for the first time one makes the project.
+/// Of two programs that share the same bundle for the first time one makes the project.
 Task<UploadClaim> makersClaim(std::string name) {
   const PendingUploadStore queue{QuillantConfig::pendingUploadsDirectory()};
   constexpr int mostTries = 200;
@@ -33,16 +33,12 @@ Task<UploadClaim> makersClaim(std::string name) {
   throw UploadError(UploadError::UnderWay{queue.claimant(name).value_or(0)});
 }
 
-std::string hashOf(const std::string& text) {
-  return SHA256::hexadecimal(SHA256::of(text));
-}
-
 /// A bundle is known by what is in it: another one in its place is another project.
 std::string identityOf(const fs::path& bundle) {
   const auto contents = ProjectBundle::read(bundle);
   Json identity = {{"manifest", contents.manifest}, {"size", fs::file_size(contents.media.screenVideoPath)}};
   if (contents.editorState) identity["edit"] = *contents.editorState;
-  return hashOf(JSON::compact(identity));
+  return SHA256::hexadecimal(SHA256::of(JSON::compact(identity)));
 }
 
 // Blocking.
@@ -57,7 +53,6 @@ Task<std::string> ofBundle(ProjectLibrary library, fs::path bundle) {
 }
 
 Task<std::string> ofVideo(ProjectLibrary library, fs::path video, std::optional<std::string> title) {
-  const auto claim = co_await makersClaim("video-" + hashOf(fs::canonical(video)));
   co_return (co_await ImportedVideo::import(library, video, title)).id;
 }
 

@@ -33,8 +33,6 @@ Task<RecordingHandoffFields> handoff(RecoverableRecording recording) {
 /// False if a project has it already: the sweep was killed before it took the marker away, or another program
 /// was faster.
 Task<bool> registerProject(ProjectLibrary library, RecoverableRecording recording) {
-  for (const auto& project : co_await library.projects())
-    if (project.recordingPath == text(recording.screenVideo)) co_return false;
   auto media = co_await runOn(diskExecutor(), handoff(recording));
   const auto date = recording.startedAt.value_or(Date::now()).iso8601();
   ProjectStore::CreateOptions options{.id = UUID::random().text(),
@@ -42,8 +40,7 @@ Task<bool> registerProject(ProjectLibrary library, RecoverableRecording recordin
                                       .createdAt = date,
                                       .updatedAt = date,
                                       .interruptedCause = "recording stopped unexpectedly"};
-  co_await library.create(std::move(media), std::move(options));
-  co_return true;
+  co_return (co_await library.registerRecording(std::move(media), std::move(options))).isNew;
 }
 
 }  // namespace

@@ -1,12 +1,15 @@
 #include <cerrno>
 #include <fstream>
+#include <future>
 #include <gtest/gtest.h>
+#include <set>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "Core/AtomicFile.h"
 #include "Core/JSON.h"
+#include "Core/UUID.h"
 #include "Editor/Project/FolderLock.h"
 #include "Editor/Project/ProjectBundle.h"
 #include "Editor/Project/ProjectError.h"
@@ -26,7 +29,7 @@ ProjectEditorState padding(double value) {
 class ProjectLibraryTest : public testing::Test {
  protected:
   void create(const std::string& id, const std::string& updatedAt = "2026-01-01T00:00:00Z") {
-    runBlocking(library.create(
+    runBlocking(library.registerRecording(
         {.screenVideoPath = "/" + id + ".mp4"},
         {.id = id, .title = "Title of " + id, .createdAt = updatedAt, .updatedAt = updatedAt}));
   }
@@ -121,8 +124,8 @@ TEST_F(ProjectLibraryTest, OpensNoDocumentThatIsListedAlready) {
   create("B1");
   runBlocking(library.updateShare("A1", [](auto& record) { record.slug = "s"; }));
   AtomicFile::write(folder / "r.mp4", "screen");
-  runBlocking(library.create({.screenVideoPath = (folder / "r.mp4").string()},
-                             {.id = "C1", .title = "T", .createdAt = "c", .updatedAt = "u"}));
+  runBlocking(library.registerRecording({.screenVideoPath = (folder / "r.mp4").string()},
+                                        {.id = "C1", .title = "T", .createdAt = "c", .updatedAt = "u"}));
   runBlocking(library.exportProject("C1", folder / "b.quillant"));
   FileSystemFaults faults;
   faults.counted = "1.json";
@@ -149,8 +152,8 @@ TEST_F(ProjectLibraryTest, SaysWhatChanged) {
   runBlocking(library.updateShare("A", [](auto& record) { record.slug = "s"; }));
   EXPECT_EQ(listed(library), "A");
   runBlocking(elsewhere.rename("A", "M"));
-  runBlocking(elsewhere.create({.screenVideoPath = "/B.mp4"},
-                               {.id = "B", .title = "T", .createdAt = "c", .updatedAt = "1"}));
+  runBlocking(elsewhere.registerRecording({.screenVideoPath = "/B.mp4"},
+                                          {.id = "B", .title = "T", .createdAt = "c", .updatedAt = "1"}));
   EXPECT_EQ(listed(library), "AB");
   runBlocking(elsewhere.delete_("A"));
   EXPECT_EQ(listed(library), "B");
@@ -163,6 +166,25 @@ TEST_F(ProjectLibraryTest, SaysWhatChanged) {
                                                  {"B", Kind::created},
                                                  {"A", Kind::deleted},
                                                  {"B", Kind::deleted}}));
+}
+
+TEST_F(ProjectLibraryTest, HasOneProjectOfARecordingHoweverManyRegisterIt) {
+  std::vector<std::future<ProjectStore::Registration>> registrations;
+  for (int program = 0; program < 8; ++program)
+    registrations.push_back(std::async(std::launch::async, [&] {
+      ProjectStore::CreateOptions options{.id = UUID::random().text(), .title = "T"};
+      return runBlocking(
+          ProjectLibrary(store.directory).registerRecording({.screenVideoPath = "/r.mp4"}, options));
+    }));
+  std::set<std::string> ids;
+  int made = 0;
+  for (auto& registration : registrations) {
+    const auto [entry, isNew] = registration.get();
+    ids.insert(entry.summary.id);
+    made += isNew;
+  }
+  EXPECT_EQ(made, 1);
+  EXPECT_EQ(ids, std::set{listed(library)});
 }
 
 TEST_F(ProjectLibraryTest, RemovesWhatKilledWritersLeft) {
@@ -224,8 +246,8 @@ TEST_F(ProjectLibraryTest, WorksWhereTheFileSystemKnowsNoLocks) {
 
 TEST_F(ProjectLibraryTest, MovesBundlesWhereRenamingReplaces) {
   AtomicFile::write(folder / "r.mp4", "screen");
-  runBlocking(library.create({.screenVideoPath = (folder / "r.mp4").string()},
-                             {.id = "A", .title = "T", .createdAt = "c", .updatedAt = "u"}));
+  runBlocking(library.registerRecording({.screenVideoPath = (folder / "r.mp4").string()},
+                                        {.id = "A", .title = "T", .createdAt = "c", .updatedAt = "u"}));
   FileSystemFaults faults;
   faults.renameError = EINVAL;
   faults.lockError = ENOSYS;
