@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <fmt/format.h>
+#include <system_error>
 #include <utility>
 
 #include "Core/AtomicFile.h"
@@ -14,10 +16,11 @@
 #include "Editor/Coordinator/EditorError.h"
 #include "Editor/Coordinator/PresetNames.h"
 #include "Editor/Coordinator/RecordingSideFiles.h"
-#include "Editor/Export/FrameChain.h"
+#include "Editor/Export/VideoExportRendererError.h"
 #include "Editor/Export/VideoExportSizing.h"
 #include "Editor/Project/ProjectSourceFiles.h"
 #include "Editor/Timeline/TimelineClipList.h"
+#include "Editor/Timeline/TimelineTolerances.h"
 #include "MediaKit/Pictures/BGRAPicture.h"
 #include "MediaKit/Pictures/JPEGImage.h"
 #include "MediaKit/Reading/AssetProbe.h"
@@ -57,6 +60,36 @@ Task<Recording> opened(RecordingHandoffFields media) {
 
 Task<std::vector<CaptionTarget>> foundTargets(fs::path recording, TimelineEditSnapshot edits) {
   co_return CaptionTargets::find(recording, edits);
+}
+
+bool isSame(const fs::path& file, const fs::path& other) {
+  std::error_code failed;
+  return fs::equivalent(file, other, failed);
+}
+
+/// Throws if `target` is there and is part of the recording, or was added to it. Blocking.
+Task<> refuseOwnFile(Recording recording, fs::path target) {
+  std::error_code missing;
+  const auto file = fs::canonical(target, missing);
+  if (missing) co_return;
+  const bool isOwn = isSame(file, recording.screenVideo) ||
+                     (recording.facecam && isSame(file, *recording.facecam)) ||
+                     (recording.cursorTelemetry && isSame(file, *recording.cursorTelemetry)) ||
+                     (isSame(file.parent_path(), recording.screenVideo.parent_path()) &&
+                      ProjectSourceFiles::isOwnName(recording.screenVideo, file.filename().string()));
+  if (isOwn)
+    throw VideoExportRendererError(
+        VideoExportRendererError::Kind::exportFailed,
+        fmt::format("{} belongs to the recording. Choose another name for the new file.",
+                    file.filename().string()));
+}
+
+Task<bool> anyCamera(fs::path recording, CopyOnWriteVector<TimelineSource> sources) {
+  co_return std::ranges::any_of(*sources, [&](const TimelineSource& source) {
+    std::error_code missing;
+    return fs::exists(ProjectSourceFiles::sidecar(recording, source.id, ProjectSourceFiles::facecamExtension),
+                      missing);
+  });
 }
 
 Task<> written(fs::path target, std::string text) {
@@ -136,10 +169,10 @@ struct EditorCoordinator::Rendering {
   TimelineEditSnapshot edits;
   std::shared_ptr<WallpaperImageCache> wallpapers;
 
-  VideoExportRenderer::RenderContext context() const {
-    return VideoExportRenderer::makeRenderContext(source, options, edits);
+  VideoExportRenderer::RenderContext context(VideoExportRenderer::Sound sound) const {
+    return VideoExportRenderer::makeRenderContext(source, options, edits, sound);
   }
-  PixelBufferRef frameAt(const VideoExportRenderer::RenderContext& context, double time) const;
+  VideoExportRenderer::Environment environment() const { return {.wallpapers = wallpapers}; }
 
   // Blocking, apart from the coordinator.
   static Task<VideoExportResult> movie(Rendering rendering, fs::path target,
@@ -154,31 +187,25 @@ Task<VideoExportResult> EditorCoordinator::Rendering::movie(
     VideoExportRenderer::ProgressHandler progressHandler) {
   const bool isGIF = rendering.options.format == VideoExportFormat::gif;
   const auto& make = isGIF ? VideoExportRenderer::exportGIF : VideoExportRenderer::exportMovie;
-  co_return make(rendering.context(), target, rendering.options, *token, progressHandler,
-                 {.wallpapers = rendering.wallpapers});
-}
-
-PixelBufferRef EditorCoordinator::Rendering::frameAt(const VideoExportRenderer::RenderContext& context,
-                                                     double time) const {
-  FrameChain chain(context.built.instruction, context.built.videoTracks,
-                   {.composingThreads = 0, .findsChanges = false, .wallpapers = wallpapers});
-  // The last frame begins before the end.
-  const double last = std::max(0.0, context.duration - context.frameDuration.seconds());
-  return chain.frame(std::clamp(time, 0.0, last));
+  co_return make(rendering.context(VideoExportRenderer::Sound::included), target, rendering.options, *token,
+                 progressHandler, rendering.environment());
 }
 
 Task<PixelBufferRef> EditorCoordinator::Rendering::frame(Rendering rendering, double time) {
-  co_return rendering.frameAt(rendering.context(), time);
+  const auto context = rendering.context(VideoExportRenderer::Sound::leftOut);
+  co_return VideoExportRenderer::composedFrame(context, time, rendering.environment());
 }
 
 Task<> EditorCoordinator::Rendering::poster(Rendering rendering, fs::path target, int maxWidth) {
-  auto context = rendering.context();
+  constexpr auto sound = VideoExportRenderer::Sound::leftOut;
+  auto context = rendering.context(sound);
   if (const auto size = context.outputSize; size.width > maxWidth) {
     rendering.options.resolution = VideoExportResolution::custom;
     rendering.options.customOutputSize = {static_cast<double>(maxWidth), size.height * maxWidth / size.width};
-    context = rendering.context();
+    context = rendering.context(sound);
   }
-  const auto picture = rendering.frameAt(context, std::min(posterTime, context.duration / 2));
+  const auto picture = VideoExportRenderer::composedFrame(context, std::min(posterTime, context.duration / 2),
+                                                          rendering.environment());
   const auto jpeg = JPEGImage::encode(*BGRAPicture::of(*picture, picture->width, picture->height));
   AtomicFile::write(target, {reinterpret_cast<const char*>(jpeg.data()), jpeg.size()}, 0600);
   co_return;
@@ -259,35 +286,42 @@ void EditorCoordinator::generateAutoZooms(std::string_view presetName) {
   driver_.clearHistory();
 }
 
-void EditorCoordinator::checkRange(double from, double to) const {
+void EditorCoordinator::checkRange(double from, double to, double shortest) const {
   loaded();
   const double duration = outputDuration();
-  if (!(from >= 0 && from < to && to <= duration + rangeTolerance))
+  const double length = std::min(to, duration) - from;
+  if (!(from >= 0 && length > shortest && to <= duration + rangeTolerance))
     throw EditorError::splitRangeInvalid(from, to, duration);
 }
 
 void EditorCoordinator::deleteOutputRange(double from, double to) {
-  checkRange(from, to);
+  checkRange(from, to, timeTolerance);
   driver_.send(TimelineEvents::DeleteOutputRange{from, to, recording_->duration}, RecordsUndo::yes);
 }
 
 void EditorCoordinator::setSpeed(double from, double to, double speed) {
-  checkRange(from, to);
+  checkRange(from, to, minimumClipLength - placingTolerance);
   const double duration = recording_->duration;
   // From the end: what is changed there moves nothing before it.
   for (const double time : {to, from})
     driver_.send(TimelineEvents::SplitClip{time, duration}, RecordsUndo::yes);
   const auto clips = *edits().effectiveClips(duration);
   const auto places = TimelineClipList::placed(clips);
+  bool isFound = false;
   for (std::size_t i = 0; i < clips.size(); ++i) {
     const double middle = (places[i].start + places[i].end) / 2;
-    if (middle > from && middle < to)
-      driver_.send(TimelineEvents::SetClipSpeed{clips[i].id, speed, duration}, RecordsUndo::yes);
+    if (!(middle > from && middle < to)) continue;
+    isFound = true;
+    driver_.send(TimelineEvents::SetClipSpeed{clips[i].id, speed, duration}, RecordsUndo::yes);
   }
+  // Around a seam that lies in it, too little on either side to be a clip.
+  if (!isFound) throw EditorError::splitRangeInvalid(from, to, outputDuration());
 }
 
 void EditorCoordinator::changeFacecam(const std::function<void(FacecamSettings&)>& change) {
   assert(sequence_.isCurrent());
+  // Cameras of added files show by these settings, too.
+  if (!video_.facecamSettings && !edits().sources.empty()) video_.facecamSettings = FacecamSettings();
   if (!video_.facecamSettings) return;
   change(*video_.facecamSettings);
   const auto clips = *edits().cameraClips;
@@ -334,6 +368,11 @@ bool EditorCoordinator::recordingCameraShows() const {
   if (!recording_ || !recording_->facecam) return false;
   return std::ranges::any_of(edits().resolvedCameraClips(recording_->duration, video_.facecamSettings),
                              [](const TimelineCameraClip& clip) { return clip.settings.enabled; });
+}
+
+Task<bool> EditorCoordinator::hasCamera() const {
+  if (loaded().facecam) co_return true;
+  co_return co_await runOn(diskExecutor(), anyCamera(recording_->screenVideo, edits().sources));
 }
 
 VideoExportFrameRate EditorCoordinator::sourceRate() const {
@@ -470,6 +509,10 @@ Size EditorCoordinator::outputSize(EditorExportQuality quality) const {
 
 // ---- Results ----
 
+Task<> EditorCoordinator::checkTarget(fs::path target) const {
+  co_await runOn(diskExecutor(), refuseOwnFile(loaded(), std::move(target)));
+}
+
 TimelineEditSnapshot EditorCoordinator::renderEdits(bool burnsCaptions) const {
   auto result = edits();
   if (!burnsCaptions) result.captions.reset();
@@ -527,9 +570,9 @@ Task<VideoExportResult> EditorCoordinator::exportMP4(std::filesystem::path targe
 Task<VideoExportResult> EditorCoordinator::exportVideo(std::filesystem::path target,
                                                        VideoExportOptions choices, bool burnsCaptions,
                                                        VideoExportRenderer::ProgressHandler progressHandler) {
-  loaded();
   const auto token = std::make_shared<VideoExportCancellationToken>();
   activeExportToken_ = token;
+  co_await checkTarget(target);
   auto rendering = co_await makeRendering(std::move(choices), burnsCaptions);
   // Exports take minutes: the threads that others wait for are not theirs.
   SerialQueue queue("quillant.export");
@@ -552,7 +595,9 @@ Task<PixelBufferRef> EditorCoordinator::composedFrame(double outputTime, VideoEx
 Task<> EditorCoordinator::writeSharePoster(std::filesystem::path target, int maxWidth) {
   loaded();
   VideoExportOptions choices{.frameRate = sourceRate()};
-  auto rendering = co_await makeRendering(std::move(choices), captionsOn());
+  // A shared video has its captions beside it.
+  constexpr bool burnsCaptions = false;
+  auto rendering = co_await makeRendering(std::move(choices), burnsCaptions);
   co_await runOn(diskExecutor(), Rendering::poster(std::move(rendering), std::move(target), maxWidth));
 }
 

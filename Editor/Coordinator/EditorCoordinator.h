@@ -99,6 +99,8 @@ class EditorCoordinator : public EditorStateHolding {
   std::size_t autoZoomCount() const;
   /// Whether the recording's own camera is seen at all.
   bool recordingCameraShows() const;
+  /// Whether the recording, or a file that was added to it, has a camera.
+  Task<bool> hasCamera() const;
   /// The recording's rate, at most 60 frames a second.
   VideoExportFrameRate sourceRate() const;
   /// Of an export's pictures, in pixels.
@@ -144,6 +146,9 @@ class EditorCoordinator : public EditorStateHolding {
   // Results. `choices` are size, rate, quality and format; the look in them is replaced by this edit's. Each
   // throws `EditorError` of kind nothingLoaded, `CaptionsNotReady`, and what `VideoExportRenderer` throws.
 
+  /// Throws `VideoExportRendererError` of kind exportFailed if a file of the recording or of what was added
+  /// to it, played or not, would be replaced. Exports look themselves.
+  Task<> checkTarget(std::filesystem::path target) const;
   /// An MP4 at the recording's rate, at most 60 frames a second.
   Task<VideoExportResult> exportMP4(std::filesystem::path target, EditorExportQuality quality,
                                     bool burnsCaptions, VideoExportRenderer::ProgressHandler progressHandler);
@@ -164,7 +169,7 @@ class EditorCoordinator : public EditorStateHolding {
 
   const Recording& loaded() const;
   const TimelineExportEditPlan& plan() const;
-  void checkRange(double from, double to) const;
+  void checkRange(double from, double to, double shortest) const;
   Task<std::optional<TimelineEditEvent>> restoreEvent(TranscriptRemovedItem item) const;
   TimelineEditSnapshot renderEdits(bool burnsCaptions) const;
   VideoExportOptions makeVisualOptions(VideoExportOptions choices) const;

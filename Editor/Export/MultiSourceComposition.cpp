@@ -80,20 +80,20 @@ std::optional<Camera> openCamera(const std::optional<std::filesystem::path>& fil
   }
 }
 
+double lengthOf(const MediaAsset& asset, const MediaTrack& video) {
+  return VideoExportSizing::exportSourceDuration(asset.duration.seconds(), video.duration.seconds());
+}
+
 OpenedSource openPrimary(const std::filesystem::path& file, const VideoExportOptions& options) {
-  using Failure = VideoExportRendererError;
   const auto asset = AssetProbe::probe(file);
   const auto videos = asset.tracksOfKind(MediaTrack::Kind::video);
-  if (videos.empty()) throw Failure(Failure::Kind::missingVideoTrack);
-  const double duration =
-      VideoExportSizing::exportSourceDuration(asset.duration.seconds(), videos.front().duration.seconds());
-  if (duration == 0) throw Failure(Failure::Kind::exportFailed, "The recording can't be read.");
+  if (videos.empty()) throw VideoExportRendererError(VideoExportRendererError::Kind::missingVideoTrack);
   return {
       .id = {},
       .kind = TimelineSource::Kind::recording,
       .name = std::string(recordingName),
       .file = file,
-      .duration = duration,
+      .duration = lengthOf(asset, videos.front()),
       .video = videos.front(),
       .sounds = asset.tracksOfKind(MediaTrack::Kind::audio),
       .camera = openCamera(options.facecamVideo, static_cast<double>(options.facecamOffsetMs.value_or(0))),
@@ -106,27 +106,27 @@ OpenedSource openAdded(const std::filesystem::path& primary, const std::string& 
   if (known == edits.sources.end()) throw MultiSourceCompositionError(Kind::missingSourceFile, id);
   const auto file = ProjectSourceFiles::file(primary, *known);
   if (!isThere(file)) throw MultiSourceCompositionError(Kind::missingSourceFile, known->displayName);
-  MediaAsset asset;
-  try {
-    asset = AssetProbe::probe(file);
-  } catch (const Error&) {
-    throw MultiSourceCompositionError(Kind::unreadableSource, known->displayName);
-  }
-  const auto videos = asset.tracksOfKind(MediaTrack::Kind::video);
-  if (videos.empty()) throw MultiSourceCompositionError(Kind::unreadableSource, known->displayName);
   const auto sidecar = [&](std::string_view extension) {
     return ifThere(ProjectSourceFiles::sidecar(primary, id, extension));
   };
-  return {.id = id,
-          .kind = known->kind,
-          .name = known->displayName,
-          .file = file,
-          .duration = videos.front().duration.seconds(),
-          .video = videos.front(),
-          .sounds = asset.tracksOfKind(MediaTrack::Kind::audio),
-          .camera = openCamera(sidecar(ProjectSourceFiles::facecamExtension),
-                               static_cast<double>(known->facecamOffsetMs.value_or(0))),
-          .cursor = readCursor(sidecar(ProjectSourceFiles::cursorExtension))};
+  try {
+    const auto asset = AssetProbe::probe(file);
+    const auto videos = asset.tracksOfKind(MediaTrack::Kind::video);
+    if (!videos.empty())
+      return {.id = id,
+              .kind = known->kind,
+              .name = known->displayName,
+              .file = file,
+              .duration = lengthOf(asset, videos.front()),
+              .video = videos.front(),
+              .sounds = asset.tracksOfKind(MediaTrack::Kind::audio),
+              .camera = openCamera(sidecar(ProjectSourceFiles::facecamExtension),
+                                   static_cast<double>(known->facecamOffsetMs.value_or(0))),
+              .cursor = readCursor(sidecar(ProjectSourceFiles::cursorExtension))};
+  } catch (const Error&) {
+    // It is no video that can be read either.
+  }
+  throw MultiSourceCompositionError(Kind::unreadableSource, known->displayName);
 }
 
 /// A range of a source at its place; none of one that is too short to be seen or heard.
@@ -197,7 +197,7 @@ class SoundBuilder {
     for (const auto& clip : clips) {
       const double end = std::min(clip.end(), composition_.duration);
       if (clip.muted || !(end - clip.start > timeTolerance)) continue;
-      auto& track = tracks[fileOf(clip)];
+      auto& track = tracks[fileOf(clip, kind)];
       track.ranges.push_back(
           {clip.sourceStart, clip.sourceStart + (end - clip.start) * clip.rate(), clip.start, end});
       const auto envelope =
@@ -237,13 +237,12 @@ class SoundBuilder {
     return file;
   }
 
-  /// The clip's file, which is opened once to know that it can be.
-  std::filesystem::path fileOf(const TimelineAudioClip& clip) {
+  /// The file that the clip plays: its source, which is opened once to know that it can be, or a voice's
+  /// cleaned copy.
+  std::filesystem::path fileOf(const TimelineAudioClip& clip, TimelineMuteRow row) {
     const auto known = std::ranges::find(edits_.audioSources, clip.source, &TimelineAudioSource::id);
     if (known == edits_.audioSources.end())
       throw MultiSourceCompositionError(Kind::missingAudioFile, clip.source);
-    if (clip.voiceCleanup.value_or(false))
-      if (auto cleaned = cleanedVoice(clip.source, known->displayName)) return *cleaned;
     auto [entry, isNew] = files_.try_emplace(clip.source);
     if (isNew) {
       entry->second = ProjectSourceFiles::file(primary_, *known);
@@ -257,6 +256,8 @@ class SoundBuilder {
       }
       if (!isReadable) throw MultiSourceCompositionError(Kind::unreadableAudio, known->displayName);
     }
+    if (row == TimelineMuteRow::voice && clip.voiceCleanup.value_or(false))
+      return cleanedVoice(clip.source, known->displayName).value_or(entry->second);
     return entry->second;
   }
 
@@ -303,7 +304,7 @@ std::shared_ptr<VideoBackgroundCompositionInstruction> instructionOf(const Opene
 }
 
 CaptionRenderPlan captions(const TimelineEditSnapshot& edits, const TimelineExportEditPlan& plan) {
-  if (!edits.captions) return {};
+  if (!edits.captions || !edits.captions->on) return {};
   return {.blocks = CaptionLayout::blocks(edits, plan), .style = edits.captions->style};
 }
 

@@ -42,11 +42,11 @@ enum class Sound { included, leftOut };
 /// A preview plays a voice that is still to be cleaned as it is, and leaves annotations to a view over it.
 enum class Purpose { exported, preview };
 
-/// Captions that the edit has are burned in.
+/// Captions that the edit has on are burned in.
 ///
 /// Blocking: opens and probes every file. Throws `MultiSourceCompositionError`, and for a main recording that
-/// cannot be read `FileError`, `MediaError`, or `VideoExportRendererError` of kind missingVideoTrack or
-/// exportFailed. A cursor file that cannot be read is left out.
+/// cannot be read `FileError`, `MediaError`, or `VideoExportRendererError` of kind missingVideoTrack. A
+/// cursor file that cannot be read is left out.
 Built make(const std::filesystem::path& primary, const TimelineEditSnapshot& edits,
            const VideoExportOptions& options, Sound sound, Purpose purpose);
 

@@ -3,20 +3,19 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <system_error>
 #include <thread>
 
-#include "Core/AtomicFile.h"
+#include "Core/Log.h"
 #include "Editor/Export/FrameChain.h"
 #include "Editor/Export/ParallelSegments.h"
 #include "Editor/Export/VideoExportRendererError.h"
 #include "Editor/Export/VideoExportSizing.h"
-#include "Editor/Project/ProjectSourceFiles.h"
 #include "MediaKit/Composing/SoundMix.h"
 #include "MediaKit/Exporting/GIFFileWriter.h"
 #include "MediaKit/Exporting/MovieFileWriter.h"
 #include "MediaKit/Exporting/SegmentEncoder.h"
 #include "MediaKit/Exporting/StreamCopy.h"
+#include "MediaKit/MediaError.h"
 
 namespace quillant::VideoExportRenderer {
 
@@ -27,6 +26,11 @@ using Kind = VideoExportRendererError::Kind;
 /// Frames are asked for this much behind their exact times, in seconds: at a seam whose time is a sum of
 /// differences, a frame never falls a rounding short of it and shows what was cut.
 constexpr double seamNudge = 1e-6;
+
+double nudged(double time, double end) {
+  return std::min(time + seamNudge, end);
+}
+
 /// How long a stretch is that is encoded apart from the others. Each begins with a keyframe.
 constexpr double segmentDuration = 4;
 /// Frames a second of a GIF that follows its source, whatever that has.
@@ -68,21 +72,6 @@ MediaContainer container(VideoExportFormat format) {
   return format == VideoExportFormat::mp4 ? MediaContainer::mp4 : MediaContainer::quickTime;
 }
 
-/// No file that the edit plays, and not the recording's camera either, which it may leave out.
-void refuseSourceAsTarget(const RenderContext& context, const std::filesystem::path& target) {
-  std::vector<std::filesystem::path> files{
-      ProjectSourceFiles::sidecar(context.source, primarySourceKey, ProjectSourceFiles::facecamExtension)};
-  for (const auto& track : context.built.videoTracks) files.push_back(track.file);
-  for (const auto& track : context.built.sound.sound) files.push_back(track.file);
-  const auto isTarget = [&](const std::filesystem::path& file) {
-    std::error_code failed;
-    return std::filesystem::equivalent(file, target, failed);
-  };
-  if (std::ranges::any_of(files, isTarget))
-    throw VideoExportRendererError(
-        Kind::exportFailed, "The export would replace the recording itself. Choose another name for it.");
-}
-
 VideoInputSettings encoderSettings(const RenderContext& context, const VideoExportOptions& options) {
   return {.width = static_cast<int>(context.outputSize.width),
           .height = static_cast<int>(context.outputSize.height),
@@ -91,6 +80,16 @@ VideoInputSettings encoderSettings(const RenderContext& context, const VideoExpo
           .file = FileEncoding{
               .quantizer = VideoExportSizing::quantizer(options.quality),
               .maximumBitRate = VideoExportSizing::averageBitRate(options.quality, context.outputSize)}};
+}
+
+MovieFileWriter openWriter(const std::filesystem::path& target, VideoExportFormat format,
+                           const VideoInputSettings& settings, std::optional<MovieSoundSettings> sound) {
+  try {
+    return MovieFileWriter(target, container(format), settings, H264Encoder(settings).configuration(), sound);
+  } catch (const MediaError& error) {
+    Log::write("the export cannot be encoded: {}", error.description());
+    throw VideoExportRendererError(Kind::exportSessionUnavailable);
+  }
 }
 
 /// Writes sound up to an output time.
@@ -125,8 +124,8 @@ void exportReEncode(const RenderContext& context, const std::filesystem::path& t
   const auto settings = encoderSettings(context, options);
   const FrameGrid grid(context.duration, context.frameDuration);
   const bool hasSound = !context.built.sound.sound.empty();
-  MovieFileWriter writer(target, container(options.format), settings, H264Encoder(settings).configuration(),
-                         hasSound ? std::optional(SoundPump::settings) : std::nullopt);
+  auto writer = openWriter(target, options.format, settings,
+                           hasSound ? std::optional(SoundPump::settings) : std::nullopt);
   std::optional<SoundPump> sound;
   if (hasSound) sound.emplace(context.built.sound, writer);
 
@@ -142,7 +141,7 @@ void exportReEncode(const RenderContext& context, const std::filesystem::path& t
       ParallelSegments::Packets packets;
       for (auto frame = grid.first(number); frame < grid.end(number); ++frame) {
         if (isStopped()) return std::nullopt;
-        const auto picture = chain->frame(std::min(grid.time(frame) + seamNudge, context.duration));
+        const auto picture = chain->frame(nudged(grid.time(frame), context.duration));
         packets.push_back(
             encoder.encode(*picture, grid.ticks(frame), grid.ticks(frame + 1) - grid.ticks(frame)));
         ++composed;
@@ -176,12 +175,10 @@ void exportReEncode(const RenderContext& context, const std::filesystem::path& t
 }  // namespace
 
 RenderContext makeRenderContext(const std::filesystem::path& source, const VideoExportOptions& options,
-                                const TimelineEditSnapshot& edits) {
+                                const TimelineEditSnapshot& edits, Sound sound) {
+  if (options.format == VideoExportFormat::gif) sound = Sound::leftOut;
   RenderContext context{.source = source,
-                        .built = MultiSourceComposition::make(source, edits, options,
-                                                              options.format == VideoExportFormat::gif
-                                                                  ? MultiSourceComposition::Sound::leftOut
-                                                                  : MultiSourceComposition::Sound::included,
+                        .built = MultiSourceComposition::make(source, edits, options, sound,
                                                               MultiSourceComposition::Purpose::exported)};
   const auto& built = context.built;
   if (!(built.outputDuration > 0)) throw VideoExportRendererError(Kind::emptyTimeline);
@@ -195,18 +192,25 @@ RenderContext makeRenderContext(const std::filesystem::path& source, const Video
       (!options.cropSelection || options.cropSelection->isPassthrough()) &&
       options.cursorOverlay == CursorOverlaySettings::hidden() && !options.cursorTelemetry &&
       !options.facecamVideo && !edits.hasEdits() &&
-      built.instruction->edit->captions().plan().blocks.empty() &&
       (built.sourceRate == 0 || std::abs(context.frameDuration.seconds() - sourceShown.seconds()) < 0.001) &&
       std::abs(context.outputSize.width - built.sourceSize.width) < 1 &&
-      std::abs(context.outputSize.height - built.sourceSize.height) < 1;
+      std::abs(context.outputSize.height - built.sourceSize.height) < 1 &&
+      StreamCopy::canCopy(source, MediaContainer::mp4);
   return context;
+}
+
+PixelBufferRef composedFrame(const RenderContext& context, double time, const Environment& environment) {
+  FrameChain chain(
+      context.built.instruction, context.built.videoTracks,
+      {.composingThreads = environment.threads, .findsChanges = false, .wallpapers = environment.wallpapers});
+  const FrameGrid grid(context.duration, context.frameDuration);
+  return chain.frame(nudged(std::clamp(time, 0.0, grid.time(grid.count - 1)), context.duration));
 }
 
 VideoExportResult exportMovie(const RenderContext& context, const std::filesystem::path& target,
                               const VideoExportOptions& options,
                               const VideoExportCancellationToken& cancellation,
                               const ProgressHandler& progress, const Environment& environment) {
-  refuseSourceAsTarget(context, target);
   throwIfCancelled(cancellation);
   if (context.isIdentity) {
     const bool isCopied =
@@ -227,7 +231,6 @@ VideoExportResult exportGIF(const RenderContext& context, const std::filesystem:
                             const VideoExportCancellationToken& cancellation, const ProgressHandler& progress,
                             const Environment& environment) {
   if (options.format != VideoExportFormat::gif) throw VideoExportRendererError(Kind::unsupportedFormat);
-  refuseSourceAsTarget(context, target);
   const int rate = framesPerSecond(options.frameRate).value_or(gifRate);
   const auto count = std::max<std::int64_t>(1, static_cast<std::int64_t>(context.duration * rate));
   // Delays are whole hundredths: rounding times, not delays, they add up.
@@ -237,7 +240,7 @@ VideoExportResult exportGIF(const RenderContext& context, const std::filesystem:
     writer.emplace(target, static_cast<int>(context.outputSize.width),
                    static_cast<int>(context.outputSize.height),
                    options.gifLoops ? GIFFileWriter::Playing::forEver : GIFFileWriter::Playing::once);
-  } catch (const FileError&) {
+  } catch (const Error&) {
     throw VideoExportRendererError(Kind::gifDestinationUnavailable);
   }
   FrameChain chain(context.built.instruction, context.built.videoTracks,
@@ -247,16 +250,17 @@ VideoExportResult exportGIF(const RenderContext& context, const std::filesystem:
                     .wallpapers = environment.wallpapers});
   for (std::int64_t frame = 0; frame < count; ++frame) {
     throwIfCancelled(cancellation);
-    const double time = static_cast<double>(frame) / rate + seamNudge;
     PixelBufferRef picture;
     try {
-      picture = chain.frame(std::min(time, std::max(context.duration - 0.001, 0.0)));
+      picture =
+          chain.frame(nudged(static_cast<double>(frame) / rate, std::max(context.duration - 0.001, 0.0)));
     } catch (const Error&) {
       throw VideoExportRendererError(Kind::gifFrameGenerationFailed);
     }
     writer->write(*picture, hundredths(frame));
     progress(std::clamp(static_cast<double>(frame + 1) / static_cast<double>(count), 0.02, 0.99));
   }
+  throwIfCancelled(cancellation);
   writer->finish(hundredths(count));
   progress(1);
   return {.didPassthrough = false, .outputSize = context.outputSize};

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "Core/MediaTime.h"
+#include "Core/PixelBuffer.h"
 #include "Editor/Composition/WallpaperImageCache.h"
 #include "Editor/Export/MultiSourceComposition.h"
 #include "Editor/Export/VideoExportCancellationToken.h"
@@ -32,9 +33,12 @@ struct RenderContext {
   bool isIdentity = false;  ///< The recording's own samples are the result.
 };
 
-/// Throws as `MultiSourceComposition::make` does, and `VideoExportRendererError` of kind emptyTimeline.
+using MultiSourceComposition::Sound;
+
+/// A GIF has no sound in any case. Throws as `MultiSourceComposition::make` does, and
+/// `VideoExportRendererError` of kind emptyTimeline.
 RenderContext makeRenderContext(const std::filesystem::path& source, const VideoExportOptions& options,
-                                const TimelineEditSnapshot& edits);
+                                const TimelineEditSnapshot& edits, Sound sound = Sound::included);
 
 /// Takes numbers from 0 to 1 that rise.
 using ProgressHandler = std::function<void(double)>;
@@ -43,6 +47,9 @@ struct Environment {
   int threads = 0;  ///< 0 is one for every core. The file's bytes do not depend on it.
   std::shared_ptr<WallpaperImageCache> wallpapers;
 };
+
+/// The picture of the finished video at an output time, which is brought into the output.
+PixelBufferRef composedFrame(const RenderContext& context, double time, const Environment& environment = {});
 
 VideoExportResult exportMovie(const RenderContext& context, const std::filesystem::path& target,
                               const VideoExportOptions& options,

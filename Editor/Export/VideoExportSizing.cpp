@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "MediaKit/MediaError.h"
+
 namespace quillant::VideoExportSizing {
 
 namespace {
@@ -144,7 +146,8 @@ double exportSourceDuration(double assetDuration, double videoTrackDuration) {
   if (isPositive(assetDuration) && isPositive(videoTrackDuration))
     return std::min(assetDuration, videoTrackDuration);
   if (isPositive(assetDuration)) return assetDuration;
-  return isPositive(videoTrackDuration) ? videoTrackDuration : 0;
+  if (isPositive(videoTrackDuration)) return videoTrackDuration;
+  throw MediaError(MediaError::Kind::unreadable, "the video has no length");
 }
 
 }  // namespace quillant::VideoExportSizing

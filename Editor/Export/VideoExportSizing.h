@@ -23,8 +23,8 @@ int averageBitRate(VideoExportQuality quality, const Size& size);
 /// H.264's for the quality.
 int quantizer(VideoExportQuality quality);
 
-/// Of the lengths of a file and of its video, in seconds: the shorter of those that are lengths; 0 if none
-/// is.
+/// Of the lengths of a file and of its video, in seconds: the shorter of those that are lengths. Throws
+/// `MediaError` of kind unreadable if neither is.
 double exportSourceDuration(double assetDuration, double videoTrackDuration);
 
 }  // namespace VideoExportSizing

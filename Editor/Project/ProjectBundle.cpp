@@ -15,6 +15,7 @@
 #include "Editor/Project/ExclusiveRename.h"
 #include "Editor/Project/FileNames.h"
 #include "Editor/Project/ProjectManifest.h"
+#include "Editor/Project/ProjectSourceFiles.h"
 
 namespace quillant::ProjectBundle {
 
@@ -22,7 +23,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view sourceInfix = ".source-";
 constexpr std::size_t largestText = std::size_t{1} << 28;
 
 std::error_code lastError() {
@@ -84,7 +84,8 @@ std::vector<std::string> sourceNames(const fs::path& folder, const std::string& 
   std::error_code error;
   fs::directory_iterator entry(folder, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error))
-    if (auto name = entry->path().filename().string(); name.starts_with(stem + std::string(sourceInfix)))
+    if (auto name = entry->path().filename().string();
+        name.starts_with(fmt::format("{}{}", stem, ProjectSourceFiles::addedInfix)))
       result.push_back(std::move(name));
   if (error) throw FileError("read", folder, error);
   std::ranges::sort(result);

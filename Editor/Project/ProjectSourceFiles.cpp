@@ -6,7 +6,7 @@ namespace quillant::ProjectSourceFiles {
 
 std::filesystem::path stem(const std::filesystem::path& primary, std::string_view sourceID) {
   auto path = primary.parent_path() / primary.stem();
-  if (sourceID != primarySourceKey) path += fmt::format(".source-{}", sourceID);
+  if (sourceID != primarySourceKey) path += fmt::format("{}{}", addedInfix, sourceID);
   return path;
 }
 
@@ -24,6 +24,14 @@ std::filesystem::path file(const std::filesystem::path& primary, const TimelineS
 
 std::filesystem::path file(const std::filesystem::path& primary, const TimelineAudioSource& source) {
   return sidecar(primary, source.id, source.fileExtension);
+}
+
+bool isOwnName(const std::filesystem::path& primary, std::string_view name) {
+  const auto isSidecar = [&](std::string_view extension) {
+    return name == sidecar(primary, primarySourceKey, extension).filename();
+  };
+  return name.starts_with(fmt::format("{}{}", primary.stem().string(), addedInfix)) ||
+         isSidecar(facecamExtension) || isSidecar(cursorExtension) || isSidecar(cleanedVoiceExtension);
 }
 
 }  // namespace quillant::ProjectSourceFiles

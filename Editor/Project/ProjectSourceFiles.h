@@ -20,6 +20,11 @@ std::filesystem::path sidecar(const std::filesystem::path& primary, std::string_
 std::filesystem::path file(const std::filesystem::path& primary, const TimelineSource& source);
 std::filesystem::path file(const std::filesystem::path& primary, const TimelineAudioSource& source);
 
+/// Whether a file beside the recording is one of the project's by its name, used in the edit or not.
+bool isOwnName(const std::filesystem::path& primary, std::string_view name);
+
+/// Between the recording's name and the id of what was added to it.
+inline constexpr std::string_view addedInfix = ".source-";
 inline constexpr std::string_view facecamExtension = "facecam.mov";
 inline constexpr std::string_view cursorExtension = "cursor.json";
 inline constexpr std::string_view cleanedVoiceExtension = "voice-clean.m4a";

@@ -67,6 +67,9 @@ TEST_F(EditorCommandsTest, MakesVideosOfProjectsBundlesAndFilesAndChangesNone) {
   const auto bundle = (folder / "Talk.quillant").string();
   ProjectBundle::write(project, bundle);
 
+  const auto quick = (folder / "quick.mp4").string();
+  TestRecording{.frameRate = 120, .frames = 120}.write(quick);
+
   struct Case {
     Words words;
     std::string name;
@@ -100,6 +103,9 @@ TEST_F(EditorCommandsTest, MakesVideosOfProjectsBundlesAndFilesAndChangesNone) {
        {0, 2, 4},
        60},
       {{video, "--gif-size", "original", "--frame-rate", "20", "--no-loop"}, "talk.gif", 192, 108, {}, 60},
+      {{quick}, "quick.mov", 192, 108, {}, 60},
+      {{quick, "--plain"}, "copy-quick.mp4", 192, 108, {0, 1, 2}, 120},
+      {{quick, "--gif-size", "original"}, "quick.gif", 192, 108, {}, 15},
   };
   for (const auto& [subject, name, width, height, stamps, frames] : cases) {
     SCOPED_TRACE(name);
@@ -108,7 +114,7 @@ TEST_F(EditorCommandsTest, MakesVideosOfProjectsBundlesAndFilesAndChangesNone) {
     const auto result = run(words);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_EQ(result.errors, "");
-    const std::string done = name == "copy.mp4" ? "copied to " : "exported ";
+    const std::string done = name.starts_with("copy") ? "copied to " : "exported ";
     EXPECT_THAT(result.output, testing::MatchesRegex("(  [0-9]+0?%\n)*  100%\nquillant: " + done +
                                                      target(name) + " \\(" + std::to_string(width) + "x" +
                                                      std::to_string(height) + ", [0-9.,]+ (KB|MB)\\)\n"));
@@ -117,9 +123,9 @@ TEST_F(EditorCommandsTest, MakesVideosOfProjectsBundlesAndFilesAndChangesNone) {
     EXPECT_EQ(media.frames[0].width, width);
     for (std::size_t i = 0; i < stamps.size(); ++i) EXPECT_EQ(media.frames[i].stamp, stamps[i]);
   }
-  EXPECT_EQ(run({"frame", id, "--at", "1.5", "--output", target("a.png"), "--size", "640x360"}).output,
-            "quillant: wrote " + target("a.png") + "\n");
-  EXPECT_EQ(PNGImage::read(target("a.png"))->width, 640);
+  EXPECT_EQ(run({"frame", id, "--at", "1.5", "--output", target("a.Png"), "--size", "640x360"}).output,
+            "quillant: wrote " + target("a.Png") + "\n");
+  EXPECT_EQ(PNGImage::read(target("a.Png"))->width, 640);
   EXPECT_EQ(run({"frame", video, "--at", "0", "--output", target("a.JPG"), "--background", "none"}).exitCode,
             0);
   EXPECT_THAT(AtomicFile::read(target("a.JPG")), StartsWith("\xff\xd8\xff"));
@@ -178,15 +184,22 @@ TEST_F(EditorCommandsTest, SaysWhyNothingIsMade) {
   AtomicFile::write(folder / "text.mp4", "no media");
   fs::create_symlink(video, out / "link.mp4");
   const auto original = AtomicFile::read(video);
-  const std::string itself = "The export would replace the recording itself. Choose another name for it.";
+  const auto owned = [](const std::string& name) {
+    return name + " belongs to the recording. Choose another name for the new file.";
+  };
+  AtomicFile::write(folder / "talk.source-intro.mov", "an added clip's, which no clip plays");
   const std::pair<Words, std::string> cases[] = {
       {{"export", "nothing", "--output", target("a.mp4")},
        "there is no file and no project “nothing”; quillant projects lists the projects"},
       {{"export", (folder / "text.mp4").string(), "--output", target("a.mp4")},
        "the file is no video or sound that can be read: Invalid data found when processing input"},
-      {{"export", video, "--output", video}, itself},
-      {{"export", video, "--output", target("link.mp4"), "--plain"}, itself},
-      {{"export", video, "--output", (folder / "talk.facecam.mov").string(), "--camera", "none"}, itself},
+      {{"export", video, "--output", video}, owned("talk.mp4")},
+      {{"export", video, "--output", target("link.mp4"), "--plain"}, owned("talk.mp4")},
+      {{"export", video, "--output", (folder / "talk.facecam.mov").string(), "--camera", "none"},
+       owned("talk.facecam.mov")},
+      {{"export", video, "--output", (folder / "talk.source-intro.mov").string(), "--plain"},
+       owned("talk.source-intro.mov")},
+      {{"captions", video, "--output", (folder / "talk.cursor.json").string()}, owned("talk.cursor.json")},
       {{"export", video, "--output", target("none/a.mp4")},
        "could not write " + target("none/a.mp4") + ": No such file or directory"},
       {{"export", video, "--output", target("none/a.mp4"), "--plain"},

@@ -64,8 +64,8 @@ Task<> open(Session& session, const ExportWords& words) {
   if (problem && (wantsZooms || problem == AutoZoomTelemetryProblem::unreadable))
     Console::tell("warning: " + coordinator.driver().state().statusMessage);
   const auto& recording = *coordinator.recording();
-  if (words.look.camera && words.look.camera != LookOptions::none && !recording.facecam)
-    Console::tell("warning: the recording has no camera");
+  const bool wantsCamera = words.look.camera && words.look.camera != LookOptions::none;
+  if (wantsCamera && !co_await coordinator.hasCamera()) Console::tell("warning: the recording has no camera");
   if (words.look.cursor && words.look.cursor->style && !recording.cursorTelemetry)
     Console::tell("warning: nothing was recorded of where the pointer was");
   if (burnsCaptions(words, coordinator)) co_await session.transcripts.complete(session.coordinator, {});
@@ -73,7 +73,10 @@ Task<> open(Session& session, const ExportWords& words) {
 
 VideoExportOptions choicesFor(const ExportWords& words, const EditorCoordinator& coordinator) {
   auto choices = words.choices;
-  if (!words.choosesFrameRate) choices.frameRate = coordinator.sourceRate();
+  if (words.choosesFrameRate) return choices;
+  // What is plain stays as it is; a GIF that follows its source has a rate of its own.
+  const bool isUnlimited = words.look.isPlain || choices.format == VideoExportFormat::gif;
+  choices.frameRate = isUnlimited ? VideoExportFrameRate::source : coordinator.sourceRate();
   return choices;
 }
 
@@ -100,7 +103,7 @@ Task<int> exportVideo(Session& session, ExportWords words) {
 
 Task<> writePicture(PixelBufferRef frame, std::filesystem::path output) {
   const auto picture = BGRAPicture::of(*frame, frame->width, frame->height);
-  if (output.extension() == ".png" || output.extension() == ".PNG") {
+  if (Text::lowercased(output.extension().string()) == ".png") {
     StagedFile file(output);
     PNGImage::write(*picture, file.readablePath());
     file.publish();
@@ -120,6 +123,7 @@ Task<int> makeFrame(Session& session, ExportWords words) {
     Console::tell(fmt::format("there is nothing at {} s: the video lasts {:.2f} s", words.at, duration));
     co_return ExitCode::failure;
   }
+  co_await coordinator.checkTarget(words.output);
   auto frame = co_await coordinator.composedFrame(words.at, choicesFor(words, coordinator),
                                                   burnsCaptions(words, coordinator));
   if (session.isInterrupted) co_return ExitCode::interrupted;
@@ -150,6 +154,7 @@ Task<int> writeCaptions(Session& session, ExportWords words) {
   auto& coordinator = *session.coordinator;
   co_await OpenedEdit::open(coordinator, words.subject);
   words.look.apply(coordinator);
+  co_await coordinator.checkTarget(words.output);
   const auto targets = co_await coordinator.captionTargets();
   const auto isWanted = [&](TimelineTranscriptTrack track) { return !words.track || track == words.track; };
   if (std::ranges::none_of(targets, isWanted, &CaptionTarget::track)) {

@@ -5,6 +5,7 @@
 
 #include "Editor/Coordinator/EditorCoordinator.h"
 #include "Editor/Export/VideoExportRendererError.h"
+#include "Editor/Timeline/TimelineTolerances.h"
 
 namespace quillant {
 
@@ -96,7 +97,9 @@ void LookOptions::apply(EditorCoordinator& coordinator) const {
   std::ranges::sort(later, std::ranges::greater(), [](const Speed& speed) { return speed.span.start; });
   for (const auto& [span, speed] : later) {
     const TimelineSpan left{afterCuts(span.start, pieces), afterCuts(span.end, pieces)};
-    if (left.start < left.end) coordinator.setSpeed(left.start, left.end, speed);
+    // Cuts may leave too little of it to be a clip.
+    if (isLongEnoughForClip(left.length()) || !isLongEnoughForClip(span.length()))
+      coordinator.setSpeed(left.start, left.end, speed);
   }
 }
 

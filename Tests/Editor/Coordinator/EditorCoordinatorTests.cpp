@@ -13,7 +13,18 @@ namespace quillant {
 
 namespace {
 
-using EditorCoordinatorTest = CoordinatorFixture;
+class EditorCoordinatorTest : public CoordinatorFixture {
+ protected:
+  std::vector<std::uint8_t> picture(bool burnsCaptions) {
+    const auto frame = run(coordinator->composedFrame(1, {}, burnsCaptions));
+    const auto& luma = frame->planes[0];
+    return {luma.data, luma.data + static_cast<std::ptrdiff_t>(luma.stride) * frame->height};
+  }
+  std::string poster() {
+    run(coordinator->writeSharePoster(folder / "poster.jpg", 96));
+    return AtomicFile::read(folder / "poster.jpg");
+  }
+};
 
 TEST(SHA256, AgreesWithThePublishedVectors) {
   const auto digest = [](const std::string& text) { return SHA256::hexadecimal(SHA256::of(text)); };
@@ -34,6 +45,14 @@ TEST_F(EditorCoordinatorTest, FindsWhatBelongsToARecordingAndSaysWhatItCannotDo)
             "unknown zoom preset 'x'; available: balanced, subtle, snappy, cinematic, guided");
   EXPECT_EQ(errorOf([&] { coordinator->deleteOutputRange(1.5, 9); }),
             "split range 1.5-9s is invalid for a 2s recording");
+  EXPECT_NE(errorOf([&] { coordinator->deleteOutputRange(2, 2.04); }), "") << "nothing is there";
+  const auto unedited = coordinator->edits();
+  EXPECT_EQ(errorOf([&] { coordinator->setSpeed(1, 1.03, 2); }),
+            "split range 1-1.03s is invalid for a 2s recording");
+  EXPECT_EQ(coordinator->edits(), unedited);
+  coordinator->deleteOutputRange(0.5, 1);
+  EXPECT_NE(errorOf([&] { coordinator->setSpeed(0.47, 0.53, 2); }), "") << "too little beside the seam";
+  coordinator->driver().applySnapshot(unedited);
 
   TestRecording{}.write(folder / "x.facecam.mov");
   AtomicFile::write(folder / "x.cursor.json",
@@ -86,18 +105,34 @@ TEST_F(EditorCoordinatorTest, KeepsTheCameraInStepByWhatItsFileTells) {
 
 TEST_F(EditorCoordinatorTest, BurnsCaptionsInOnlyWhenAskedTo) {
   open();
-  const auto picture = [&](bool burnsCaptions) {
-    const auto frame = run(coordinator->composedFrame(1, {}, burnsCaptions));
-    const auto& luma = frame->planes[0];
-    return std::vector(luma.data, luma.data + static_cast<std::ptrdiff_t>(luma.stride) * frame->height);
-  };
   const auto plain = picture(true);
+  const auto shared = poster();
   auto state = coordinator->exportEditorState();
   state.timelineEdits.captions =
       TimelineCaptions{.on = true, .transcripts = {{.source = "primary", .words = {{0.5, 1.5, "read"}}}}};
   coordinator->applyEditorState(state);
   EXPECT_TRUE(picture(true) != plain);
   EXPECT_TRUE(picture(false) == plain);
+  EXPECT_TRUE(poster() == shared) << "a shared video has its captions beside it";
+  coordinator->setCaptionsOn(false);
+  EXPECT_TRUE(picture(true) == plain);
+}
+
+TEST_F(EditorCoordinatorTest, ShowsTheCameraOfAnAddedClipAsItIsTold) {
+  open();
+  auto state = coordinator->exportEditorState();
+  state.timelineEdits.sources = {{.id = "intro", .fileExtension = "mp4"}};
+  state.timelineEdits.clipList = std::vector{TimelineClip{.end = 2, .source = "intro"}};
+  std::filesystem::copy(video, folder / "x.source-intro.mp4");
+  EXPECT_FALSE(run(coordinator->hasCamera()));
+  coordinator->applyEditorState(state);
+  EXPECT_FALSE(run(coordinator->hasCamera()));
+  const auto without = picture(false);
+  TestRecording{.frames = 60}.write(folder / "x.source-intro.facecam.mov");
+  EXPECT_TRUE(run(coordinator->hasCamera()));
+  EXPECT_TRUE(picture(false) != without);
+  coordinator->changeFacecam([](FacecamSettings& camera) { camera.enabled = false; });
+  EXPECT_TRUE(picture(false) == without);
 }
 
 TEST_F(EditorCoordinatorTest, FingerprintsAreOfTheEditAndNotOfTheRoadToIt) {
@@ -257,8 +292,7 @@ TEST_F(EditorCoordinatorTest, ExportsWhatIsOpenAndMakesItsPoster) {
       "The export was cancelled.");
   EXPECT_FALSE(std::filesystem::exists(folder / "b.mp4"));
 
-  run(coordinator->writeSharePoster(folder / "poster.jpg", 96));
-  EXPECT_TRUE(AtomicFile::read(folder / "poster.jpg").starts_with("\xff\xd8\xff"));
+  EXPECT_TRUE(poster().starts_with("\xff\xd8\xff"));
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 #include "Editor/Export/VideoExportRendererError.h"
 #include "Editor/Export/VideoExportSizing.h"
 #include "Editor/Project/ProjectSourceFiles.h"
+#include "MediaKit/MediaError.h"
+#include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/Media/DecodedMedia.h"
 #include "Tests/Support/Media/StampedFrames.h"
 #include "Tests/Support/Media/TestRecording.h"
@@ -133,6 +135,8 @@ TEST(VideoExportSizing, FollowsTheResolutionAndTheShape) {
   EXPECT_EQ(VideoExportSizing::resolvedOutputSize({1920, 1080}, options), (Size{852, 480}));
   EXPECT_EQ(VideoExportSizing::frameDuration(VideoExportFrameRate::source, 29.97), (MediaTime{20, 600}));
   EXPECT_EQ(VideoExportSizing::averageBitRate(VideoExportQuality::highSource, {1280, 720}), 6'222'222);
+  EXPECT_EQ(VideoExportSizing::exportSourceDuration(0, 2), 2);
+  EXPECT_THROW(VideoExportSizing::exportSourceDuration(0, NAN), MediaError) << "a file without a length";
 }
 
 TEST(VideoExport, ShowsAndSoundsAsThePlanSaysAtEverySeam) {
@@ -217,20 +221,50 @@ TEST(VideoExport, ShowsAndSoundsAsThePlanSaysAtEverySeam) {
 
 TEST(VideoExport, GivesTheSameBytesOnAnyNumberOfThreads) {
   const TemporaryFolder folder;
-  const auto source = folder / "recording.mp4";
-  TestRecording{.frames = 400, .audioChannels = {1}}.write(source);
+  const auto moving = folder / "moving.mp4", partly = folder / "partly.mp4";
+  TestRecording{.frames = 400, .audioChannels = {1}}.write(moving);
+  // Of each three pictures one is new, in a part of it; for seven seconds, over stretches that are encoded
+  // apart, all are the same.
+  TestRecording{.frames = 400,
+                .picture =
+                    [](int width, int height, std::uint32_t index) {
+                      const auto still = std::clamp(index, 90U, 300U) - 90;
+                      return StampedFrames::mostlyStill(width, height, (index - still) / 3);
+                    }}
+      .write(partly);
   auto options = mp4();
   options.styling.background = SerializableColor::fromHex("336699");
   options.styling.paddingRatio = 0.05;
   options.styling.borderRadiusRatio = 0.03;
   options.styling.shadowIntensity = 0.35;
-  const auto edits = playing({clip(0, 5), clip(6, 13.3)});
-  std::string first;
-  for (const int threads : {1, 2, 7}) {
-    render(source, folder / "out.mp4", options, edits, threads);
-    const auto bytes = AtomicFile::read(folder / "out.mp4");
-    if (first.empty()) first = bytes;
-    EXPECT_TRUE(bytes == first) << threads;
+  auto zoomed = playing({clip(0, 2, 1.5), clip(2.5, 13.3)});
+  zoomed.zoomRegions = std::vector{TimelineZoomRegion{.span = {0.5, 4}}, {.span = {5, 11}}};
+  const std::pair<std::filesystem::path, TimelineEditSnapshot> cases[] = {
+      {moving, playing({clip(0, 5), clip(6, 13.3)})}, {partly, playing({clip(0, 13.3)})}, {partly, zoomed}};
+  for (const auto& [source, edits] : cases) {
+    std::string first;
+    for (const int threads : {1, 2, 7}) {
+      render(source, folder / "out.mp4", options, edits, threads);
+      const auto bytes = AtomicFile::read(folder / "out.mp4");
+      if (first.empty()) first = bytes;
+      EXPECT_TRUE(bytes == first) << threads;
+    }
+  }
+}
+
+TEST(VideoExport, ShowsAnyMomentAsTheVideoWould) {
+  const TemporaryFolder folder;
+  const auto source = folder / "recording.mp4";
+  TestRecording{.frames = 400, .audioChannels = {1}}.write(source);
+  auto edits = playing({clip(0, 1.1), clip(6, 13.29)});
+  edits.clipList->mutate()[1].sound = TimelineRecordingSound{.voiceCleanup = true};
+  edits.audioClips = {{.source = "lost", .sourceEnd = 8}};
+  EXPECT_THROW(VideoExportRenderer::makeRenderContext(source, mp4(), edits), MultiSourceCompositionError);
+  const auto context =
+      VideoExportRenderer::makeRenderContext(source, mp4(), edits, VideoExportRenderer::Sound::leftOut);
+  for (const auto& [time, stamp] : {std::pair(-1.0, 0U), {1.0, 30U}, {1.1, 180U}, {99.0, 398U}}) {
+    const auto frame = VideoExportRenderer::composedFrame(context, time);
+    EXPECT_EQ(StampedFrames::read(frame->planes[0].data, frame->planes[0].stride), stamp) << time;
   }
 }
 
@@ -248,6 +282,13 @@ TEST(VideoExport, MakesGIFsWhoseDelaysAddUp) {
     VideoExportRenderer::exportGIF(context, folder / "a.gif", options, {}, [](double) {});
     const auto bytes = AtomicFile::read(folder / "a.gif");
     EXPECT_EQ(bytes.find("NETSCAPE2.0") != std::string::npos, loops);
+    VideoExportCancellationToken late;
+    EXPECT_THROW(VideoExportRenderer::exportGIF(context, folder / "b.gif", options, late,
+                                                [&](double done) {
+                                                  if (done > 0.98) late.cancel();
+                                                }),
+                 VideoExportRendererError);
+    EXPECT_EQ(entries(folder.path()), 2) << "no file after the last frame either";
     const auto media = DecodedMedia::decode(folder / "a.gif", DecodedMedia::Keep::pictures);
     ASSERT_EQ(media.frames.size(), 30u) << "15 a second";
     for (std::size_t i = 0; i < 30; ++i)
@@ -274,6 +315,11 @@ TEST(VideoExport, CopiesWhatNothingChanges) {
   options = mp4();
   options.resolution = VideoExportResolution::p480;
   EXPECT_FALSE(isIdentity({}));
+  // What an MP4 cannot hold is encoded.
+  ChildProcess ffmpeg({"ffmpeg", "-v", "error", "-i", source.string(), "-c:v", "copy", "-c:a",
+                       "adpcm_ima_wav", (folder / "odd.mov").string()});
+  ASSERT_EQ(ffmpeg.wait(), 0) << ffmpeg.readAll();
+  EXPECT_FALSE(render(folder / "odd.mov", folder / "copy.mp4", mp4(), {}).didPassthrough);
 }
 
 TEST(EditorPlaybackComposition, IsWhatAnExportIsButForItsAnnotationsAndUncleanedVoices) {
@@ -306,6 +352,12 @@ TEST(EditorPlaybackComposition, IsWhatAnExportIsButForItsAnnotationsAndUncleaned
   EXPECT_EQ(preview(playing({spoken})).built.sound.sound.size(), 1U);
   EXPECT_THROW(VideoExportRenderer::makeRenderContext(source, mp4(), playing({spoken})),
                MultiSourceCompositionError);
+  auto song = playing({clip(0, 2)});
+  song.audioSources = {{.id = "song", .fileExtension = "mp4"}};
+  song.musicClips = {{.source = "song", .sourceEnd = 2, .voiceCleanup = true}};
+  std::filesystem::copy(source, ProjectSourceFiles::file(source, song.audioSources->front()));
+  EXPECT_EQ(preview(song).built.sound.sound.size(), 2U);
+  EXPECT_NO_THROW(VideoExportRenderer::makeRenderContext(source, mp4(), song)) << "music is no voice";
   EXPECT_THROW(preview(playing({})), VideoExportRendererError);
 }
 
@@ -314,11 +366,12 @@ TEST(VideoExport, LeavesNothingBehindThatIsNotWhole) {
   const auto source = folder / "recording.mp4";
   TestRecording{.frames = 300, .audioChannels = {1}}.write(source);
   const auto edits = playing({clip(0, 9)});
+  auto options = mp4();
   const auto kindOf = [&](const std::filesystem::path& target, const TimelineEditSnapshot& asked,
                           auto&& progress, VideoExportCancellationToken& token) -> std::optional<Kind> {
     try {
-      VideoExportRenderer::exportMovie(VideoExportRenderer::makeRenderContext(source, mp4(), asked), target,
-                                       mp4(), token, progress);
+      VideoExportRenderer::exportMovie(VideoExportRenderer::makeRenderContext(source, options, asked), target,
+                                       options, token, progress);
     } catch (const VideoExportRendererError& error) {
       return error.kind();
     }
@@ -332,10 +385,13 @@ TEST(VideoExport, LeavesNothingBehindThatIsNotWhole) {
   EXPECT_EQ(kindOf(
                 folder / "a.mp4", playing({}), [](double) {}, token),
             Kind::emptyTimeline);
+  options.resolution = VideoExportResolution::custom;
+  options.customOutputSize = Size{20'000, 108};
   EXPECT_EQ(kindOf(
-                source, edits, [](double) {}, token),
-            Kind::exportFailed)
-      << "never over the recording";
+                folder / "a.mp4", edits, [](double) {}, token),
+            Kind::exportSessionUnavailable)
+      << "larger than the encoder takes";
+  options = mp4();
   EXPECT_THROW(kindOf(
                    folder / "nowhere" / "a.mp4", edits, [](double) {}, token),
                FileError);

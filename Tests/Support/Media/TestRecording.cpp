@@ -7,7 +7,6 @@
 
 #include "Core/Error.h"
 #include "Tests/Support/Eventually.h"
-#include "Tests/Support/Media/StampedFrames.h"
 
 namespace quillant {
 
@@ -55,7 +54,7 @@ void TestRecording::feed(AssetWriter& writer, bool atItsPace) const {
     }
     const auto time = start + MediaTime{i, frameRate};
     ASSERT_TRUE(eventually([&] { return writer.isReady(video); })) << describe(writer.error());
-    ASSERT_TRUE(writer.append(video, StampedFrames::moving(width, height, std::uint32_t(i)), time));
+    ASSERT_TRUE(writer.append(video, picture(width, height, std::uint32_t(i)), time));
     if (onAppended) onAppended(i);
     for (std::size_t track = 0; track < tracks.size(); ++track) {
       auto buffer = sound(std::int64_t{i} * samples, samples, audioChannels[track]);

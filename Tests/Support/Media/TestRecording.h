@@ -5,10 +5,11 @@
 #include <vector>
 
 #include "MediaKit/Writing/AssetWriter.h"
+#include "Tests/Support/Media/StampedFrames.h"
 
 namespace quillant {
 
-/// A recording made for a test by the real writer: pictures of `StampedFrames::moving`, and noise for sound.
+/// A recording made for a test by the real writer: pictures of `StampedFrames`, and noise for sound.
 struct TestRecording {
   int width = 192;
   int height = 108;
@@ -19,6 +20,7 @@ struct TestRecording {
   MediaTime fragmentInterval{1, 10};
   MediaTime start = MediaTime::zero();  ///< Of the session, on the clock of whatever is recorded beside it.
   std::function<void(int index)> onAppended;
+  PixelBufferRef (*picture)(int width, int height, std::uint32_t index) = StampedFrames::moving;
 
   /// As fast as it goes, finished to an ordinary file.
   void write(const std::filesystem::path& path) const;
