@@ -8,6 +8,7 @@
 #include "Linux/Desktop/CallbackHandOver.h"
 #include "Linux/Desktop/CallbackScheme.h"
 #include "Linux/Desktop/CallbackSocket.h"
+#include "Linux/Desktop/UserSocket.h"
 #include "Tests/Linux/Desktop/DesktopTest.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/Eventually.h"
@@ -112,7 +113,7 @@ TEST_F(CallbackSocketTest, WaitsForACallbackOfItsSchemeAndItsUser) {
   auto received = receive(socket);
   EXPECT_EQ(say("other://auth?token=x\n"), "refused\n");
   EXPECT_EQ(say("quillant://without-an-end"), "refused\n");
-  EXPECT_EQ(say(std::string(CallbackSocket::longestURL + 100, 'x') + "\n"), "refused\n");
+  EXPECT_EQ(say(std::string(UserSocket::longestLine + 100, 'x') + "\n"), "refused\n");
   if (::geteuid() == 0) {  // who alone can be somebody else
     // Even where the folder, which keeps others out, does not.
     for (auto open = path; open != home.path().parent_path(); open = open.parent_path())
