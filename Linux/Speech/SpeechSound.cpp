@@ -48,7 +48,8 @@ void SpeechSound::forEachStretch(
     const std::function<void(double start, std::span<const std::int16_t> samples)>& hear) {
   constexpr auto levelLength = static_cast<std::size_t>(sampleRate * SpeechSpans::levelInterval);
   std::vector<float> levels;
-  for (auto samples = read(levelLength); !samples.empty(); samples = read(levelLength))
+  for (auto samples = read(levelLength); !samples.empty() && !request_.stop.stop_requested();
+       samples = read(levelLength))
     levels.push_back(static_cast<float>(level(samples)));
   for (const auto& span : SpeechSpans::find(levels)) {
     if (request_.stop.stop_requested()) return;
