@@ -256,6 +256,7 @@ void RecorderModel::beginCapture(const Target& target) {
   Log::write("Capture starting on display {} (area={}, window={})", target.displayID, target.area.has_value(),
              target.windowID.has_value());
   captureStarting_ = true;
+  ++captures_;
   recordsMic_ = inputs_.micOn;
   startDetached(services_.mainThread, capture(shared_from_this(), std::move(request)));
 }
@@ -270,6 +271,7 @@ Task<> RecorderModel::capture(Self self, Coordinator::Request request) {
   }
   self->captureStarting_ = false;
   co_await self->handle(std::move(outcome));
+  --self->captures_;
 }
 
 // What became of it.
@@ -288,24 +290,23 @@ Task<> RecorderModel::handle(Outcome outcome) {
 
 Task<> RecorderModel::registerAndOpen(RecordingArtifacts artifacts) {
   auto handoff = handoffFields(artifacts);
-  const auto id = UUID::random().text();
-  const bool isRegistered =
-      co_await createProject(handoff, id, std::nullopt, "project registration failed (opening anyway)");
+  const auto registered =
+      co_await registerProject(handoff, std::nullopt, "project registration failed (opening anyway)");
   call(callbacks_.onProjectsChanged);
-  if (isRegistered) {
+  if (registered) {
     try {
-      const auto stored = co_await services_.projects.project(id);
+      const auto stored = co_await services_.projects.project(*registered);
       if (const auto& session = stored.document.recordingSession) handoff = handoffFields(*session);
     } catch (const std::exception&) {  // what was handed in is as good
     }
   }
   if (!artifacts.warnings.empty()) call(callbacks_.onWarned, RecorderTexts::warnings(artifacts.warnings));
-  call(callbacks_.openEditor, std::move(handoff), id);
+  call(callbacks_.openEditor, std::move(handoff), registered.value_or(UUID::random().text()));
 }
 
 Task<> RecorderModel::presentInterruptedNotice(FailureCause cause, RecordingArtifacts salvaged) {
-  co_await createProject(handoffFields(salvaged), UUID::random().text(),
-                         RecorderTexts::interruptedCause(cause), "interrupted project registration failed");
+  co_await registerProject(handoffFields(salvaged), RecorderTexts::interruptedCause(cause),
+                           "interrupted project registration failed");
   call(callbacks_.onProjectsChanged);
   std::optional<std::string> free;
   if (cause == FailureCause::diskSpace) {
@@ -317,20 +318,22 @@ Task<> RecorderModel::presentInterruptedNotice(FailureCause cause, RecordingArti
   call(callbacks_.onInterrupted, RecorderTexts::interrupted(interruption));
 }
 
-Task<bool> RecorderModel::createProject(RecordingHandoffFields handoff, std::string id,
-                                        std::optional<std::string> interruptedCause, std::string failureLog) {
+Task<std::optional<std::string>> RecorderModel::registerProject(RecordingHandoffFields handoff,
+                                                                std::optional<std::string> interruptedCause,
+                                                                std::string failureLog) {
   const auto date = services_.now().iso8601();
-  ProjectStore::CreateOptions options{.id = std::move(id),
+  ProjectStore::CreateOptions options{.id = UUID::random().text(),
                                       .title = "Recording",
                                       .createdAt = date,
                                       .updatedAt = date,
                                       .interruptedCause = std::move(interruptedCause)};
   try {
-    co_await services_.projects.create(std::move(handoff), std::move(options));
-    co_return true;
+    const auto registration =
+        co_await services_.projects.registerRecording(std::move(handoff), std::move(options));
+    co_return registration.entry.summary.id;
   } catch (const std::exception&) {
     Log::write("{}: {}", failureLog, describe(std::current_exception()));
-    co_return false;
+    co_return std::nullopt;
   }
 }
 
@@ -399,6 +402,17 @@ void RecorderModel::hudDiscard() {
   assert(sequence_.isCurrent());
   if (!std::exchange(isAskingToDiscard_, true))
     startDetached(services_.mainThread, discardIfAgreed(shared_from_this(), session_));
+}
+
+Task<> RecorderModel::finish() {
+  const auto self = shared_from_this();
+  areaOverlay_.reset();
+  countdownOverlay_.reset();
+  constexpr double interval = 0.05;
+  while (captures_ > 0) {
+    co_await services_.coordinator->stop();  // one that is only starting is stopped as soon as it records
+    co_await sleepSeconds(interval);
+  }
 }
 
 Task<> RecorderModel::discardIfAgreed(Self self, std::uint64_t session) {

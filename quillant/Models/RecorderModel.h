@@ -63,6 +63,7 @@ class RecorderModel : public std::enable_shared_from_this<RecorderModel> {
     std::function<void(Toast)> onInterrupted;  ///< The recording ended by itself.
     std::function<void(Toast)> onWarned;       ///< It is whole, and something of it is to be looked at.
     std::function<void()> onShowLibrary;
+    /// A recording that could not be registered has the id of no project.
     std::function<void(RecordingHandoffFields, std::string projectId)> openEditor;
     std::function<void(PermissionKind)> openSettingsPane;
     std::function<void()> manageStorage;
@@ -87,6 +88,8 @@ class RecorderModel : public std::enable_shared_from_this<RecorderModel> {
   void resume();
   /// Asks first.
   void hudDiscard();
+  /// Stops what is being recorded; ends once all recordings have been handed on.
+  Task<> finish();
 
   void popoverDidOpen();
   void popoverDidClose();
@@ -131,9 +134,10 @@ class RecorderModel : public std::enable_shared_from_this<RecorderModel> {
   Task<> handle(Outcome outcome);
   Task<> registerAndOpen(RecordingArtifacts artifacts);
   Task<> presentInterruptedNotice(FailureCause cause, RecordingArtifacts salvaged);
-  /// False, and logged, if it could not be registered.
-  Task<bool> createProject(RecordingHandoffFields handoff, std::string id,
-                           std::optional<std::string> interruptedCause, std::string failureLog);
+  /// The project's id; nothing, and a line in the log, if it could not be registered.
+  Task<std::optional<std::string>> registerProject(RecordingHandoffFields handoff,
+                                                   std::optional<std::string> interruptedCause,
+                                                   std::string failureLog);
 
   // While it lasts.
   static Task<> observePhases(std::weak_ptr<RecorderModel> weak,
@@ -165,6 +169,7 @@ class RecorderModel : public std::enable_shared_from_this<RecorderModel> {
   bool userChoseDisplay_ = false;
   bool micChosenByUser_ = false;
   bool startInFlight_ = false;    ///< From a press until what it leads to is shown, or refused.
+  int captures_ = 0;              ///< Not handed on yet.
   bool captureStarting_ = false;  ///< From there until the coordinator records.
   bool recordsMic_ = false;       ///< The recording that is under way.
   bool isAskingToDiscard_ = false;

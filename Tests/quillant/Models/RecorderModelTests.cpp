@@ -410,7 +410,6 @@ TEST_F(RecorderModelTest, KeepsWhatIsChosenOnlyWhileItIsThere) {
 }
 
 TEST_F(RecorderModelTest, MakesAProjectOfAnInterruptedRecording) {
-  TestRecording{.frames = 60}.write(folder / "x.mp4");
   for (const auto& [bytes, cause, text] :
        {std::tuple(
             1'000'000'000LL, "the system reclaimed disk space",
@@ -418,6 +417,9 @@ TEST_F(RecorderModelTest, MakesAProjectOfAnInterruptedRecording) {
             "disk."),
         std::tuple(9'000'000'000LL, "recording stopped unexpectedly",
                    "The capture ended before you stopped it. Every frame before that is safe on disk.")}) {
+    const auto video = folder / std::string(cause).substr(0, 3).append(".mp4");
+    TestRecording{.frames = 60}.write(video);
+    script.finalized.artifacts.screenVideo = video;
     record();
     script.freeBytes = bytes;
     toasts.clear();
