@@ -60,13 +60,19 @@ void FragmentFile::setSessionStart(MediaTime start) {
 
 void FragmentFile::append(std::vector<std::uint8_t> fragment) {
   fragment.insert(fragment.begin(), movie_.begin(), movie_.end());
+  const auto size = fragment.size();
+  backlog_ += size;
+  try {
+    queue_.async([this, boxes = std::move(fragment)] {
+      if (!error()) writeFragment(boxes);
+      backlog_ -= boxes.size();
+      syncSoon();
+    });
+  } catch (...) {  // no memory to hand it over: what was to be written with it is still to be written
+    backlog_ -= size;
+    throw;
+  }
   movie_.clear();
-  backlog_ += fragment.size();
-  queue_.async([this, boxes = std::move(fragment)] {
-    if (!error()) writeFragment(boxes);
-    backlog_ -= boxes.size();
-    syncSoon();
-  });
 }
 
 void FragmentFile::writeFragment(const std::vector<std::uint8_t>& boxes) {

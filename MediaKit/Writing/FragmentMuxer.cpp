@@ -12,12 +12,15 @@ namespace {
 
 constexpr int bufferSize = 64 * 1024;
 
-/// FFmpeg 7 hands over constant bytes, those before it did not.
+/// FFmpeg 7 hands over constant bytes, those before it did not. Nothing may be thrown through the muxer,
+/// which calls.
 template <typename Byte>
-int collect(void* opaque, Byte* bytes, int count) {
+int collect(void* opaque, Byte* bytes, int count) noexcept try {
   auto& collected = *static_cast<std::vector<std::uint8_t>*>(opaque);
   collected.insert(collected.end(), bytes, bytes + count);
   return count;
+} catch (...) {
+  return AVERROR(ENOMEM);
 }
 
 FFmpeg::IOContext collectInto(std::vector<std::uint8_t>& bytes) {
@@ -45,6 +48,7 @@ struct FragmentMuxer::Implementation {
 
   std::vector<std::uint8_t> takeBytes() {
     avio_flush(io.get());
+    FFmpeg::check(io->error, "could not put the file together");  // nothing with a hole goes to the disk
     return std::exchange(bytes, {});
   }
 

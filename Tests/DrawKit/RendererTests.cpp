@@ -16,7 +16,7 @@
 #include "Core/PixelRects.h"
 #include "DrawKit/DrawingError.h"
 #include "DrawKit/Renderer.h"
-#include "Tests/Support/Drawing/Allocations.h"
+#include "Tests/Support/Allocations/Allocations.h"
 #include "Tests/Support/Drawing/PlainRenderer.h"
 #include "Tests/Support/Drawing/TestPictures.h"
 

@@ -11,6 +11,7 @@
 #include "MediaKit/Writing/AACEncoder.h"
 #include "MediaKit/Writing/FragmentMuxer.h"
 #include "MediaKit/Writing/H264Encoder.h"
+#include "MediaKit/Writing/SessionStart.h"
 
 namespace quillant {
 namespace {
@@ -30,7 +31,8 @@ Bytes recording() {
   muxer.addAudio(audio, AACEncoder(audio).configuration());
   auto head = muxer.open();
   Bytes file = std::move(head.fileType);
-  file.insert(file.end(), head.movie.begin(), head.movie.end());
+  const auto movie = SessionStart::added(head.movie, {7, 1000});
+  file.insert(file.end(), movie.begin(), movie.end());
   for (std::int64_t i = 0; i < 9; ++i) {
     muxer.write(0, {Bytes(static_cast<std::size_t>(10 + i)), i * 3000, 3000, i % 3 == 0});
     muxer.write(1, {Bytes(8), i * 1024, 1024, true});
@@ -68,6 +70,7 @@ void tryFile(const Bytes& bytes) {
     }
     const auto again = read({memory.get(), contents.end, {}});
     expect(contents.end == 0 || (again.end == contents.end && again.runs.size() == contents.runs.size()));
+    SessionStart::read({memory.get(), bytes.size(), {}});
   } catch (const MediaError&) {
   }
 }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <new>
 
 #include "Core/AtomicFile.h"
 #include "Core/Error.h"
@@ -11,6 +12,7 @@
 #include "MediaKit/Writing/H264Encoder.h"
 #include "MediaKit/Writing/PictureConverter.h"
 #include "Tests/MediaKit/FaultyDisk.h"
+#include "Tests/Support/Allocations/Allocations.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/Eventually.h"
 #include "Tests/Support/Media/DecodedMedia.h"
@@ -29,7 +31,19 @@ using testing::IsEmpty;
 constexpr int fragments = 3;
 constexpr int picturesEach = 4;
 
-/// A file with three whole fragments, as it is when it is about to be closed.
+/// Whether so many allocations are enough.
+bool appends(FragmentFile& file, std::vector<std::uint8_t> fragment, int allocations) {
+  const Allocations::Shortage shortage(allocations);
+  try {
+    file.append(std::move(fragment));
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  return true;
+}
+
+/// A file with three whole fragments, as it is when it is about to be closed. For each of them there was too
+/// little memory at first.
 std::unique_ptr<FragmentFile> writeFragments(const std::filesystem::path& path) {
   const VideoInputSettings settings{192, 108, 30};
   H264Encoder encoder(settings);
@@ -43,7 +57,11 @@ std::unique_ptr<FragmentFile> writeFragments(const std::filesystem::path& path) 
     auto packet = encoder.encode(*picture, i * 3000, H264Encoder::Frame::predicted, 22);
     packet.duration = 3000;
     muxer.write(0, packet);
-    if (i % picturesEach == picturesEach - 1) file->append(muxer.closeFragment());
+    if (i % picturesEach != picturesEach - 1) continue;
+    const auto fragment = muxer.closeFragment();
+    int allocations = 0;
+    while (!appends(*file, fragment, allocations)) ++allocations;
+    EXPECT_GE(allocations, 1);
   }
   EXPECT_TRUE(eventually([&] { return file->backlog() == 0; }));
   return file;

@@ -5,7 +5,7 @@
 #include "Editor/Composition/VideoBackgroundCompositor.h"
 #include "Editor/Composition/VideoCompositorError.h"
 #include "Editor/Project/BackgroundPresets.h"
-#include "Tests/Support/Drawing/Allocations.h"
+#include "Tests/Support/Allocations/Allocations.h"
 #include "Tests/Support/Drawing/PlainRenderer.h"
 #include "tools/CompositionSheet/CompositionCases.h"
 

@@ -1,12 +1,23 @@
-#include "Tests/Support/Drawing/Allocations.h"
+#include "Tests/Support/Allocations/Allocations.h"
 
 #include <atomic>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 namespace {
 
+constexpr int unlimited = std::numeric_limits<int>::max();
+
 std::atomic<std::size_t> allocations = 0;
+thread_local int allowedHere = unlimited;
+
+void* allocate(std::size_t size) {
+  ++allocations;
+  if (allowedHere == 0) return nullptr;
+  if (allowedHere != unlimited) --allowedHere;
+  return std::malloc(size);
+}
 
 }  // namespace
 
@@ -16,17 +27,23 @@ std::size_t count() {
   return allocations;
 }
 
+Shortage::Shortage(int allowed) {
+  allowedHere = allowed;
+}
+
+Shortage::~Shortage() {
+  allowedHere = unlimited;
+}
+
 }  // namespace quillant::Allocations
 
 void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size)) return memory;
+  if (void* memory = allocate(size)) return memory;
   throw std::bad_alloc();
 }
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  ++allocations;
-  return std::malloc(size);
+  return allocate(size);
 }
 
 void operator delete(void* memory) noexcept {
