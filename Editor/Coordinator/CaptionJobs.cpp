@@ -3,6 +3,7 @@
 #include <asio/post.hpp>
 #include <cassert>
 #include <exception>
+#include <filesystem>
 #include <fmt/format.h>
 #include <utility>
 
@@ -31,11 +32,19 @@ std::set<std::string> sourcesOf(const std::vector<CaptionTarget>& targets, std::
 
 // Blocking.
 
-/// None where no transcript of the target can be read. Two tracks of a source may share a file.
+constexpr auto bytesKey = "mediaBytes";
+
+/// None where no transcript of the target can be read. Two tracks of a source may share a file, and so may
+/// recordings that differ in their ending, or a recording and one made anew under its name.
 Task<std::optional<TimelineTranscript>> readCache(CaptionTarget target) {
   try {
-    auto cached = JSON::decode<TimelineTranscript>(JSON::parse(AtomicFile::read(target.cache)));
-    if (cached.source == target.source && cached.track == target.track) co_return cached;
+    const auto json = JSON::parse(AtomicFile::read(target.cache));
+    auto cached = JSON::decode<TimelineTranscript>(json);
+    std::error_code ignored;
+    const auto bytes = json.find(bytesKey);
+    const bool isOfThisFile =
+        bytes == json.end() || *bytes == std::filesystem::file_size(target.url, ignored);
+    if (isOfThisFile && cached.source == target.source && cached.track == target.track) co_return cached;
   } catch (const Error&) {
     // It is made anew.
   }
@@ -49,7 +58,10 @@ Task<TimelineTranscript> writeCache(CaptionTarget target, RecognizedSpeech speec
                                       .language = std::move(speech.language),
                                       .words = std::move(speech.words)};
   try {
-    const Json json = transcript;
+    Json json = transcript;
+    std::error_code unknown;
+    const auto bytes = std::filesystem::file_size(target.url, unknown);
+    if (!unknown) json[bytesKey] = bytes;
     AtomicFile::write(target.cache, JSON::compact(json));
     co_return JSON::decode<TimelineTranscript>(json);
   } catch (const Error& error) {

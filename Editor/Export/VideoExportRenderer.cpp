@@ -35,6 +35,7 @@ double nudged(double time, double end) {
 constexpr double segmentDuration = 4;
 /// Frames a second of a GIF that follows its source, whatever that has.
 constexpr int gifRate = 15;
+constexpr int fastestGIFRate = 50;  // players show a picture of a single hundredth for ten
 
 /// The frames of a video, in stretches at places that depend on nothing but the video.
 struct FrameGrid {
@@ -231,7 +232,7 @@ VideoExportResult exportGIF(const RenderContext& context, const std::filesystem:
                             const VideoExportCancellationToken& cancellation, const ProgressHandler& progress,
                             const Environment& environment) {
   if (options.format != VideoExportFormat::gif) throw VideoExportRendererError(Kind::unsupportedFormat);
-  const int rate = framesPerSecond(options.frameRate).value_or(gifRate);
+  const int rate = std::min(framesPerSecond(options.frameRate).value_or(gifRate), fastestGIFRate);
   const auto count = std::max<std::int64_t>(1, static_cast<std::int64_t>(context.duration * rate));
   // Delays are whole hundredths: rounding times, not delays, they add up.
   const auto hundredths = [&](std::int64_t frame) { return (frame * 100 + rate / 2) / rate; };

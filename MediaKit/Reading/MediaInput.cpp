@@ -7,6 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+extern "C" {
+#include <libavutil/parseutils.h>
+}
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -197,10 +200,20 @@ MediaTime MediaInput::time(std::int64_t ticks, const AVStream& stream) {
   return MediaTime::fromSeconds(static_cast<double>(ticks) * av_q2d(stream.time_base));
 }
 
+/// In Matroska a track has its length in a tag, or only the file has one.
+std::int64_t MediaInput::duration(const AVStream& stream) const {
+  if (stream.duration != AV_NOPTS_VALUE) return stream.duration;
+  std::int64_t microseconds = context_->duration;
+  const auto* tag = av_dict_get(stream.metadata, "DURATION", nullptr, 0);
+  if (!tag || av_parse_time(&microseconds, tag->value, 1) < 0) microseconds = context_->duration;
+  return microseconds == AV_NOPTS_VALUE ? microseconds
+                                        : av_rescale_q(microseconds, {1, AV_TIME_BASE}, stream.time_base);
+}
+
 MediaTrack MediaInput::describe(const AVStream& stream) {
   const auto& parameters = *stream.codecpar;
   MediaTrack track;
-  track.duration = time(stream.duration, stream);
+  track.duration = time(duration(stream), stream);
   if (parameters.codec_type == AVMEDIA_TYPE_AUDIO) {
     track.kind = MediaTrack::Kind::audio;
     track.channels = parameters.ch_layout.nb_channels;

@@ -58,6 +58,9 @@ class MediaInput {
   static MediaTime time(std::int64_t ticks, const AVStream& stream);
 
  private:
+  /// In the stream's ticks; `AV_NOPTS_VALUE` where nothing in the file tells it.
+  std::int64_t duration(const AVStream& stream) const;
+
   struct View;
   std::unique_ptr<View> view_;
   std::optional<MovieFragments::FragmentedMovie> movie_;

@@ -3,6 +3,7 @@
 #include <random>
 
 #include "MediaKit/MediaError.h"
+#include "MediaKit/Reading/AssetProbe.h"
 #include "MediaKit/Reading/VideoReader.h"
 #include "Tests/Support/ChildProcess.h"
 #include "Tests/Support/Media/DecodedMedia.h"
@@ -51,6 +52,7 @@ TEST(VideoReader, GivesTheFrameThatIsShownInWhateverOrderItIsAsked) {
     convert(folder / "recording.mp4", how, path);
     const auto frames = DecodedMedia::decode(path).frames;
     ASSERT_GT(frames.size(), 50u);
+    EXPECT_NEAR(AssetProbe::probe(path).tracks.front().duration.seconds(), 8, 0.05);
     const auto expected = [&](double time) {
       const auto after =
           std::ranges::find_if(frames, [&](const auto& frame) { return frame.time.seconds() > time + 1e-6; });

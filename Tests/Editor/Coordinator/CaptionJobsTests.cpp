@@ -124,7 +124,9 @@ TEST_F(CaptionJobsTest, ListensOnceAndFindsItAgain) {
 
 TEST_F(CaptionJobsTest, MakesAnewWhatNoCacheHolds) {
   const Json another = TimelineTranscript{.source = "primary", .track = TimelineTranscriptTrack::audio};
-  const std::string broken[] = {"", "{", "{}", "[1]", JSON::compact(another)};
+  Json ofAnotherFile = TimelineTranscript{.source = "primary", .track = TimelineTranscriptTrack::mic};
+  ofAnotherFile["mediaBytes"] = 1;
+  const std::string broken[] = {"", "{", "{}", "[1]", JSON::compact(another), JSON::compact(ofAnotherFile)};
   for (const auto& contents : broken) {
     AtomicFile::write(micCache, contents);
     AtomicFile::write(systemCache, contents);

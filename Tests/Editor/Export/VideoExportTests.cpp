@@ -295,6 +295,13 @@ TEST(VideoExport, MakesGIFsWhoseDelaysAddUp) {
       EXPECT_NEAR(media.frames[i].time.seconds(), double(i) / 15, 0.0051) << "without drift";
     EXPECT_NEAR(media.duration.seconds(), 2, 0.0051);
   }
+  options.frameRate = VideoExportFrameRate::fps60;
+  VideoExportRenderer::exportGIF(
+      VideoExportRenderer::makeRenderContext(source, options, playing({clip(1, 3)})), folder / "fast.gif",
+      options, {}, [](double) {});
+  EXPECT_NEAR(DecodedMedia::decode(folder / "fast.gif", DecodedMedia::Keep::pictures).duration.seconds(), 2,
+              0.0051)
+      << "no delay so short that players show it longer";
 }
 
 TEST(VideoExport, CopiesWhatNothingChanges) {
