@@ -29,7 +29,7 @@ struct Describe {
 
 APIError::APIError(Reason reason) : Error(std::visit(Describe(), reason)), reason_(std::move(reason)) {}
 
-bool APIError::isTokenExpired(const Error& error) {
+bool APIError::isTokenExpired(const std::exception& error) {
   const auto* apiError = dynamic_cast<const APIError*>(&error);
   return apiError != nullptr && apiError->isTokenExpired();
 }

@@ -35,7 +35,7 @@ class APIError : public Error {
 
   bool isTokenExpired() const { return std::holds_alternative<TokenExpired>(reason_); }
   /// The same of an error of any type.
-  static bool isTokenExpired(const Error& error);
+  static bool isTokenExpired(const std::exception& error);
   /// Whether the service refused with this status and this code.
   bool isRefusal(int status, std::string_view code) const;
   /// Whether the same call may succeed later.

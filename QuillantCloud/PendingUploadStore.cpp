@@ -82,6 +82,15 @@ void removeMadeFiles(const PendingUploadStore& store, const std::vector<std::str
   removeFiles(store, made);
 }
 
+/// The file of a claim that nobody has any more goes with the next one.
+void removeClaim(const PendingUploadStore& store, const std::string& name) {
+  try {
+    store.claim(name.substr(0, name.find(claimExtension)));
+  } catch (const FileError&) {
+    // It stays.
+  }
+}
+
 }  // namespace
 
 std::optional<UploadClaim> PendingUploadStore::claim(const std::string& id) const {
@@ -160,6 +169,10 @@ void PendingUploadStore::removeLitter() const {
   const auto listed = names(*this);
   removeMadeFiles(*this, listed);
   for (const auto& name : listed) {
+    if (name.ends_with(claimExtension) || name.ends_with(claimExtension + std::string(".owner"))) {
+      removeClaim(*this, name);
+      continue;
+    }
     // A dot, and then the name of the file that it was to become.
     const bool isTemporary = AtomicFile::isTemporary(name);
     const auto id = name.substr(isTemporary ? 1 : 0, idLength);
@@ -168,12 +181,10 @@ void PendingUploadStore::removeLitter() const {
       return !std::filesystem::exists(entry, ignored);
     };
     const bool isPoster = name == id + posterExtension;
-    const bool isClaim = name.starts_with(id + claimExtension);
-    if (!isId(id) || !(isTemporary || isClaim || (isPoster && hasNoEntry()))) continue;
+    if (!isId(id) || !(isTemporary || (isPoster && hasNoEntry()))) continue;
     try {
-      // The file of a claim that nobody has any more goes with this one.
       const auto claimed = claim(id);
-      if (!claimed || isClaim) continue;
+      if (!claimed) continue;
       std::error_code ignored;
       if (isTemporary || hasNoEntry()) std::filesystem::remove(directory / name, ignored);
     } catch (const FileError&) {

@@ -28,11 +28,7 @@ Task<> PendingUploadWalk::run(std::function<Task<bool>(PendingUpload&)> visit) c
     if (!claim) continue;
     // Whoever had the claim before may have finished it, or have come further.
     auto entry = store.load(listed.id);
-    if (!entry) continue;
-    if (entry->isFinished())
-      store.remove(entry->id);  // its process died between the last answer and this
-    else if (!co_await visit(*entry))
-      co_return;
+    if (entry && !co_await visit(*entry)) co_return;
   }
 }
 

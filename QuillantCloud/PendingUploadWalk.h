@@ -8,8 +8,8 @@
 
 namespace quillant {
 
-/// One walk over the unfinished entries of a folder, oldest first, each as it lies on disk once its claim was
-/// taken. Files that dead processes left there are removed on the way.
+/// One walk over the entries of a folder, oldest first, each as it lies on disk once its claim was taken.
+/// Files that dead processes left there are removed on the way.
 struct PendingUploadWalk {
   enum class Obstacle {
     underWay,  ///< Another run has it, of this process or another one.

@@ -46,13 +46,22 @@ struct Describe {
   }
 };
 
+template <class Reason>
+bool hasReason(const std::exception& error) {
+  const auto* uploadError = dynamic_cast<const UploadError*>(&error);
+  return uploadError != nullptr && std::holds_alternative<Reason>(uploadError->reason());
+}
+
 }  // namespace
 
 UploadError::UploadError(Reason reason) : Error(std::visit(Describe(), reason)), reason_(std::move(reason)) {}
 
-bool UploadError::isSizeChanged(const Error& error) {
-  const auto* uploadError = dynamic_cast<const UploadError*>(&error);
-  return uploadError != nullptr && std::holds_alternative<SizeChanged>(uploadError->reason());
+bool UploadError::isCancelled(const std::exception& error) {
+  return hasReason<Cancelled>(error);
+}
+
+bool UploadError::isSizeChanged(const std::exception& error) {
+  return hasReason<SizeChanged>(error);
 }
 
 }  // namespace quillant

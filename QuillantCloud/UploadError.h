@@ -48,9 +48,10 @@ class UploadError : public Error {
 
   explicit UploadError(Reason reason);
   const Reason& reason() const { return reason_; }
-  bool isCancelled() const { return std::holds_alternative<Cancelled>(reason_); }
+  /// Whether `error` says that its run was cancelled.
+  static bool isCancelled(const std::exception& error);
   /// Whether `error` says that the file is another one by now: the upload fails however often it is tried.
-  static bool isSizeChanged(const Error& error);
+  static bool isSizeChanged(const std::exception& error);
 
  private:
   Reason reason_;

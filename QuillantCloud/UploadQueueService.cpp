@@ -4,11 +4,9 @@
 #include <cmath>
 #include <cstdio>
 #include <fmt/format.h>
-#include <memory>
 #include <utility>
 
 #include "QuillantCloud/APIError.h"
-#include "QuillantCloud/HttpUploadTransport.h"
 #include "QuillantCloud/PendingUploadWalk.h"
 #include "QuillantCloud/UploadError.h"
 
@@ -49,75 +47,82 @@ std::vector<UploadQueueService::EntrySummary> UploadQueueService::sweep(Date now
   return summaries;
 }
 
-Task<UploadQueueService::RunResult> UploadQueueService::resumePending(QuillantAPI api, Date now,
-                                                                      bool force) const {
-  const auto transport = std::make_shared<HttpUploadTransport>(api.http);
-  const Uploader uploader{.api = std::make_shared<QuillantAPI>(std::move(api)),
-                          .store = store,
-                          .transport = transport,
-                          .log = log,
-                          .progress = progress,
-                          .clock = clock};
-  RunResult result;
+Task<UploadQueueService::RunResult> UploadQueueService::resumePending(std::shared_ptr<QuillantUploadAPI> api,
+                                                                      Date now, Occasion occasion) const {
+  Run run{.uploader = {.api = std::move(api),
+                       .store = store,
+                       .transport = transport,
+                       .log = log,
+                       .progress = progress,
+                       .clock = clock},
+          .now = now,
+          .occasion = occasion};
   const PendingUploadWalk walk{
-      .store = store, .log = log, .leave = [&result](const PendingUpload& entry, auto obstacle) {
-        (obstacle == PendingUploadWalk::Obstacle::underWay ? result.underWay : result.stillPending)
+      .store = store, .log = log, .leave = [&run](const PendingUpload& entry, auto obstacle) {
+        if (run.isOver()) return;
+        (obstacle == PendingUploadWalk::Obstacle::underWay ? run.result.underWay : run.result.stillPending)
             .push_back(entry.id);
       }};
-  const auto visit = [&](PendingUpload& entry) -> Task<bool> {
-    if (!force && secondsUntilDue(entry, now) > 0 && !Uploader::sizeChange(entry))
-      result.skippedBackoff.push_back(entry.id);
-    else if (const auto outcome = co_await run(uploader, entry, now, result))
-      co_await ended(entry, *outcome);
-    co_return !result.needAuth && !result.cancelled;  // the others would fail alike
+  const auto visitAndTell = [&](PendingUpload& entry) -> Task<bool> {
+    const bool wasFinished = entry.isFinished();
+    const auto outcome = co_await visit(run, entry);
+    if (outcome) co_await ended(entry, *outcome);
+    if (wasFinished) store.remove(entry.id);  // only now: until it is told it is met again
+    co_return !run.result.cancelled;
   };
-  co_await walk.run(visit);
-  co_return result;
+  co_await walk.run(visitAndTell);
+  co_return std::move(run.result);
 }
 
-Task<std::optional<UploadOutcome>> UploadQueueService::run(const Uploader& uploader, PendingUpload& entry,
-                                                           Date now, RunResult& result) const {
+Task<std::optional<UploadOutcome>> UploadQueueService::visit(Run& run, PendingUpload& entry) const {
+  if (entry.isFinished()) co_return UploadOutcome::live;
+  if (run.isOver()) co_return UploadOutcome::needsSignIn;
+  const bool isDue = run.occasion != Occasion::command || secondsUntilDue(entry, run.now) <= 0;
+  if (isDue || Uploader::sizeChange(entry)) co_return co_await attempt(run, entry);
+  run.result.skippedBackoff.push_back(entry.id);
+  co_return std::nullopt;
+}
+
+Task<std::optional<UploadOutcome>> UploadQueueService::attempt(Run& run, PendingUpload& entry) const {
   try {
-    co_await uploader.runRemaining(entry, false);
-    (entry.completed ? result.completed : result.stillPending).push_back(entry.id);
+    co_await run.uploader.runRemaining(entry, false);
+    (entry.completed ? run.result.completed : run.result.stillPending).push_back(entry.id);
     co_return entry.completed ? std::optional(UploadOutcome::live) : std::nullopt;
-  } catch (const Error& error) {
-    if (UploadError::isSizeChanged(error)) {
-      result.changed.push_back(entry.id);
-      recordChange(entry, error.description());
-      co_return UploadOutcome::failed;
-    }
-    result.stillPending.push_back(entry.id);
-    const auto* uploadError = dynamic_cast<const UploadError*>(&error);
-    result.cancelled = uploadError != nullptr && uploadError->isCancelled();
-    if (result.cancelled) co_return std::nullopt;
-    result.needAuth = APIError::isTokenExpired(error);
-    if (result.needAuth)
-      recordExpiredSignIn(entry, now);
-    else
-      recordFailure(entry, now, error.description());
-    co_return result.needAuth ? UploadOutcome::needsSignIn : UploadOutcome::failed;
+  } catch (const std::exception& error) {
+    co_return recordFailure(run, entry, error);
   }
 }
 
-void UploadQueueService::recordExpiredSignIn(PendingUpload& entry, Date now) const {
-  entry.recordExpiredSignIn("authentication expired — run `quillant login`", now);
+std::optional<UploadOutcome> UploadQueueService::recordFailure(Run& run, PendingUpload& entry,
+                                                               const std::exception& error) const {
+  const bool isLaunch = run.occasion == Occasion::launch;
+  if (UploadError::isSizeChanged(error)) {
+    run.result.changed.push_back(entry.id);
+    entry.lastError = error.what();
+    store.saveIfPossible(entry);
+    log(fmt::format("upload {} cannot go on: {} — {}", entry.shortId(), error.what(), entry.videoPath));
+    return UploadOutcome::failed;
+  }
+  run.result.stillPending.push_back(entry.id);
+  run.result.cancelled = UploadError::isCancelled(error);
+  if (run.result.cancelled) return std::nullopt;
+  if (APIError::isTokenExpired(error)) {
+    run.result.needAuth = true;
+    entry.recordExpiredSignIn(
+        isLaunch ? "authentication expired — sign in again" : "authentication expired — run `quillant login`",
+        run.now);
+    store.saveIfPossible(entry);
+    log(fmt::format("upload {} is waiting for sign-in — recording is safe at {}", entry.shortId(),
+                    entry.videoPath));
+    return UploadOutcome::needsSignIn;
+  }
+  entry.recordFailure(error.what(), run.now);
   store.saveIfPossible(entry);
-  log(fmt::format("upload {} is waiting for sign-in — recording is safe at {}", entry.shortId(),
-                  entry.videoPath));
-}
-
-void UploadQueueService::recordChange(PendingUpload& entry, const std::string& error) const {
-  entry.lastError = error;
-  store.saveIfPossible(entry);
-  log(fmt::format("upload {} cannot go on: {} — {}", entry.shortId(), error, entry.videoPath));
-}
-
-void UploadQueueService::recordFailure(PendingUpload& entry, Date now, const std::string& error) const {
-  entry.recordFailure(error, now);
-  store.saveIfPossible(entry);
-  log(fmt::format("upload {} failed (attempt {}); will retry in ~{}s — recording safe at {}", entry.shortId(),
-                  entry.attempts, static_cast<std::int64_t>(retryDelay(entry.attempts)), entry.videoPath));
+  const auto failure = isLaunch ? fmt::format("resume failed (attempt {})", entry.attempts)
+                                : fmt::format("failed (attempt {}); will retry in ~{}s", entry.attempts,
+                                              static_cast<std::int64_t>(retryDelay(entry.attempts)));
+  log(fmt::format("upload {} {} — recording safe at {}", entry.shortId(), failure, entry.videoPath));
+  return UploadOutcome::failed;
 }
 
 }  // namespace quillant

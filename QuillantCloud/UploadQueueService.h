@@ -1,6 +1,8 @@
 #pragma once
 
+#include <exception>
 #include <functional>
+#include <memory>
 #include <string>
 #include <sys/types.h>
 #include <variant>
@@ -9,10 +11,11 @@
 #include "Core/Date.h"
 #include "Core/Task.h"
 #include "QuillantCloud/PendingUploadStore.h"
-#include "QuillantCloud/QuillantAPI.h"
+#include "QuillantCloud/QuillantUploadAPI.h"
 #include "QuillantCloud/UploadClock.h"
 #include "QuillantCloud/UploadOutcome.h"
 #include "QuillantCloud/UploadProgress.h"
+#include "QuillantCloud/UploadTransport.h"
 #include "QuillantCloud/Uploader.h"
 
 namespace quillant {
@@ -41,8 +44,15 @@ struct UploadQueueService {
     EntryState state;
   };
 
-  /// What became of the entries of a run, by their ids. After `needAuth` or `cancelled` the rest was not
-  /// tried and is in no list.
+  /// What a run is for.
+  enum class Occasion {
+    command,  ///< Its user waits: what is due is tried, up to a sign-in that has expired.
+    force,    ///< The same, whatever the back-off.
+    launch,   ///< Nobody waits: everything is tried once.
+  };
+
+  /// What became of the entries of a run, by their ids. What was not tried, after `cancelled` or where a
+  /// command's run met `needAuth`, is in no list.
   struct RunResult {
     std::vector<std::string> completed;
     std::vector<std::string> changed;  ///< Their file is another one by now; the log says so each time.
@@ -57,12 +67,14 @@ struct UploadQueueService {
   };
 
   PendingUploadStore store;
+  std::shared_ptr<UploadTransport> transport{};             ///< By which runs send.
   std::function<void(const std::string&)> log = printLine;  ///< Any thread.
   double baseSeconds = 30;
   double capSeconds = 3600;
   /// As `Uploader` has it.
   std::function<void(const UploadProgress&)> progress = [](const UploadProgress&) {};
-  /// Awaited after the run of an entry, while its claim still lasts.
+  /// Awaited while an entry's claim lasts, once it is known what its upload has come to: in this run, or in
+  /// one whose process died before it could tell. Throws nothing.
   std::function<Task<>(PendingUpload, UploadOutcome)> ended = [](auto, auto) -> Task<> { co_return; };
   UploadClock clock{};
 
@@ -71,22 +83,32 @@ struct UploadQueueService {
   /// The unfinished entries, oldest first, and what keeps each. Reads the folder only; throws `FileError` if
   /// that is not the user's own.
   std::vector<EntrySummary> sweep(Date now, bool signedIn) const;
-  /// Runs the unfinished entries, one after another, oldest first; `force` ignores the back-off. An entry
-  /// that another run has is left to it, and the log says who that is. Await it on a strand; the service
-  /// outlives the run. Throws as `sweep` does.
-  Task<RunResult> resumePending(QuillantAPI api, Date now, bool force) const;
+  /// Runs the unfinished entries, one after another, oldest first. An entry that another run has is left to
+  /// it, and the log says who that is. Await it on a strand; the service outlives the run. Throws as `sweep`
+  /// does.
+  Task<RunResult> resumePending(std::shared_ptr<QuillantUploadAPI> api, Date now, Occasion occasion) const;
 
   static void printLine(const std::string& line);
 
  private:
-  /// Nothing if the run has changed nothing for whoever waits for the link.
-  Task<std::optional<UploadOutcome>> run(const Uploader& uploader, PendingUpload& entry, Date now,
-                                         RunResult& result) const;
+  /// A run under way.
+  struct Run {
+    Uploader uploader;
+    Date now;
+    Occasion occasion;
+    RunResult result{};
+
+    /// Whether the entries that are left would fail for want of a sign-in, and are not tried.
+    bool isOver() const { return result.needAuth && occasion != Occasion::launch; }
+  };
+
+  // Each returns nothing if nothing has changed for whoever waits for the link.
+  Task<std::optional<UploadOutcome>> visit(Run& run, PendingUpload& entry) const;
+  Task<std::optional<UploadOutcome>> attempt(Run& run, PendingUpload& entry) const;
+  std::optional<UploadOutcome> recordFailure(Run& run, PendingUpload& entry,
+                                             const std::exception& error) const;
   /// Seconds until the entry's next attempt; zero or less when it is due.
   double secondsUntilDue(const PendingUpload& entry, Date now) const;
-  void recordExpiredSignIn(PendingUpload& entry, Date now) const;
-  void recordChange(PendingUpload& entry, const std::string& error) const;
-  void recordFailure(PendingUpload& entry, Date now, const std::string& error) const;
 };
 
 }  // namespace quillant

@@ -57,10 +57,12 @@ bool isCancellation(const TransportError& error) {
   return error.kind() == TransportError::Kind::cancelled;
 }
 
-bool isCancellation(const Error& error) {
+bool isCancellation(const std::exception& error) {
   if (const auto* transport = dynamic_cast<const TransportError*>(&error)) return isCancellation(*transport);
-  const auto* upload = dynamic_cast<const UploadError*>(&error);
-  if (upload != nullptr) return upload->isCancelled();
+  if (UploadError::isCancelled(error)) return true;
+  // What a cancelled wait throws.
+  if (const auto* wait = dynamic_cast<const std::system_error*>(&error))
+    return wait->code() == asio::error::operation_aborted;
   const auto* api = dynamic_cast<const APIError*>(&error);
   const auto* lost = api != nullptr ? std::get_if<APIError::Transport>(&api->reason()) : nullptr;
   return lost != nullptr && isCancellation(lost->error);
@@ -106,14 +108,10 @@ class Run {
   Task<Result> telling(Task<Result> part) {
     try {
       co_return co_await std::move(part);
-    } catch (const Error& error) {
+    } catch (const std::exception& error) {
       if (isCancellation(error)) throw cancelled();
-      at_.failure = error.description();
+      at_.failure = error.what();
       uploader_.progress(at_);
-      throw;
-    } catch (const std::system_error& error) {
-      // What a cancelled wait throws.
-      if (error.code() == asio::error::operation_aborted) throw cancelled();
       throw;
     }
   }
@@ -333,13 +331,13 @@ std::optional<UploadError::SizeChanged> Uploader::sizeChange(const PendingUpload
   return UploadError::SizeChanged{entry.sizeBytes, size};
 }
 
-void Uploader::recordFailure(PendingUpload& entry, const Error& error) const {
+void Uploader::recordFailure(PendingUpload& entry, const std::exception& error) const {
   if (APIError::isTokenExpired(error))
-    entry.recordExpiredSignIn(error.description(), clock.now());
+    entry.recordExpiredSignIn(error.what(), clock.now());
   else if (UploadError::isSizeChanged(error))
-    entry.lastError = error.description();
+    entry.lastError = error.what();
   else
-    entry.recordFailure(error.description(), clock.now());
+    entry.recordFailure(error.what(), clock.now());
   store.saveIfPossible(entry);
 }
 

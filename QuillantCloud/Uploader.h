@@ -52,7 +52,7 @@ struct Uploader {
   Task<> runRemaining(PendingUpload& entry, bool replacingBytes) const;
 
   /// Notes in the entry's file what it waits for after a run that ended with `error`. Blocking.
-  void recordFailure(PendingUpload& entry, const Error& error) const;
+  void recordFailure(PendingUpload& entry, const std::exception& error) const;
 };
 
 }  // namespace quillant

@@ -1,55 +1,83 @@
 #include "QuillantShare/UploadReconciler.h"
 
+#include <exception>
 #include <fmt/format.h>
+#include <utility>
 
-#include "QuillantCloud/APIError.h"
-#include "QuillantCloud/PendingUploadWalk.h"
-#include "QuillantCloud/Uploader.h"
-#include "QuillantShare/ShareLedger.h"
+#include "Core/Log.h"
+#include "QuillantShare/ShareRecords.h"
 
 namespace quillant {
 
-Task<UploadReconciler::Summary> UploadReconciler::reconcile(Date now) const {
+namespace {
+
+void change(ProjectShareRecord& record, const PendingUpload& entry, UploadOutcome outcome) {
+  // The project may have another link by now, if its document was replaced.
+  if (record.slug != entry.slug) return;
+  switch (outcome) {
+    case UploadOutcome::live:
+      record.status = ProjectShareStatus::ready;
+      record.lastUploadError.reset();
+      if (!entry.editFingerprint) return;
+      record.lastUploadedEditFingerprint = entry.editFingerprint;
+      record.uploadedSizeBytes = entry.sizeBytes;
+      return;
+    case UploadOutcome::needsSignIn:
+      record.status = ProjectShareStatus::pending;
+      record.lastUploadError = "Sign in again to finish sending this link — it stays the same.";
+      return;
+    case UploadOutcome::failed:
+      record.status = ProjectShareStatus::pending;
+      record.lastUploadError = unfinishedUpload;
+      return;
+  }
+}
+
+}  // namespace
+
+Task<UploadReconciler::Summary> UploadReconciler::reconcile(Date now, Occasion occasion) const {
   Summary summary;
-  const Uploader uploader{.api = api, .store = queue, .transport = transport, .log = log, .clock = clock};
-  const PendingUploadWalk walk{.store = queue, .log = log};
-  const auto ledger = co_await ShareLedger::read(projects);
-  const auto visit = [&](PendingUpload& entry) -> Task<bool> {
-    std::optional<UploadOutcome> outcome;  // none while the service has not called the video ready
-    try {
-      co_await uploader.runRemaining(entry, false);
-      if (entry.completed) outcome = UploadOutcome::live;
-    } catch (const Error& error) {
-      outcome = recordFailure(entry, error, now);
-    }
-    if (!outcome) co_return true;
-    ++(*outcome == UploadOutcome::live          ? summary.completed
-       : *outcome == UploadOutcome::needsSignIn ? summary.blocked
-                                                : summary.failed);
-    co_await ledger.note(entry, *outcome);
-    co_return true;
+  const auto ended = [&](PendingUpload entry, UploadOutcome outcome) -> Task<> {
+    if (outcome == UploadOutcome::failed) ++summary.failed;
+    if (outcome == UploadOutcome::needsSignIn) ++summary.blocked;
+    co_await note(std::move(entry), outcome);
   };
+  const UploadQueueService service{.store = queue,
+                                   .transport = transport,
+                                   .log = log,
+                                   .progress = progress,
+                                   .ended = ended,
+                                   .clock = clock};
   try {
-    co_await walk.run(visit);
-  } catch (const Error& error) {
-    log(fmt::format("the uploads cannot be resumed: {}", error.description()));
+    summary.run = co_await service.resumePending(api, now, occasion);
+    summary.completed = static_cast<int>(summary.run->completed.size());
+  } catch (const std::exception& error) {
+    log(fmt::format("the uploads cannot be resumed: {}", error.what()));
   }
   co_return summary;
 }
 
-UploadOutcome UploadReconciler::recordFailure(PendingUpload& entry, const Error& error, Date now) const {
-  if (APIError::isTokenExpired(error)) {
-    entry.recordExpiredSignIn("authentication expired — sign in again", now);
-    queue.saveIfPossible(entry);
-    log(fmt::format("upload {} is waiting for sign-in — recording is safe at {}", entry.shortId(),
-                    entry.videoPath));
-    return UploadOutcome::needsSignIn;
+Task<std::optional<std::string>> UploadReconciler::projectOf(std::string slug) const {
+  std::optional<std::string> project;
+  for (const auto& [id, record] : co_await projects.shareRecords())
+    if (record.slug == slug) project = id;
+  co_return project;
+}
+
+Task<> UploadReconciler::note(PendingUpload entry, UploadOutcome outcome) const {
+  if (!entry.slug) co_return;
+  std::string project = "?";
+  try {
+    const auto found = co_await projectOf(*entry.slug);
+    if (!found) co_return;
+    project = *found;
+    const std::function<void(ProjectShareRecord&)> note = [&](auto& record) {
+      change(record, entry, outcome);
+    };
+    co_await projects.updateShare(project, note);
+  } catch (const std::exception& error) {
+    Log::write("reconcile: share-record update failed for {}: {}", project, error.what());
   }
-  entry.recordFailure(error.description(), now);
-  queue.saveIfPossible(entry);
-  log(fmt::format("upload {} resume failed (attempt {}) — recording safe at {}", entry.shortId(),
-                  entry.attempts, entry.videoPath));
-  return UploadOutcome::failed;
 }
 
 }  // namespace quillant

@@ -8,22 +8,21 @@
 #include "Core/Date.h"
 #include "Core/Task.h"
 #include "Editor/Project/ProjectLibrary.h"
-#include "QuillantCloud/PendingUploadStore.h"
-#include "QuillantCloud/QuillantUploadAPI.h"
-#include "QuillantCloud/UploadClock.h"
-#include "QuillantCloud/UploadOutcome.h"
-#include "QuillantCloud/UploadTransport.h"
+#include "QuillantCloud/UploadQueueService.h"
 
 namespace quillant {
 
 /// Finishes what a crash, a quit or a lost network has left of shares, and writes what became of it into the
 /// projects' records. It keeps nothing between runs: the files are the state.
 struct UploadReconciler {
+  using Occasion = UploadQueueService::Occasion;
+
   struct Summary {
     int completed = 0;
     int failed = 0;
     int blocked = 0;  ///< They wait for a sign-in.
-    friend bool operator==(const Summary&, const Summary&) = default;
+    /// Which uploads they were; none if the queue could not be read, which was logged.
+    std::optional<UploadQueueService::RunResult> run{};
   };
 
   ProjectLibrary projects;
@@ -31,15 +30,20 @@ struct UploadReconciler {
   std::shared_ptr<QuillantUploadAPI> api;
   std::shared_ptr<UploadTransport> transport;
   std::function<void(const std::string&)> log;
+  /// As `Uploader` has it.
+  std::function<void(const UploadProgress&)> progress = [](const UploadProgress&) {};
   UploadClock clock{};
 
-  /// Gives every unfinished upload one attempt, whatever its back-off, one after another, oldest first. What
-  /// another program has is left to it. Throws nothing. Await it on a strand in the background; the
-  /// reconciler outlives it.
-  Task<Summary> reconcile(Date now) const;
+  /// Runs the queue, and notes of uploads that were live already what nobody had noted. Throws nothing. Await
+  /// it on a strand in the background; the reconciler outlives it.
+  Task<Summary> reconcile(Date now, Occasion occasion = Occasion::launch) const;
 
  private:
-  UploadOutcome recordFailure(PendingUpload& entry, const Error& error, Date now) const;
+  /// Does nothing if the entry's link is no project's. Under the entry's claim, so that no newer truth is
+  /// overwritten. What cannot be written is logged.
+  Task<> note(PendingUpload entry, UploadOutcome outcome) const;
+  /// As they are now: another program may have shared one since the run began.
+  Task<std::optional<std::string>> projectOf(std::string slug) const;
 };
 
 }  // namespace quillant

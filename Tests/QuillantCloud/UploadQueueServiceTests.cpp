@@ -11,6 +11,8 @@
 
 #include "Core/AtomicFile.h"
 #include "Core/JSON.h"
+#include "QuillantCloud/HttpUploadTransport.h"
+#include "QuillantCloud/QuillantAPI.h"
 #include "QuillantCloud/UploadError.h"
 #include "QuillantCloud/UploadQueueService.h"
 #include "Tests/QuillantCloud/CloudFakes.h"
@@ -57,7 +59,8 @@ class UploadQueueServiceTest : public testing::Test {
     http->answer(200, R"({"video_id":"v","slug":"s","status":")" + status + R"("})");
   }
   Service::RunResult resume(bool force = false) {
-    return runBlocking(service.resumePending(QuillantAPI("token", http), now, force));
+    const auto occasion = force ? Service::Occasion::force : Service::Occasion::command;
+    return runBlocking(service.resumePending(std::make_shared<QuillantAPI>("token", http), now, occasion));
   }
   Service::EntryState firstState(bool signedIn = true) { return service.sweep(now, signedIn).at(0).state; }
 
@@ -71,6 +74,7 @@ class UploadQueueServiceTest : public testing::Test {
   std::shared_ptr<ScriptedHttpClient> http = std::make_shared<ScriptedHttpClient>();
   std::vector<std::string> log;
   Service service{.store = store,
+                  .transport = std::make_shared<HttpUploadTransport>(http),
                   .log = [this](const std::string& line) { log.push_back(line); },
                   .clock = VirtualClock().clock()};
 };
@@ -216,9 +220,13 @@ TEST_F(UploadQueueServiceTest, ReadsItsOwnFilesSweepsWhatKillsLeftAndLeavesTheOt
   };
   for (const auto& [name, contents] : others) std::ofstream(file(name)) << contents;
   const auto idOf = [&](char letter) { return std::string(8, letter) + d.substr(8); };
-  const std::string litter[] = {"." + a + ".json.XyZ123",  idOf('1') + ".jpg",
-                                idOf('2') + ".lock",       "." + idOf('3') + ".jpg.XyZ123",
-                                "quillant-share-lost.mp4", ".quillant-share-lost.mp4.half"};
+  const std::string litter[] = {"." + a + ".json.XyZ123",
+                                idOf('1') + ".jpg",
+                                idOf('2') + ".lock",
+                                "video-0af3.lock",
+                                "." + idOf('3') + ".jpg.XyZ123",
+                                "quillant-share-lost.mp4",
+                                ".quillant-share-lost.mp4.half"};
   for (const auto& name : litter) std::ofstream(file(name)) << "half";
   const auto made = [&] {
     std::size_t count = 0;

@@ -42,7 +42,14 @@ class UploadReconcilerTest : public testing::Test {
     return id;
   }
   ProjectShareRecord record(const std::string& id) { return runBlocking(library.project(id)).document.share; }
-  Summary reconcile() { return runBlocking(reconciler.reconcile(now)); }
+  Summary reconcile(UploadReconciler::Occasion occasion = UploadReconciler::Occasion::launch) {
+    return runBlocking(reconciler.reconcile(now, occasion));
+  }
+  static void expectCounts(const Summary& summary, int completed, int failed, int blocked) {
+    EXPECT_EQ(summary.completed, completed);
+    EXPECT_EQ(summary.failed, failed);
+    EXPECT_EQ(summary.blocked, blocked);
+  }
 
   static inline const Date now = *Date::parseISO8601("2026-05-04T10:00:00Z");
   TemporaryFolder folder;
@@ -59,10 +66,11 @@ class UploadReconcilerTest : public testing::Test {
 };
 
 TEST_F(UploadReconcilerTest, BringsEveryUploadAndItsProjectToTheTruth) {
-  EXPECT_EQ(reconcile(), Summary());
+  expectCounts(reconcile(), 0, 0, 0);
   const auto live = add("live", 30);
   const auto failed = add("failed", 20);
   const auto blocked = add("blocked", 10);
+  const auto odd = add("odd", 7);
   const auto finished = add("finished", 5);
   auto done = *queue.load(finished);
   done.completed = true;
@@ -70,8 +78,10 @@ TEST_F(UploadReconcilerTest, BringsEveryUploadAndItsProjectToTheTruth) {
   http->answer(200, R"({"video_id":"v","slug":"s","status":"ready"})");
   http->answer(500, "");
   http->answer(401, "");
-  EXPECT_EQ(reconcile(), (Summary{.completed = 1, .failed = 1, .blocked = 1}))
-      << "one attempt each, whatever their back-off";
+  // One attempt each, whatever their back-off; to the last the script has no answer, and throws what is no
+  // `Error`.
+  expectCounts(reconcile(), 1, 2, 1);
+  EXPECT_EQ(queue.load(odd)->attempts, 8);
 
   EXPECT_EQ(record(live).status, ProjectShareStatus::ready);
   EXPECT_EQ(record(live).lastUploadedEditFingerprint, "edit of live") << "what the link shows now";
@@ -84,11 +94,14 @@ TEST_F(UploadReconcilerTest, BringsEveryUploadAndItsProjectToTheTruth) {
             "Sign in again to finish sending this link — it stays the same.");
   EXPECT_EQ(queue.load(blocked)->attempts, 7);
   EXPECT_EQ(queue.load(blocked)->lastError, "authentication expired — sign in again");
-  EXPECT_EQ(record(finished).status, ProjectShareStatus::pending);
+  EXPECT_EQ(record(finished).status, ProjectShareStatus::ready) << "its process died before it could tell";
+  EXPECT_EQ(record(finished).lastUploadedEditFingerprint, "edit of finished");
+  EXPECT_FALSE(queue.load(finished));
   const auto named = [](const std::string& id) { return "upload " + id.substr(0, 8); };
-  EXPECT_EQ(log.at(log.size() - 3),
+  EXPECT_EQ(log.at(log.size() - 5),
             named(failed) + " resume failed (attempt 8) — recording safe at /render.mp4");
-  EXPECT_EQ(log.back(), named(blocked) + " is waiting for sign-in — recording is safe at /render.mp4");
+  EXPECT_EQ(log.at(log.size() - 3),
+            named(blocked) + " is waiting for sign-in — recording is safe at /render.mp4");
 }
 
 TEST_F(UploadReconcilerTest, LeavesWhatOthersHaveAndGoesOnWithoutAProject) {
@@ -97,9 +110,22 @@ TEST_F(UploadReconcilerTest, LeavesWhatOthersHaveAndGoesOnWithoutAProject) {
   runBlocking(library.delete_(lost));
   const auto claim = queue.claim(taken);
   http->answer(200, R"({"video_id":"v","slug":"s","status":"ready"})");
-  EXPECT_EQ(reconcile(), Summary{.completed = 1});
+  expectCounts(reconcile(), 1, 0, 0);
   EXPECT_EQ(record(taken).status, ProjectShareStatus::pending);
   EXPECT_EQ(queue.all().size(), 1U);
+}
+
+TEST_F(UploadReconcilerTest, TellsEveryProjectThatWaitsForASignInAndTriesOneForItsUser) {
+  const auto first = add("first", 20);
+  const auto second = add("second", 10);
+  const auto untouched = queue.load(second);
+  expectCounts(reconcile(UploadReconciler::Occasion::command), 0, 0, 0);  // both are backing off
+  http->answer(401, "");
+  const auto summary = reconcile(UploadReconciler::Occasion::force);
+  EXPECT_EQ(summary.run, (UploadQueueService::RunResult{.stillPending = {first}, .needAuth = true}));
+  EXPECT_EQ(queue.load(second), untouched);
+  for (const auto& id : {first, second})
+    EXPECT_EQ(record(id).lastUploadError, "Sign in again to finish sending this link — it stays the same.");
 }
 
 }  // namespace

@@ -13,11 +13,11 @@
 #include "QuillantCloud/TokenStore.h"
 #include "QuillantCloud/UploadError.h"
 #include "QuillantCloud/UploadQueueService.h"
-#include "QuillantShare/ShareLedger.h"
 #include "quillant/Commands/AccountCommands.h"
 #include "quillant/Commands/Command.h"
 #include "quillant/Commands/Console.h"
 #include "quillant/Commands/UploadLines.h"
+#include "quillant/Models/LaunchResume.h"
 
 namespace quillant::QueueCommands {
 
@@ -25,33 +25,32 @@ namespace {
 
 constexpr const char* noUploads = "No pending uploads.";
 
-UploadQueueService makeQueue(const CloudServices& services, UploadLines& lines) {
-  return {.store = {QuillantConfig::pendingUploadsDirectory()},
-          .log = [&lines](const std::string& line) { lines.write(line); },
-          .progress = [&lines](const UploadProgress& progress) { lines.show(progress); },
-          .clock = services.clock};
-}
+struct QueueRun {
+  int code = ExitCode::failure;
+  std::optional<UploadQueueService::RunResult> result{};  ///< None if there was none, which was said.
+};
 
-/// Runs the queue; nothing if nobody is signed in, which is reported.
-Task<std::optional<UploadQueueService::RunResult>> runQueue(CloudServices services,
-                                                            std::optional<std::string> token, bool force) {
-  if (!token) {
-    Console::tell("cannot resume — not signed in.");
-    co_return std::nullopt;
-  }
+Task<QueueRun> runQueue(CloudServices services, bool force) {
+  using Occasion = UploadQueueService::Occasion;
   UploadLines lines;
-  auto queue = makeQueue(services, lines);
-  const auto ledger = co_await ShareLedger::read(ProjectLibrary(QuillantConfig::projectsDirectory()));
-  queue.ended = [&ledger](PendingUpload entry, UploadOutcome outcome) {
-    return ledger.note(std::move(entry), outcome);
-  };
-  QuillantAPI api(std::move(*token), services.http);
-  co_return co_await queue.resumePending(std::move(api), services.clock.now(), force);
-}
-
-int exitCode(const std::optional<UploadQueueService::RunResult>& result) {
-  if (!result || result->needAuth) return ExitCode::noPermission;
-  return result->stillPending.empty() && result->changed.empty() ? ExitCode::success : ExitCode::failure;
+  LaunchResume::Environment environment{
+      .library = ProjectLibrary(QuillantConfig::projectsDirectory()),
+      .services = std::move(services),
+      .log = [&lines](const std::string& line) { lines.write(line); },
+      .progress = [&lines](const UploadProgress& progress) { lines.show(progress); }};
+  auto summary =
+      co_await LaunchResume::run(std::move(environment), force ? Occasion::force : Occasion::command);
+  if (!summary) {
+    Console::tell("cannot resume — not signed in.");
+    co_return QueueRun{.code = ExitCode::noPermission};
+  }
+  QueueRun run{.result = std::move(summary->run)};
+  if (!run.result) co_return run;
+  if (run.result->needAuth)
+    run.code = ExitCode::noPermission;
+  else if (run.result->stillPending.empty() && run.result->changed.empty())
+    run.code = ExitCode::success;
+  co_return run;
 }
 
 void describe(const UploadQueueService::RunResult& result) {
@@ -114,16 +113,15 @@ void describe(const UploadQueueService::EntrySummary& summary) {
 }  // namespace
 
 Task<int> resume(CloudServices services, bool force) {
-  const auto token = co_await TokenStore::load(*services.secrets);
-  const auto result = co_await runQueue(services, token, force);
-  if (result) describe(*result);
-  co_return exitCode(result);
+  const auto run = co_await runQueue(std::move(services), force);
+  if (run.result) describe(*run.result);
+  co_return run.code;
 }
 
 Task<int> status(CloudServices services, bool resume, bool force) {
-  const auto token = co_await TokenStore::load(*services.secrets);
   int code = ExitCode::success;
-  if (resume) code = exitCode(co_await runQueue(services, token, force));
+  if (resume) code = (co_await runQueue(services, force)).code;
+  const auto token = co_await TokenStore::load(*services.secrets);
   Console::print(co_await accountLine(token, services.http));
 
   const UploadQueueService queue{.store = {QuillantConfig::pendingUploadsDirectory()}};
