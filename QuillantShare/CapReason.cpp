@@ -52,9 +52,9 @@ std::string panelMessage(const CapReason& reason) {
   return std::visit(Message(), reason);
 }
 
-std::optional<CapReason> capReasonOf(const Error& error) {
+std::optional<CapReason> capReasonOf(const std::exception& error) {
   if (const auto* api = dynamic_cast<const APIError*>(&error)) {
-    if (api->isRefusal(403, "quota_exceeded")) return CapReasons::Server{error.description()};
+    if (api->isRefusal(403, "quota_exceeded")) return CapReasons::Server{error.what()};
     if (isStorageRefusal(*api)) return CapReasons::Storage{};
   }
   if (const auto* upload = dynamic_cast<const UploadError*>(&error); upload && isStorageRefusal(*upload))

@@ -1,11 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <optional>
 #include <string>
 #include <variant>
-
-#include "Core/Error.h"
 
 namespace quillant {
 
@@ -33,7 +32,7 @@ using CapReason =
 
 std::string panelMessage(const CapReason& reason);
 /// The limit that the service or its storage refuses for, if `error` says so.
-std::optional<CapReason> capReasonOf(const Error& error);
+std::optional<CapReason> capReasonOf(const std::exception& error);
 
 /// What a look at the account says before a share.
 struct CapDecision {

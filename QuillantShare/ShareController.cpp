@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <utility>
 
+#include "Core/Error.h"
 #include "Core/Log.h"
 
 namespace quillant {
@@ -30,9 +31,12 @@ ShareController::ShareController(Executor mainThread, Parts parts)
 Task<std::shared_ptr<ShareController>> ShareController::make(Executor mainThread, Parts parts) {
   const std::shared_ptr<ShareController> controller(
       new ShareController(std::move(mainThread), std::move(parts)));
+  controller->watchRecord();
   co_await controller->readRecord();
   co_await controller->parts_.uploader->adopt(controller->record_, controller->parts_.metadata());
+  controller->isBusy_ = false;
   controller->state_ = controller->recordedState();
+  if (controller->hasMissedChange_) controller->recordDidChange();
   if (controller->record_.status == ProjectShareStatus::ready) controller->refreshUsage();
   co_return controller;
 }
@@ -69,24 +73,31 @@ void ShareController::setProgress(double value, ProgressPhase phase) {
 }
 
 std::optional<std::string> ShareController::knownLink() const {
-  return record_.shareURL ? record_.shareURL : parts_.uploader->shareURL();
+  const auto queued = parts_.uploader->shareURL();
+  return queued ? queued : record_.shareURL;
+}
+
+bool ShareController::isShared() const {
+  return record_.shareURL && record_.status != ProjectShareStatus::none;
+}
+
+/// Where nothing can be sent to the link there is no use in saying that it is out of date.
+bool ShareController::canSend() const {
+  return record_.videoId || parts_.uploader->hasReservation();
 }
 
 ShareState ShareController::recordedState() const {
-  const auto link = knownLink();
-  if (!link) return Ready{};
-  // A link without a word in the record is that of a program that died before it could write one.
-  if (record_.status != ProjectShareStatus::ready)
-    return FailedAfterMint{*link, ShareFailPhase::upload, record_.lastUploadError.value_or(unfinishedUpload)};
-  const auto& sent = record_.lastUploadedEditFingerprint;
-  // Where nothing can be sent to the link there is no use in saying that it is out of date.
-  if (sent && sent != parts_.fingerprint() && parts_.uploader->hasReservation()) return Stale{*link};
-  return Safe{*link};
+  if (!isShared()) return Ready{};
+  const auto& link = *record_.shareURL;
+  if (record_.status == ProjectShareStatus::pending)
+    return FailedAfterMint{link, ShareFailPhase::upload, record_.lastUploadError.value_or(unfinishedUpload)};
+  if (canSend() && isOutdated(record_, parts_.fingerprint())) return Stale{link};
+  return Safe{link};
 }
 
 /// After an upload. The record is not asked: it may be on a disk that is full.
 ShareState ShareController::sentState(const std::string& shareURL) const {
-  if (sentFingerprint_ == parts_.fingerprint()) return Safe{shareURL};
+  if (isSameEdit(sentFingerprint_, parts_.fingerprint())) return Safe{shareURL};
   return Stale{shareURL};
 }
 
@@ -117,10 +128,51 @@ std::optional<std::string> ShareController::uploadEtaLabel() const {
 }
 
 bool ShareController::retryIsEditedBuild() const {
-  return renderedFingerprint_ && renderedFingerprint_ != parts_.fingerprint();
+  return renderedFingerprint_ && !isSameEdit(renderedFingerprint_, parts_.fingerprint());
 }
 
-// ---- A share ----
+// ---- The record ----
+
+void ShareController::watchRecord() {
+  recordConnection_ = parts_.watchRecord([executor = executor_, weak = weak_from_this()] {
+    asio::post(executor, [weak] {
+      if (const auto self = weak.lock()) self->recordDidChange();
+    });
+  });
+}
+
+void ShareController::recordDidChange() {
+  assert(sequence_.isCurrent());
+  if (isRecordOurs_) return;
+  hasMissedChange_ = isBusy_;
+  if (!isBusy_ && linkOf(state_)) startDetached(executor_, followRecord(shared_from_this()));
+}
+
+/// Brings a state that has a link to what is stored: another program may have sent another edit.
+Task<> ShareController::followRecord(std::shared_ptr<ShareController> self) {
+  const auto turn = self->turn_;
+  std::optional<ProjectShareRecord> record;
+  std::string error;
+  try {
+    record = co_await self->parts_.record();
+  } catch (...) {
+    error = describe(std::current_exception());
+  }
+  if (turn != self->turn_ || self->isBusy_ || !linkOf(self->state_)) co_return;
+  const auto& shown = self->state_;
+  if (!record) {
+    // What nobody vouches for is not safe.
+    if (const auto* safe = std::get_if<Safe>(&shown))
+      self->show(turn, FailedAfterMint{std::string(safe->shareURL), ShareFailPhase::upload, error});
+    co_return;
+  }
+  self->note(std::move(*record));
+  // Why it failed is better known here than by the record.
+  const bool isFailure = std::holds_alternative<FailedAfterMint>(shown);
+  if (isFailure && self->record_.status == ProjectShareStatus::pending) co_return;
+  auto state = self->recordedState();
+  if (state != shown) self->show(turn, std::move(state));
+}
 
 Task<> ShareController::readRecord() {
   note(co_await parts_.record());
@@ -131,26 +183,46 @@ void ShareController::note(ProjectShareRecord record) {
   if (record_.status == ProjectShareStatus::ready) sentFingerprint_ = record_.lastUploadedEditFingerprint;
 }
 
+// ---- A share ----
+
 /// Takes the right to send, and looks at what others may have done up to then.
 Task<> ShareController::begin() {
   co_await parts_.uploader->begin();
+  isRecordOurs_ = true;
   co_await readRecord();
   co_await parts_.uploader->adopt(record_, parts_.metadata());
 }
 
+Task<> ShareController::end(Turn turn, std::function<ShareState()> state) {
+  isRecordOurs_ = false;
+  co_await parts_.uploader->end();
+  isBusy_ = false;
+  show(turn, state());
+  if (hasMissedChange_) recordDidChange();
+}
+
+/// A link that is on no clipboard is a link.
+Task<> ShareController::copy(std::string link) {
+  try {
+    co_await parts_.clipboard(std::move(link));
+  } catch (...) {
+    Log::write("the link could not be copied: {}", describe(std::current_exception()));
+  }
+}
+
 Task<> ShareController::share() {
   assert(sequence_.isCurrent());
-  if (isSharing_) co_return;
+  if (isBusy_) co_return;
   const auto self = shared_from_this();
-  isSharing_ = true;
+  isBusy_ = true;
   const auto turn = ++turn_;
   std::optional<ShareState> refusal;
   bool isNew = false;
   try {
     co_await readRecord();
-    if (!knownLink()) co_await begin();
-    isNew = !knownLink();
-    if (isNew) refusal = co_await mint();
+    if (!isShared()) co_await begin();
+    isNew = !isShared();
+    if (!knownLink()) refusal = co_await mint();
   } catch (...) {
     const auto message = describe(std::current_exception());
     const auto link = knownLink();
@@ -159,15 +231,14 @@ Task<> ShareController::share() {
   }
   if (!refusal) {
     const auto link = *knownLink();
-    co_await parts_.clipboard(link);
+    co_await copy(link);
     if (isNew) {
       co_await conclude(turn, link, co_await renderThenUpload(turn, link));
       co_return;
     }
   }
-  co_await parts_.uploader->end();
-  isSharing_ = false;
-  show(turn, refusal ? *refusal : recordedState());
+  const std::function<ShareState()> state = [&] { return refusal ? *refusal : recordedState(); };
+  co_await end(turn, state);
 }
 
 /// Makes the link, or returns the state that says why there is none.
@@ -178,73 +249,74 @@ Task<std::optional<ShareState>> ShareController::mint() {
   try {
     co_await parts_.uploader->mint(metadata);
     co_return std::nullopt;
-  } catch (const Error& error) {
+  } catch (const std::exception& error) {
     if (const auto reason = capReasonOf(error)) co_return Cap{*reason};
-    co_return FailedMint{error.description()};
+    co_return FailedMint{error.what()};
   }
 }
 
 Task<> ShareController::reshare() {
   assert(sequence_.isCurrent());
   const auto* stale = std::get_if<Stale>(&state_);
-  if (!stale || isSharing_) co_return;
-  FailedAfterMint before{.shareURL = stale->shareURL};
-  co_await send(std::move(before));
+  if (!stale || isBusy_) co_return;
+  auto link = stale->shareURL;
+  co_await send(std::move(link));
 }
 
 Task<> ShareController::retry() {
   assert(sequence_.isCurrent());
   const auto* failed = std::get_if<FailedAfterMint>(&state_);
-  if (!failed || isSharing_) co_return;
-  auto before = *failed;
-  co_await send(std::move(before));
+  if (!failed || isBusy_) co_return;
+  auto link = failed->shareURL;
+  co_await send(std::move(link));
 }
 
-/// `before` is what stays if the right to send is not to be had.
-Task<> ShareController::send(FailedAfterMint before) {
+Task<> ShareController::send(std::string shareURL) {
   const auto self = shared_from_this();
-  isSharing_ = true;
+  isBusy_ = true;
   const auto turn = ++turn_;
-  const auto link = before.shareURL;
-  Failure failure;
+  refusal_.reset();
   try {
     co_await begin();
   } catch (...) {
-    failure = std::move(before);
-    failure->message = describe(std::current_exception());
+    refusal_ = describe(std::current_exception());
   }
+  const auto fingerprint = parts_.fingerprint();
   const bool isSent = record_.status == ProjectShareStatus::ready &&
-                      record_.lastUploadedEditFingerprint == parts_.fingerprint();
-  if (!failure && isSent) {  // by another program
-    co_await parts_.uploader->end();
-    isSharing_ = false;
-    show(turn, recordedState());
+                      isSameEdit(record_.lastUploadedEditFingerprint, fingerprint);  // by another program
+  if (refusal_ || isSent) {
+    const std::function<ShareState()> state = [&] { return refusal_ ? state_ : recordedState(); };
+    co_await end(turn, state);
     co_return;
   }
   const bool isRendered = record_.status == ProjectShareStatus::pending &&
-                          parts_.uploader->sendableFingerprint() == parts_.fingerprint();
-  if (!failure && isRendered)
-    failure = co_await upload(turn, link, std::nullopt);
-  else if (!failure)
-    failure = co_await renderThenUpload(turn, link);
-  co_await conclude(turn, link, std::move(failure));
+                          isSameEdit(parts_.uploader->sendableFingerprint(), fingerprint);
+  Failure failure;
+  if (isRendered)
+    failure = co_await upload(turn, shareURL, std::nullopt);
+  else
+    failure = co_await renderThenUpload(turn, shareURL);
+  co_await conclude(turn, shareURL, std::move(failure));
 }
 
-/// The state is decided last, so that it knows every edit up to then.
 Task<> ShareController::conclude(Turn turn, std::string shareURL, Failure failure) {
-  co_await parts_.uploader->end();
-  isSharing_ = false;
-  show(turn, failure ? ShareState(std::move(*failure)) : sentState(shareURL));
+  const std::function<ShareState()> state = [&] {
+    return failure ? ShareState(*failure) : sentState(shareURL);
+  };
+  co_await end(turn, state);
   if (std::holds_alternative<Safe>(state_)) refreshUsage();
 }
 
 Task<ShareController::Failure> ShareController::renderThenUpload(Turn turn, std::string shareURL) {
   co_await persistPending(shareURL);
-  RenderedShare rendered{.file = parts_.tempURL(), .fingerprint = parts_.fingerprint()};
-  renderedFingerprint_ = rendered.fingerprint;
-  show(turn, Rendering{.passthrough = renderWasPassthrough_.value_or(false)});
+  RenderedShare rendered;
   auto work = std::make_shared<Work>();
   try {
+    co_await parts_.prepare();
+    rendered.file = parts_.tempURL();
+    rendered.fingerprint = parts_.fingerprint();
+    renderedFingerprint_ = rendered.fingerprint;
+    show(turn, Rendering{.passthrough = renderWasPassthrough_.value_or(false)});
     auto progress = progressOf(ProgressPhase::render, turn, work);
     renderWasPassthrough_ = co_await parts_.render(rendered.file, std::move(progress));
     work.reset();
@@ -273,11 +345,9 @@ Task<ShareController::Failure> ShareController::upload(Turn turn, std::string sh
       co_await parts_.uploader->uploadRendered(std::move(*rendered), progress);
     else
       co_await parts_.uploader->resumeUpload(progress);
-  } catch (const Error& thrown) {
+  } catch (const std::exception& thrown) {
     const auto reason = capReasonOf(thrown);
-    error = reason ? panelMessage(*reason) : thrown.description();
-  } catch (...) {
-    error = describe(std::current_exception());
+    error = reason ? panelMessage(*reason) : thrown.what();
   }
   uploadStartedAt_.reset();
   if (error) co_return FailedAfterMint{shareURL, ShareFailPhase::upload, *error};
@@ -335,36 +405,33 @@ Task<> ShareController::saveToFile(Path file) {
 
 void ShareController::editsDidChange() {
   assert(sequence_.isCurrent());
-  if (!uploadedThisSession_ && !parts_.uploader->hasReservation()) return;
-  const bool isWhatWasSent = sentFingerprint_ == parts_.fingerprint();
-  if (std::holds_alternative<FailedAfterMint>(state_))
+  if (!uploadedThisSession_ && !canSend()) return;
+  if (std::holds_alternative<FailedAfterMint>(state_)) {
     changed.emit();
-  else if (const auto* safe = std::get_if<Safe>(&state_); safe && !isWhatWasSent)
-    show(turn_, Stale{std::string(safe->shareURL)});
-  else if (std::holds_alternative<Stale>(state_) && isWhatWasSent)
-    startDetached(executor_, lookForUndoneEdits(shared_from_this()));
+  } else if (const auto* safe = std::get_if<Safe>(&state_)) {
+    if (!isSameEdit(sentFingerprint_, parts_.fingerprint()))
+      show(turn_, Stale{std::string(safe->shareURL)});
+  } else if (std::holds_alternative<Stale>(state_) && !std::exchange(isLookingForUndone_, true)) {
+    startDetached(executor_, lookForUndoneEdits(weak_from_this(), parts_.pause));
+  }
 }
 
-/// Another program may have sent another edit meanwhile: the record as it is stored decides.
-Task<> ShareController::lookForUndoneEdits(std::shared_ptr<ShareController> self) {
-  const auto turn = self->turn_;
-  ProjectShareRecord record;
-  try {
-    record = co_await self->parts_.record();
-  } catch (...) {
-    co_return;
-  }
-  if (turn != self->turn_ || !std::holds_alternative<Stale>(self->state_)) co_return;
-  self->note(std::move(record));
-  const auto state = self->recordedState();
-  if (std::holds_alternative<Safe>(state)) self->show(turn, state);
+Task<> ShareController::lookForUndoneEdits(std::weak_ptr<ShareController> weak,
+                                           std::function<Task<>()> pause) {
+  co_await pause();
+  const auto self = weak.lock();
+  if (!self) co_return;
+  self->isLookingForUndone_ = false;
+  const bool isStale = std::holds_alternative<Stale>(self->state_);
+  // Or did another program send another edit meanwhile?
+  if (isStale && isSameEdit(self->sentFingerprint_, self->parts_.fingerprint())) self->recordDidChange();
 }
 
 Task<> ShareController::copyCurrentLink() {
   assert(sequence_.isCurrent());
   const auto self = shared_from_this();
   const auto shown = linkOf(state_);
-  if (const auto link = shown ? shown : record_.shareURL) co_await parts_.clipboard(*link);
+  if (const auto link = shown ? shown : record_.shareURL) co_await copy(*link);
 }
 
 void ShareController::refreshUsage() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -37,7 +38,12 @@ class ShareController : public std::enable_shared_from_this<ShareController> {
     std::function<Task<ProjectShareRecord>()> record;
     /// Changes it where it is stored, and returns what was written. Throws.
     std::function<Task<ProjectShareRecord>(ChangeRecord)> changeRecord;
+    /// Has `changed` called, on any thread, whenever the stored record may be another one, for as long as the
+    /// connection lasts.
+    std::function<Connection(std::function<void()> changed)> watchRecord;
     std::shared_ptr<ShareUploading> uploader;
+    /// Completes the edit before it is rendered, when its link is there already. Throws.
+    std::function<Task<>()> prepare = []() -> Task<> { co_return; };
     /// Writes the video of the edit as it is when this is called; whether it is a copy of the recording's
     /// samples. Throws. Progress, from 0 to 1, comes on any thread.
     std::function<Task<bool>(Path file, Progress)> render;
@@ -48,10 +54,13 @@ class ShareController : public std::enable_shared_from_this<ShareController> {
     std::function<Task<CapDecision>(std::int64_t durationMs)> capCheck;
     std::function<Task<std::optional<UsageSnapshot>>()> usageProbe;
     std::function<ShareMetadata()> metadata;
-    std::function<std::string()> fingerprint;  ///< The identity of the edit as it is.
-    std::function<Task<>(std::string)> clipboard;
-    std::function<Path()> tempURL;  ///< Where the next render goes.
+    std::function<std::string()> fingerprint;      ///< The identity of the edit as it is.
+    std::function<Task<>(std::string)> clipboard;  ///< Throws.
+    std::function<Path()> tempURL;                 ///< Where the next render goes.
     std::function<Date()> now = Date::now;
+    /// Awaited before it is looked whether an edit undid what made a link stale: while something is dragged
+    /// edits come by the dozen, and the fingerprint of a large one takes longer than a frame.
+    std::function<Task<>()> pause = []() -> Task<> { co_await sleepFor(std::chrono::milliseconds(200)); };
   };
 
   /// In the state that the record tells. Throws if it cannot be read.
@@ -62,6 +71,9 @@ class ShareController : public std::enable_shared_from_this<ShareController> {
   /// None until a render has finished.
   std::optional<bool> renderWasPassthrough() const { return renderWasPassthrough_; }
   const std::optional<ShareUsage>& linksLeft() const { return linksLeft_; }
+  /// Why the last `reshare` or `retry` was not begun: another program is at it, or the queue is not to be
+  /// had. The state goes on saying what the link shows.
+  const std::optional<std::string>& refusal() const { return refusal_; }
   Signal<> changed;
 
   // What is asked for while a share is going on does nothing.
@@ -103,14 +115,24 @@ class ShareController : public std::enable_shared_from_this<ShareController> {
   Progress progressOf(ProgressPhase phase, Turn turn, const std::shared_ptr<Work>& work);
   void setProgress(double value, ProgressPhase phase);
   std::optional<std::string> knownLink() const;
+  /// Whether the record knows of a link. One that is on no more than its way is the queue's alone.
+  bool isShared() const;
+  bool canSend() const;
   ShareState recordedState() const;
   ShareState sentState(const std::string& shareURL) const;
 
+  void watchRecord();
+  void recordDidChange();
+  static Task<> followRecord(std::shared_ptr<ShareController> self);
+  static Task<> lookForUndoneEdits(std::weak_ptr<ShareController> weak, std::function<Task<>()> pause);
   Task<> readRecord();
   void note(ProjectShareRecord record);
+  Task<> copy(std::string link);
   Task<> begin();
+  /// What the state is to be is asked last, so that it knows every edit up to then.
+  Task<> end(Turn turn, std::function<ShareState()> state);
   Task<std::optional<ShareState>> mint();
-  Task<> send(ShareStates::FailedAfterMint before);
+  Task<> send(std::string shareURL);
   Task<> conclude(Turn turn, std::string shareURL, Failure failure);
   Task<Failure> renderThenUpload(Turn turn, std::string shareURL);
   /// What was rendered; nothing: what is left of what was sent last.
@@ -122,7 +144,6 @@ class ShareController : public std::enable_shared_from_this<ShareController> {
                                            std::optional<std::string> fingerprint);
   void refreshUsage();
   static Task<> probeUsage(std::weak_ptr<ShareController> weak);
-  static Task<> lookForUndoneEdits(std::shared_ptr<ShareController> self);
 
   const Executor executor_;
   const OwningSequence sequence_{executor_};
@@ -130,14 +151,19 @@ class ShareController : public std::enable_shared_from_this<ShareController> {
   ShareState state_ = ShareStates::Ready{};
   std::optional<bool> renderWasPassthrough_;
   std::optional<ShareUsage> linksLeft_;
+  std::optional<std::string> refusal_;
 
   ProjectShareRecord record_;                   ///< As it was read or written last.
   std::optional<std::string> sentFingerprint_;  ///< Of the edit that a live link shows, as far as is known.
-  bool isSharing_ = false;
+  bool isBusy_ = true;                          ///< A share is going on, or the first state is still to come.
+  bool isRecordOurs_ = false;     ///< The right to send is had, and with it that to write the record.
+  bool hasMissedChange_ = false;  ///< Of the record by another program, while busy.
+  bool isLookingForUndone_ = false;
   Turn turn_ = 0;
   std::optional<std::string> renderedFingerprint_;  ///< Of the edit that the last render was started from.
   bool uploadedThisSession_ = false;
   std::optional<Date> uploadStartedAt_;
+  Connection recordConnection_;
 };
 
 }  // namespace quillant

@@ -6,6 +6,9 @@
 #include <optional>
 #include <string>
 
+#include "Editor/Project/EditFingerprint.h"
+#include "Editor/Project/ProjectShareRecord.h"
+
 namespace quillant {
 
 /// What the service is told about a project's video.
@@ -42,6 +45,12 @@ struct ShareCaptions {
 /// What a project's record says of an upload that did not get through.
 inline constexpr const char* unfinishedUpload =
     "Your link was copied but the upload didn't finish. Retry to send it — the link stays the same.";
+
+/// Whether the link is live, and known to show another edit than that of `fingerprint`.
+inline bool isOutdated(const ProjectShareRecord& record, const std::string& fingerprint) {
+  const auto& sent = record.lastUploadedEditFingerprint;
+  return record.status == ProjectShareStatus::ready && sent && !isSameEdit(sent, fingerprint);
+}
 
 /// A finished video, and what belongs to it.
 struct RenderedShare {

@@ -8,6 +8,7 @@
 
 #include "Core/UUID.h"
 #include "QuillantCloud/UploadError.h"
+#include "QuillantShare/ShareQueue.h"
 #include "QuillantShare/ShareUploadBridge.h"
 #include "QuillantShare/ShareUploadError.h"
 
@@ -39,6 +40,7 @@ Task<> release(Claims claims) {
 
 struct Found {
   std::optional<PendingUpload> entry;
+  std::string id;  ///< Its own, or that of one to make.
   std::optional<std::string> sendableFingerprint;
   Claims claims;
 };
@@ -50,17 +52,21 @@ bool isWhole(const PendingUpload& entry) {
          (!entry.captionsPath || std::filesystem::exists(*entry.captionsPath, missing));
 }
 
+/// The place of a project's entry in the queue is that of its id, unless that is no UUID, which the queue
+/// does not take, or an upload to a link lies there that the project has no more.
+std::string newId(const PendingUploadStore& queue, const std::string& projectId) {
+  const auto id = UUID::parse(projectId);
+  const bool isFree = id && id->text() == projectId && !queue.load(projectId);
+  return isFree ? projectId : UUID::random().text();
+}
+
 Task<Found> find(PendingUploadStore queue, std::string projectId, std::optional<std::string> slug,
                  bool claims) {
-  Found found{.entry = queue.load(projectId)};
-  if (!found.entry && slug) {
-    // One that another version has made has an id of its own.
-    for (auto& entry : queue.all()) {
-      if (entry.slug != slug) continue;
-      if (claims) found.claims.push_back(claim(queue, entry.id));
-      found.entry = queue.load(entry.id);
-      break;
-    }
+  Found found{.entry = ShareQueue::entryOf(queue, projectId, slug)};
+  found.id = found.entry ? found.entry->id : newId(queue, projectId);
+  if (claims && found.id != projectId) {
+    found.claims.push_back(claim(queue, found.id));
+    found.entry = queue.load(found.id);
   }
   if (found.entry && isWhole(*found.entry)) found.sendableFingerprint = found.entry->editFingerprint;
   co_return found;
@@ -92,7 +98,7 @@ Task<std::string> reserve(const Uploader& uploader, PendingUpload& entry) {
 Task<std::string> send(const Uploader& uploader, PendingUpload& entry, bool replacingBytes) {
   try {
     co_await uploader.runRemaining(entry, replacingBytes);
-  } catch (const Error& error) {
+  } catch (const std::exception& error) {
     uploader.recordFailure(entry, error);
     throw;
   }
@@ -135,17 +141,20 @@ Task<> ShareUploader::adopt(ProjectShareRecord record, ShareMetadata metadata) {
   auto found = co_await runOn(strand_, find(queue_, projectId_, record.slug, !claims_.empty()));
   for (auto& claim : found.claims) claims_.push_back(std::move(claim));
   sendableFingerprint_ = std::move(found.sendableFingerprint);
+  entryId_ = std::move(found.id);
+  // The project's document may have been replaced, and its link with it.
+  if (entry_ && record.slug && entry_->slug != record.slug) entry_.reset();
   if (found.entry)
     entry_ = std::move(found.entry);
   else if (!(entry_ && entry_->completed) && record.videoId && record.slug && record.shareURL)
     adoptCompleted(record, metadata);
+  if (entry_) entry_->id = entryId_;
 }
 
 PendingUpload ShareUploader::newEntry(const ShareMetadata& metadata) const {
   auto entry = ShareUploadBridge::pendingUpload({}, metadata);
   entry.sizeBytes = placeholderSizeBytes;
-  // The queue takes no other id than a UUID, which a project has unless somebody has renamed its file.
-  if (UUID::parse(projectId_)) entry.id = projectId_;
+  entry.id = entryId_;
   return entry;
 }
 

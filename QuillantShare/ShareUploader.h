@@ -12,8 +12,9 @@
 
 namespace quillant {
 
-/// A project's upload in the queue. Its entry has the project's id, so that whoever shares the project, in
-/// this program or another one, meets the same entry and its claim: a project has one link.
+/// A project's upload in the queue. Its entry has the project's id, and its claim is taken under that id in
+/// any case, so that whoever shares the project, in this program or another one, meets the same entry and its
+/// claim: a project has one link.
 ///
 /// What blocks runs on a strand in the background.
 class ShareUploader : public ShareUploading {
@@ -48,6 +49,7 @@ class ShareUploader : public ShareUploading {
   const PendingUploadStore queue_;
   const MakeUploader makeUploader_;
   std::optional<PendingUpload> entry_;
+  std::string entryId_ = projectId_;                ///< Of the entry, or of the one to make.
   std::optional<std::string> sendableFingerprint_;  ///< As `adopt` found it.
   Claims claims_;  ///< Of the project and, if that has another id, of the entry.
 };

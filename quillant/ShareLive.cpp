@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <utility>
 
-#include "Core/Error.h"
 #include "QuillantCloud/HttpUploadTransport.h"
 #include "QuillantCloud/QuillantAPI.h"
 #include "QuillantCloud/QuillantConfig.h"
@@ -20,7 +20,7 @@ namespace {
 Task<std::string> token(std::shared_ptr<SecretStoring> secrets) {
   try {
     co_return (co_await TokenStore::load(*secrets)).value_or("");
-  } catch (const Error&) {
+  } catch (const std::exception&) {
     co_return "";
   }
 }
@@ -45,7 +45,7 @@ Task<std::optional<Me>> limitedAccount(CloudServices services) {
     const QuillantAPI api(std::move(bearer), services.http);
     auto me = co_await api.me();
     if (me.usage && me.limits) co_return me;
-  } catch (const Error&) {
+  } catch (const std::exception&) {
     // The share goes on, and the service itself decides.
   }
   co_return std::nullopt;
@@ -64,6 +64,15 @@ Task<ProjectShareRecord> storedRecord(ProjectLibrary library, std::string projec
   co_return (co_await library.project(std::move(projectId))).document.share;
 }
 
+Connection watchRecord(const ProjectLibrary& library, const std::string& projectId,
+                       std::function<void()> changed) {
+  using Kind = ProjectChange::Kind;
+  return library.changed().connect([projectId, changed = std::move(changed)](const ProjectChange& change) {
+    const bool isOfRecord = change.kind != Kind::edited && change.kind != Kind::renamed;
+    if (change.id == projectId && isOfRecord) changed();
+  });
+}
+
 Task<> copy(std::shared_ptr<ClipboardWriting> clipboard, std::string text) {
   co_await clipboard->write(std::move(text));
 }
@@ -73,18 +82,21 @@ Task<> copy(std::shared_ptr<ClipboardWriting> clipboard, std::string text) {
 Task<std::shared_ptr<ShareController>> makeController(Environment environment, std::string projectId,
                                                       const EditorCoordinator& coordinator, std::string title,
                                                       EditorExportQuality quality) {
-  const auto& [mainThread, library, services, log] = environment;
+  const auto& [mainThread, library, services, log, prepare] = environment;
   const PendingUploadStore queue{QuillantConfig::pendingUploadsDirectory()};
   const auto render = std::make_shared<ShareRender>(mainThread, coordinator, queue, quality);
   ShareController::Parts parts{
       .record = [library = library, projectId] { return storedRecord(library, projectId); },
       .changeRecord = [library = library,
                        projectId](auto change) { return library.updateShare(projectId, std::move(change)); },
+      .watchRecord = [library = library, projectId](
+                         auto changed) { return watchRecord(library, projectId, std::move(changed)); },
       .uploader = std::make_shared<ShareUploader>(mainThread, projectId, queue,
                                                   [services = services, queue, log = log](auto progress) {
                                                     return makeUploader(services, queue, log,
                                                                         std::move(progress));
                                                   }),
+      .prepare = prepare,
       .render = [render](auto file,
                          auto progress) { return render->render(std::move(file), std::move(progress)); },
       .poster = [render](const auto&) { return render->poster(); },

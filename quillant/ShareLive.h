@@ -20,6 +20,8 @@ struct Environment {
   ProjectLibrary library;
   CloudServices services;
   std::function<void(const std::string&)> log;  ///< The uploader's lines; called in the background.
+  /// As `ShareController::Parts` has it.
+  std::function<Task<>()> prepare = []() -> Task<> { co_return; };
 };
 
 /// Of a project that `coordinator` has open and that outlives the controller. Throws `ProjectError` if the

@@ -1,8 +1,8 @@
 #include "quillant/ShareRender.h"
 
+#include <exception>
 #include <utility>
 
-#include "Core/Error.h"
 #include "Core/Log.h"
 
 namespace quillant {
@@ -31,8 +31,8 @@ Task<std::optional<ShareRender::Path>> ShareRender::poster() const {
   try {
     co_await edit->writeSharePoster(file, width);
     co_return file;
-  } catch (const Error& error) {
-    Log::write("the share has no poster: {}", error.description());
+  } catch (const std::exception& error) {
+    Log::write("the share has no poster: {}", error.what());
     co_return std::nullopt;
   }
 }

@@ -28,6 +28,10 @@ struct World {
   std::string object;  ///< The fingerprint of what the service holds.
   bool isLive = false;
   std::set<std::string> copied;
+  bool isPrepared = false;
+  bool isOtherAtIt = false;  ///< Another program sends an edit.
+  Signal<> recordChanged;
+  bool isHeard = true;  ///< The program has had the time to listen to that.
 
   // Of the program's run.
   bool isClaimed = false;
@@ -36,8 +40,41 @@ struct World {
   std::vector<ShareController::Progress> late;
   std::unique_ptr<asio::io_context> loop = std::make_unique<asio::io_context>(1);
 
-  std::string fingerprint() const { return "edit " + std::to_string(edit); }
+  std::string fingerprint() const {
+    if (edit < 0) return "unhashable";
+    return "edit " + std::to_string(edit) + (isPrepared ? "" : ", not prepared");
+  }
   Executor executor() const { return loop->get_executor(); }
+  void tellOfRecord() {
+    isHeard = false;
+    recordChanged.emit();
+  }
+  /// Another program begins to send an edit to the link, or does what is left of it.
+  void otherShares(int other) {
+    if (!isOtherAtIt) {
+      if (isClaimed || !record.slug) return;
+      isOtherAtIt = isClaimed = true;
+      record.status = ProjectShareStatus::pending;
+      queued.emplace();
+      queued->videoId = queued->slug = record.slug;
+      queued->shareURL = record.shareURL;
+      queued->editFingerprint = "edit " + std::to_string(other);
+      queued->videoPath = "other " + std::to_string(files.size());
+      files[queued->videoPath] = *queued->editFingerprint;
+    } else {
+      isOtherAtIt = isClaimed = false;
+      resume();
+    }
+    tellOfRecord();
+  }
+  /// As a run of the queue does it.
+  void resume() {
+    if (!queued->videoUploaded) object = files.at(queued->videoPath);
+    isLive = true;
+    record.status = ProjectShareStatus::ready;
+    record.lastUploadedEditFingerprint = queued->editFingerprint;
+    if (record.slug == queued->slug) queued.reset();
+  }
   /// A moment in which anything may happen, and the program may be killed.
   Task<> moment() {
     co_await asio::post(executor(), asio::use_awaitable);
@@ -139,7 +176,12 @@ ShareController::Parts partsOf(World& world) {
         change(world.record);
         co_return world.record;
       },
+      .watchRecord = [&world](auto changed) { return world.recordChanged.connect(changed); },
       .uploader = std::make_shared<WorldUploading>(world),
+      .prepare = [&world]() -> Task<> {
+        co_await world.moment();
+        world.isPrepared = true;
+      },
       .render = [&world](std::filesystem::path file, ShareController::Progress progress) -> Task<bool> {
         const auto fingerprint = world.fingerprint();
         const Reporting reporting{world, progress};
@@ -159,7 +201,7 @@ ShareController::Parts partsOf(World& world) {
         co_return std::nullopt;
       },
       .capCheck = [&world](std::int64_t durationMs) -> Task<CapDecision> {
-        co_await asio::post(world.executor(), asio::use_awaitable);
+        co_await world.moment();
         CapDecision decision;
         if (durationMs == 0) decision.over = CapReasons::Duration{179'999};
         co_return decision;
@@ -171,10 +213,12 @@ ShareController::Parts partsOf(World& world) {
       .metadata = [] { return ShareMetadata{.durationMs = 1, .height = 1080}; },
       .fingerprint = [&world] { return world.fingerprint(); },
       .clipboard = [&world](std::string text) -> Task<> {
+        co_await world.moment();
         world.copied.insert(text);
-        co_await asio::post(world.executor(), asio::use_awaitable);
+        co_await world.moment();
       },
       .tempURL = [&world] { return "render " + std::to_string(world.files.size()); },
+      .pause = [&world]() -> Task<> { co_await asio::post(world.executor(), asio::use_awaitable); },
   };
 }
 
@@ -185,7 +229,7 @@ class Play {
   void start() {
     controller.reset();
     world.loop = std::make_unique<asio::io_context>(1);
-    world.isClaimed = false;
+    world.isClaimed = world.isOtherAtIt;
     world.late.clear();
     const auto fails = std::exchange(world.fails, [] { return false; });
     asio::co_spawn(*world.loop, ShareController::make(world.executor(), partsOf(world)),
@@ -206,6 +250,7 @@ class Play {
   void drain() {
     world.loop->restart();
     world.loop->run();
+    world.isHeard = true;
   }
   void changeEdit(int edit) {
     world.edit = edit;
@@ -261,7 +306,8 @@ std::string broken(unsigned seed, std::string* told = nullptr) {
   world.fails = [&] { return chance(12); };
   play.start();
   const auto violation = [&]() -> std::string {
-    if (play.as<Safe>() && !(world.isLive && world.object == world.fingerprint()))
+    const bool isShown = world.isLive && !world.isOtherAtIt && world.object == world.fingerprint();
+    if (play.as<Safe>() && world.isHeard && !isShown)
       return "safe, and the service holds " + world.object + ", not " + world.fingerprint();
     if (world.copied.size() > 1) return "two links were on the clipboard";
     const auto* rendering = play.as<Rendering>();
@@ -277,7 +323,7 @@ std::string broken(unsigned seed, std::string* told = nullptr) {
   };
   const auto act = [&] {
     auto& share = *play.controller;
-    switch (const auto action = random() % 16) {
+    switch (const auto action = random() % 18) {
       case 0:
         return play.run(share.share());
       case 1:
@@ -298,15 +344,16 @@ std::string broken(unsigned seed, std::string* told = nullptr) {
         return;
       case 8:  // another program resumes the queue
         if (world.isClaimed || !world.queued || world.queued->videoPath.empty()) return;
-        if (!world.queued->videoUploaded) world.object = world.files.at(world.queued->videoPath);
-        world.isLive = true;
-        world.record.status = ProjectShareStatus::ready;
-        world.record.lastUploadedEditFingerprint = world.queued->editFingerprint;
-        if (world.record.slug == world.queued->slug) world.queued.reset();
-        return;
+        world.resume();
+        return world.tellOfRecord();
+      case 9:
+        // Where our word could not be written, the record is no warning to the other one, nor theirs to us.
+        if (play.as<Safe>() && world.record.status != ProjectShareStatus::ready) return;
+        return world.otherShares(static_cast<int>(random() % 3));
       default:
         world.loop->restart();
-        for (auto count = action; count > 8; --count) world.loop->poll_one();
+        for (auto count = action; count > 9; --count)
+          if (world.loop->poll_one() == 0) world.isHeard = true;
     }
   };
   for (int step = 0; step < 40; ++step) {
@@ -316,6 +363,7 @@ std::string broken(unsigned seed, std::string* told = nullptr) {
   }
   // And when nothing fails any more, a press or two of the button that is there lead to the end.
   world.fails = [] { return false; };
+  if (world.isOtherAtIt) world.otherShares(0);
   play.drain();
   for (int press = 0; press < 4 && !play.as<Safe>(); ++press) {
     auto& share = *play.controller;
@@ -394,7 +442,7 @@ TEST_F(ShareControllerTest, KeepsTheLinkWhenStorageIsFullAndTheRecordCannotBeWri
   expectState(Stale{link});
   // The record goes on calling the old bytes safe: they stay.
   int moments = 0;
-  play.world.fails = [&] { return ++moments == 4 || moments == 8; };
+  play.world.fails = [&] { return ++moments == 4 || moments == 9; };
   play.run(play.controller->reshare());
   play.drain();
   expectState(FailedAfterMint{link, ShareFailPhase::upload, "broken"});
@@ -424,6 +472,39 @@ TEST_F(ShareControllerTest, DropsTheLinksStateForASavedFileUntilItIsAskedAgain) 
   share();
   expectState(Safe{link});
   EXPECT_EQ(play.world.reservations, 1);
+}
+
+TEST_F(ShareControllerTest, NeverCallsAnEditSafeThatItCannotTellFromOthers) {
+  play.world.edit = -1;
+  share();
+  expectState(Stale{link});
+  play.run(play.controller->reshare());
+  play.drain();
+  play.changeEdit(-1);
+  play.drain();
+  expectState(Stale{link});
+}
+
+TEST_F(ShareControllerTest, SaysWhyItCannotSendAndWhatTheLinkShowsMeanwhile) {
+  share();
+  play.world.isPrepared = true;
+  play.changeEdit(1);
+  play.world.isClaimed = true;
+  play.run(play.controller->reshare());
+  play.drain();
+  expectState(Stale{link});
+  EXPECT_EQ(play.controller->refusal(), "the upload is under way in process 7");
+  play.world.isClaimed = false;
+  play.world.otherShares(1);
+  play.drain();
+  EXPECT_TRUE(play.as<FailedAfterMint>()) << "the other one has not sent it yet";
+  play.world.otherShares(1);
+  play.drain();
+  expectState(Safe{link});
+  play.world.fails = [] { return true; };
+  play.world.tellOfRecord();
+  play.drain();
+  expectState(FailedAfterMint{link, ShareFailPhase::upload, "broken"});
 }
 
 TEST_F(ShareControllerTest, TellsTheTimeThatIsLeft) {

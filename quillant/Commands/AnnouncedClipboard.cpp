@@ -1,5 +1,6 @@
 #include "quillant/Commands/AnnouncedClipboard.h"
 
+#include <exception>
 #include <fmt/format.h>
 
 #include "quillant/Commands/Console.h"
@@ -7,7 +8,12 @@
 namespace quillant {
 
 Task<bool> AnnouncedClipboard::write(std::string link) {
-  const bool copied = co_await clipboard_->write(link);
+  bool copied = false;
+  try {
+    copied = co_await clipboard_->write(link);
+  } catch (const std::exception&) {
+    // It is told all the same.
+  }
   if (copied)
     Console::print(
         fmt::format("🔗 Link copied to clipboard{}: {}", remark_.empty() ? "" : " (" + remark_ + ")", link));

@@ -6,12 +6,14 @@
 #include <string>
 #include <utility>
 
-#include "Editor/Coordinator/EditFingerprint.h"
+#include "Core/DiskExecutor.h"
 #include "Editor/Coordinator/EditorCoordinator.h"
+#include "Editor/Project/EditFingerprint.h"
 #include "Editor/Project/ProjectError.h"
 #include "QuillantCloud/APIError.h"
 #include "QuillantCloud/PendingUploadStore.h"
 #include "QuillantCloud/QuillantConfig.h"
+#include "QuillantShare/ShareQueue.h"
 #include "quillant/Commands/AnnouncedClipboard.h"
 #include "quillant/Commands/Command.h"
 #include "quillant/Commands/CommandProgress.h"
@@ -54,6 +56,13 @@ class Report {
   Connection connection_;
 };
 
+/// The service keeps the title that a link was made with.
+class TitleIsSettled : public Error {
+ public:
+  explicit TitleIsSettled(const std::string& title)
+      : Error("the link was made with the title “" + title + "” and keeps it; leave --title out") {}
+};
+
 /// A project that is open to be shared.
 struct Session {
   Session(const Executor& mainThread, std::function<Transcriber()> makeTranscriber)
@@ -61,42 +70,71 @@ struct Session {
         transcripts(mainThread, std::move(makeTranscriber)) {}
 
   ProjectLibrary library{QuillantConfig::projectsDirectory()};
+  PendingUploadStore queue{QuillantConfig::pendingUploadsDirectory()};
   std::string projectId;
+  std::string title;                    ///< That it had when it was opened.
+  std::optional<std::string> newTitle;  ///< That it is given.
+  ProjectRevision revision;             ///< That it was opened in.
   std::shared_ptr<EditorCoordinator> coordinator;
   CommandTranscripts transcripts;
 };
 
-/// Opens the project, and keeps in it what is to be shared: the zooms that a new project gets, its captions
-/// and what they say. Its link can be compared with it then.
-Task<std::string> open(Session& session, ShareWords words) {
-  const auto stored = co_await SharedProject::find(session.library, words.subject, words.title);
-  session.projectId = stored.document.id;
-  auto& coordinator = *session.coordinator;
-  co_await OpenedEdit::open(coordinator, stored.document);
-  if (words.captions) {
-    coordinator.setCaptionsOn(words.captions->style.has_value());
-    if (words.captions->style) coordinator.setCaptionStyle(*words.captions->style);
-  }
-  if (coordinator.captionsOn()) co_await session.transcripts.complete(session.coordinator, {});
-  co_await session.library.writeEditorState(session.projectId, coordinator.exportEditorState(),
-                                            stored.revision);
-  co_return words.title.value_or(stored.document.title);
+/// Throws `TitleIsSettled` if the project's link has another title. Blocking.
+Task<> checkTitle(PendingUploadStore queue, ProjectDocument project, std::string title) {
+  // The record of a program that died in between knows nothing of its link yet.
+  const auto entry = ShareQueue::entryOf(queue, project.id, project.share.slug);
+  const bool isShared = project.share.shareURL || (entry && entry->shareURL);
+  const auto settled = entry ? entry->title.value_or(project.title) : project.title;
+  if (isShared && title != settled) throw TitleIsSettled(settled);
+  co_return;
 }
 
-/// Another program may have edited the project meanwhile.
-Task<> followEdits(Session& session, ShareController& share) {
+Task<> open(Session& session, ShareWords words) {
+  const auto stored = co_await SharedProject::find(session.library, words.subject, words.title);
+  session.projectId = stored.document.id;
+  session.title = stored.document.title;
+  session.newTitle = words.title;
+  session.revision = stored.revision;
+  if (words.title) co_await runOn(diskExecutor(), checkTitle(session.queue, stored.document, *words.title));
+  auto& coordinator = *session.coordinator;
+  co_await OpenedEdit::open(coordinator, stored.document);
+  if (!words.captions) co_return;
+  coordinator.setCaptionsOn(words.captions->style.has_value());
+  if (words.captions->style) coordinator.setCaptionStyle(*words.captions->style);
+}
+
+/// Keeps in the project what is to be shared: its title, the zooms that a new project gets, its captions and
+/// what they say. Its link can be compared with it then.
+Task<> keep(Session& session) {
+  auto& coordinator = *session.coordinator;
+  if (coordinator.captionsOn()) co_await session.transcripts.complete(session.coordinator, {});
+  if (session.newTitle) co_await session.library.rename(session.projectId, *session.newTitle);
+  co_await session.library.writeEditorState(session.projectId, coordinator.exportEditorState(),
+                                            session.revision);
+}
+
+/// Another program may have edited the project meanwhile. Whether its link may show it then.
+Task<bool> followEdits(Session& session, ShareController& share) {
   const auto stored = co_await session.library.project(session.projectId);
   const auto& edit = stored.document.editorState;
-  if (!edit || *edit == session.coordinator->exportEditorState()) co_return;
-  session.coordinator->applyEditorState(*edit);
-  share.editsDidChange();
+  if (edit && *edit != session.coordinator->exportEditorState()) {
+    session.coordinator->applyEditorState(*edit);
+    share.editsDidChange();
+  }
+  co_return !isOutdated(stored.document.share, session.coordinator->editFingerprint());
 }
 
 struct Verdict {
   const std::string& projectId;
-  bool wasSafe;  ///< Before anything was sent.
+  bool wasSafe;         ///< Before anything was sent.
+  bool mayShowTheEdit;  ///< As the record has it.
 
   int operator()(const Safe& safe) const {
+    if (!mayShowTheEdit) {
+      Console::tell("the link shows the project as it was, and is not known well enough to send to it: " +
+                    safe.shareURL);
+      return ExitCode::failure;
+    }
     Console::print((wasSafe ? "✅ Nothing to do: the link shows the project as it is: "
                             : "✅ Safe to send: the link shows the project as it is: ") +
                    safe.shareURL);
@@ -124,11 +162,12 @@ struct Verdict {
     return ExitCode::failure;
   }
 
- private:
   int goOn() const {
     Console::tell("the link stays the same; go on with: quillant share " + projectId);
     return ExitCode::failure;
   }
+
+ private:
   /// A state has words, not an error.
   static int exitCode(const std::string& message) {
     const bool isExpired = message == APIError(APIError::TokenExpired{}).description();
@@ -137,10 +176,12 @@ struct Verdict {
 };
 
 /// Why a link does not show its project yet.
-std::string obstacle(const PendingUploadStore& queue, const ProjectDocument& project) {
-  if (const auto process = queue.claimant(project.id))
+std::string obstacle(const PendingUploadStore& queue, const ProjectDocument& project,
+                     const std::optional<PendingUpload>& entry) {
+  auto process = queue.claimant(project.id);
+  if (!process && entry) process = queue.claimant(entry->id);
+  if (process)
     return *process > 0 ? fmt::format("under way in process {}", *process) : "under way in another process";
-  const auto entry = queue.load(project.id);
   if (entry && entry->blockedOnAuth.value_or(false)) return "waiting for sign-in";
   if (entry && entry->lastError) return *entry->lastError;
   return project.share.lastUploadError.value_or("the upload didn't finish");
@@ -149,20 +190,18 @@ std::string obstacle(const PendingUploadStore& queue, const ProjectDocument& pro
 /// Nothing if the project has no link.
 std::optional<std::string> statusLine(const PendingUploadStore& queue, const ProjectDocument& project) {
   const auto& share = project.share;
-  auto link = share.shareURL;
+  const auto entry = ShareQueue::entryOf(queue, project.id, share.slug);
   // The record of a program that died in between has no link yet.
-  if (!link)
-    if (const auto entry = queue.load(project.id)) link = entry->shareURL;
+  const auto link = share.shareURL || !entry ? share.shareURL : entry->shareURL;
   if (!link) return std::nullopt;
   std::string state = "safe";
   std::string why;
   const auto& edit = project.editorState;
   if (share.status != ProjectShareStatus::ready) {
     state = "unfinished";
-    why = obstacle(queue, project);
-  } else if (edit && share.lastUploadedEditFingerprint &&
-             *share.lastUploadedEditFingerprint !=
-                 editFingerprint(edit->timelineEdits, edit->video.value_or(ProjectVideoEditorState()))) {
+    why = obstacle(queue, project, entry);
+  } else if (edit && isOutdated(share, editFingerprint(edit->timelineEdits,
+                                                       edit->video.value_or(ProjectVideoEditorState())))) {
     state = "stale";
     why = "edited since it was sent";
   }
@@ -196,29 +235,35 @@ Task<int> status() {
 Task<int> run(CloudServices services, std::function<Transcriber()> makeTranscriber, ShareWords words) {
   const Executor mainThread = co_await asio::this_coro::executor;
   Session session(mainThread, std::move(makeTranscriber));
-  auto title = co_await open(session, words);
+  co_await open(session, words);
 
   services.clipboard = std::make_shared<AnnouncedClipboard>(services.clipboard);
   const auto lines = std::make_shared<UploadLines>();
   ShareLive::Environment environment{.mainThread = mainThread,
                                      .library = session.library,
                                      .services = std::move(services),
-                                     .log = [lines](const std::string& line) { lines->write(line); }};
-  const auto share = co_await ShareLive::makeController(
-      std::move(environment), session.projectId, *session.coordinator, std::move(title), words.quality);
-  const bool hadLink = share->currentShareURL().has_value();
+                                     .log = [lines](const std::string& line) { lines->write(line); },
+                                     .prepare = [&session] { return keep(session); }};
+  const auto share =
+      co_await ShareLive::makeController(std::move(environment), session.projectId, *session.coordinator,
+                                         session.newTitle.value_or(session.title), words.quality);
+  const bool wasShared = !std::holds_alternative<Ready>(share->state());
   bool wasSafe = false;
   {
     const Report report(*share, *lines);
     co_await share->share();
-    wasSafe = hadLink && std::holds_alternative<Safe>(share->state());
-    if (hadLink && std::holds_alternative<Stale>(share->state()))
+    wasSafe = wasShared && std::holds_alternative<Safe>(share->state());
+    if (wasShared && std::holds_alternative<Stale>(share->state()))
       co_await share->reshare();
-    else if (hadLink && std::holds_alternative<FailedAfterMint>(share->state()))
+    else if (wasShared && std::holds_alternative<FailedAfterMint>(share->state()))
       co_await share->retry();
   }
-  co_await followEdits(session, *share);
-  const Verdict verdict{session.projectId, wasSafe};
+  const bool mayShowTheEdit = co_await followEdits(session, *share);
+  const Verdict verdict{session.projectId, wasSafe, mayShowTheEdit};
+  if (share->refusal()) {
+    Console::tell(*share->refusal());
+    co_return verdict.goOn();
+  }
   co_return std::visit(verdict, share->state());
 }
 

@@ -1,4 +1,4 @@
-#include "Editor/Coordinator/EditFingerprint.h"
+#include "Editor/Project/EditFingerprint.h"
 
 #include "Core/JSON.h"
 #include "Core/SHA256.h"
@@ -6,6 +6,8 @@
 namespace quillant {
 
 namespace {
+
+constexpr const char* unhashable = "unhashable";
 
 /// What is hashed. Identities are left out, and values that are drawn alike are the same value.
 struct Fingerprintable {
@@ -32,8 +34,12 @@ std::string editFingerprint(const TimelineEditSnapshot& edits, const ProjectVide
     // Objects are written with sorted keys.
     return SHA256::hexadecimal(SHA256::of(JSON::compact(Json(fingerprintable(edits, video)))));
   } catch (const std::exception&) {
-    return "unhashable";
+    return unhashable;
   }
+}
+
+bool isSameEdit(const std::optional<std::string>& one, const std::optional<std::string>& other) {
+  return one && one == other && *one != unhashable;
 }
 
 }  // namespace quillant
