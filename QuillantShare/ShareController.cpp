@@ -409,8 +409,7 @@ void ShareController::editsDidChange() {
   if (std::holds_alternative<FailedAfterMint>(state_)) {
     changed.emit();
   } else if (const auto* safe = std::get_if<Safe>(&state_)) {
-    if (!isSameEdit(sentFingerprint_, parts_.fingerprint()))
-      show(turn_, Stale{std::string(safe->shareURL)});
+    if (!isSameEdit(sentFingerprint_, parts_.fingerprint())) show(turn_, Stale{std::string(safe->shareURL)});
   } else if (std::holds_alternative<Stale>(state_) && !std::exchange(isLookingForUndone_, true)) {
     startDetached(executor_, lookForUndoneEdits(weak_from_this(), parts_.pause));
   }

@@ -9,6 +9,7 @@
 
 #include "Core/JSON.h"
 #include "Tests/quillant/QuillantRun.h"
+#include "Tests/quillant/SpokenVideo.h"
 
 namespace quillant {
 
@@ -35,39 +36,11 @@ void forbidNetwork() {
     ::_exit(99);
 }
 
-/// A video in which a voice says two sentences.
 class CaptionsProgramTest : public testing::Test {
  protected:
   CaptionsProgramTest() {
     fs::create_directory(temporary);
-    const auto say = [&](const char* sentence, const char* name) {
-      const auto path = (folder / name).string();
-      EXPECT_EQ(ChildProcess({"flite", "-voice", "slt", "-t", sentence, "-o", path}).wait(), 0);
-      return path;
-    };
-    ChildProcess ffmpeg({"ffmpeg",
-                         "-v",
-                         "error",
-                         "-i",
-                         say("the quick brown fox jumps over the lazy dog", "a.wav"),
-                         "-i",
-                         say("please open the window and close the door", "b.wav"),
-                         "-f",
-                         "lavfi",
-                         "-i",
-                         "color=gray:size=320x180:rate=10:duration=8",
-                         "-filter_complex",
-                         "[1]adelay=5000[b];[0][b]amix=normalize=0[voice]",
-                         "-map",
-                         "2:v",
-                         "-map",
-                         "[voice]",
-                         "-c:v",
-                         "libx264",
-                         "-preset",
-                         "ultrafast",
-                         video});
-    EXPECT_EQ(ffmpeg.wait(), 0) << ffmpeg.readAll();
+    writeSpokenVideo(video);
   }
 
   std::vector<std::string> captions(const std::string& name) const {

@@ -46,7 +46,7 @@ class CloudProgramTest : public testing::Test {
             {"PATH", folder.path().string() + ":" + Environment::value("PATH")},
             {"DISPLAY", hasDesktop ? std::optional<std::string>(":4242") : std::nullopt},
             {"WAYLAND_DISPLAY", std::nullopt},
-            {"LC_ALL", "de_DE.UTF-8"},
+            {"LC_ALL", locale},
             {"LD_PRELOAD", QUILLANT_KILL_AT_ENTRY},
             {"ASAN_OPTIONS", "verify_asan_link_order=0"},
             {"TEST_DIE", die}};
@@ -102,6 +102,7 @@ class CloudProgramTest : public testing::Test {
   const SecretName secretName{"com.quillant.desktop", "desktop-token-dev"};
   PendingUploadStore queue{data / "Quillant/pending-uploads-dev"};
   bool hasDesktop = true;
+  std::string locale = "de_DE.UTF-8";
   std::atomic<pid_t> running = 0;
   /// What happens at each request from now on, on the service's thread.
   void watch(std::function<void(Step)> handler) {

@@ -1,14 +1,19 @@
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <iostream>
+#include <map>
 #include <set>
 #include <sstream>
 
 #include "Core/AtomicFile.h"
 #include "Core/SHA256.h"
+#include "Core/UUID.h"
+#include "Editor/Project/EditFingerprint.h"
 #include "Editor/Project/ProjectLibrary.h"
 #include "Tests/Support/Eventually.h"
 #include "Tests/quillant/CloudCLI/CloudProgramFixture.h"
+#include "Tests/quillant/SpokenVideo.h"
 
 namespace quillant {
 namespace {
@@ -29,6 +34,13 @@ class ShareProgramTest : public CloudProgramTest {
     auto state = stored.document.editorState.value_or(ProjectEditorState());
     if (!state.video) state.video.emplace();
     state.video->padding = padding;
+    if (hasCaptions) {
+      const TimelineCaptionWord word{.start = 0.1, .end = 0.6, .text = "hello"};
+      auto& captions = state.timelineEdits.captions.emplace();
+      captions.on = true;
+      captions.style = padding < 50 ? TimelineCaptionStyle::box : TimelineCaptionStyle::outline;
+      captions.setTranscript({.source = "primary", .language = "en-US", .words = {word}});
+    }
     runBlocking(library.writeEditorState(stored.document.id, std::move(state), stored.revision));
   }
   /// The first word of the project's status: "safe", "stale", "unfinished"; "quillant:" if there is no link.
@@ -39,18 +51,37 @@ class ShareProgramTest : public CloudProgramTest {
   }
   /// By which the bytes of two videos are compared.
   static std::string identity(const std::string& bytes) { return SHA256::hexadecimal(SHA256::of(bytes)); }
-  /// What the project's edit makes.
+  /// What the project's edit makes, which is the same for all tests.
   std::string rendered() {
+    static std::map<std::string, std::string> known;
+    const auto edit = runBlocking(library.project(projectId())).document.editorState.value();
+    auto& made = known[identity(contents(video)) + editFingerprint(edit.timelineEdits, edit.video.value())];
+    if (made.empty()) made = renderedNow();
+    return made;
+  }
+  std::string renderedNow() {
     const auto file = folder / "expected.mp4";
-    EXPECT_EQ(run("export " + projectId() + " --resolution source --output " + file.string()).exitCode, 0);
+    const auto words = " --captions none --resolution source --output ";
+    EXPECT_EQ(run("export " + projectId() + words + file.string()).exitCode, 0);
     return identity(contents(file));
   }
-  /// The video behind the only link that was handed out.
-  std::string shown() const {
+  /// What lies behind the only link that was handed out.
+  std::string object(const std::string& kind) const {
     for (const auto& id : service.videoIds())
       if (contents(clipboard).starts_with(link(id) + "|") && service.upload(id)["status"] == "ready")
-        return identity(contents(service.objectPath(id, "video")));
-    return "nothing";
+        return contents(service.objectPath(id, kind));
+    return "";
+  }
+  void expectShown() {
+    EXPECT_EQ(identity(object("video")), rendered());
+    const auto edit = runBlocking(library.project(projectId())).document.editorState.value();
+    if (hasCaptions) {
+      EXPECT_THAT(object("captions"),
+                  testing::HasSubstr("NOTE quillant-style " +
+                                     std::string(rawText(edit.timelineEdits.captions->style))));
+    } else {
+      EXPECT_EQ(object("captions"), "");
+    }
   }
   std::set<std::string> copiedLinks() const {
     std::set<std::string> links;
@@ -65,6 +96,7 @@ class ShareProgramTest : public CloudProgramTest {
   }
 
   ProjectLibrary library{data / "Quillant/projects-dev"};
+  bool hasCaptions = false;  ///< Of the edits from now on.
 };
 
 TEST_F(ShareProgramTest, HandsOutTheLinkThenRendersThenSendsAndSaysWhatTheLinkShows) {
@@ -92,7 +124,7 @@ TEST_F(ShareProgramTest, HandsOutTheLinkThenRendersThenSendsAndSaysWhatTheLinkSh
   EXPECT_EQ(declared["title"], "Talk");
   EXPECT_EQ(declared["width"], 192);
   EXPECT_EQ(declared["duration_ms"], 1000);
-  EXPECT_EQ(shown(), rendered());
+  expectShown();
   EXPECT_TRUE(std::filesystem::is_empty(queue.directory)) << "what was made for the upload went with it";
   const auto poster = identity(contents(service.objectPath(id, "thumb")));
 
@@ -108,7 +140,7 @@ TEST_F(ShareProgramTest, HandsOutTheLinkThenRendersThenSendsAndSaysWhatTheLinkSh
   // What is edited is sent to the same link, with what belongs to it.
   edit(70);
   EXPECT_EQ(run(share).exitCode, 0);
-  EXPECT_EQ(shown(), rendered());
+  expectShown();
   EXPECT_NE(identity(contents(service.objectPath(id, "thumb"))), poster);
   EXPECT_EQ(copiedLinks().size(), 1U);
   EXPECT_EQ(service.videoIds().size(), 1U);
@@ -125,7 +157,7 @@ TEST_F(ShareProgramTest, NoticesAnEditDuringTheUpload) {
   EXPECT_EQ(status(), "stale");
   watch({});
   EXPECT_EQ(run(share).exitCode, 0);
-  EXPECT_EQ(shown(), rendered());
+  expectShown();
 }
 
 TEST_F(ShareProgramTest, SendsWhatIsMissingAndNothingElse) {
@@ -136,6 +168,8 @@ TEST_F(ShareProgramTest, SendsWhatIsMissingAndNothingElse) {
   for (const auto step : {Step::createUpload, Step::putVideo, Step::putThumb, Step::completeUpload})
     EXPECT_EQ(performed(step), 1) << rawText(step);
   EXPECT_EQ(status(), "safe");
+  expect(share + std::string(" --title Other"), 70, {},
+         {"the link was made with the title “talk” and keeps it; leave --title out"});
 
   // A lapsed lease: what the service holds is of the edit before.
   edit(70);
@@ -144,8 +178,60 @@ TEST_F(ShareProgramTest, SendsWhatIsMissingAndNothingElse) {
   EXPECT_EQ(status(), "unfinished");
   EXPECT_EQ(run("resume --force").exitCode, 0);
   EXPECT_EQ(status(), "safe") << "a run of the queue tells the project";
-  EXPECT_EQ(shown(), rendered());
+  expectShown();
   EXPECT_EQ(copiedLinks().size(), 1U);
+}
+
+TEST_F(ShareProgramTest, FindsItsUploadByItsLinkAndLeavesThatToAnotherOne) {
+  service.fail({.step = Step::completeUpload, .status = 500});
+  EXPECT_EQ(run(share).exitCode, 70);
+  // As another version has named it; and in its place one to a link that the project has no more.
+  auto entry = queue.load(projectId()).value();
+  std::filesystem::remove(queue.directory / (entry.id + ".json"));
+  entry.id = UUID::random().text();
+  queue.save(entry);
+  auto other = entry;
+  other.id = projectId();
+  other.slug = "another";
+  other.videoPath.clear();
+  queue.save(other);
+  EXPECT_THAT(run("share --status").output, testing::HasSubstr(" — server error 500"));
+  edit(70);
+  EXPECT_EQ(run(share).exitCode, 0);
+  expectShown();
+  edit(18);
+  EXPECT_EQ(run(share).exitCode, 0) << "now there is none to find";
+  expectShown();
+  EXPECT_EQ(performed(Step::createUpload), 1);
+  EXPECT_EQ(queue.load(projectId()), other);
+  EXPECT_EQ(queue.all().size(), 1U);
+}
+
+TEST_F(ShareProgramTest, HandsOutTheLinkBeforeItListensAndSendsCaptionsWithTheirVideo) {
+  writeSpokenVideo(video);
+  locale = "en_US.UTF-8";
+  const std::vector<std::string> words{QUILLANT_PROGRAM, "share",      video,    "--resolution",
+                                       "source",         "--captions", "outline"};
+  for (const bool isKilled : {true, false}) {
+    ChildProcess program(words, environment());
+    ASSERT_TRUE(program.readLineWith("🔗 Link copied to clipboard: "));
+    ASSERT_TRUE(program.readLineWith("making captions"));
+    EXPECT_EQ(copiedLinks().size(), 1U);
+    if (isKilled) program.signal(SIGKILL);
+    EXPECT_EQ(program.wait(), isKilled ? -SIGKILL : 0);
+    EXPECT_EQ(status(), isKilled ? "unfinished" : "safe");
+  }
+  hasCaptions = true;
+  expectShown();
+  EXPECT_THAT(object("captions"), testing::HasSubstr(">fox\n"));
+  const auto id = service.videoIds().at(0);
+  EXPECT_EQ(service.upload(id)["captions_language"], "en-US");
+  EXPECT_EQ(run("share {v} --resolution source --captions box").exitCode, 0);
+  expectShown();
+  EXPECT_EQ(run("share {v} --resolution source --captions none").exitCode, 0);
+  hasCaptions = false;
+  expectShown();
+  EXPECT_EQ(performed(Step::putVideo), 3);
 }
 
 TEST_F(ShareProgramTest, SaysWhatStopsIt) {
@@ -178,7 +264,7 @@ TEST_F(ShareProgramTest, SaysWhatStopsIt) {
   AtomicFile::write(folder / "service/accounts.json", accounts);
   EXPECT_EQ(run(share).exitCode, 0);
   EXPECT_EQ(performed(Step::putVideo), 1);
-  EXPECT_EQ(shown(), rendered());
+  expectShown();
 
   // The account's own limit, of another project.
   auto limited = JSON::parse(accounts);
@@ -222,7 +308,7 @@ TEST_F(ShareProgramTest, IsOneShareHoweverManyProgramsAreAtIt) {
   ::kill(first.processID(), SIGCONT);
   EXPECT_EQ(first.wait().exitCode, 0);
   EXPECT_EQ(performed(Step::putVideo), 2);
-  EXPECT_EQ(shown(), rendered());
+  expectShown();
 }
 
 TEST_F(ShareProgramTest, SharesABundleOnce) {
@@ -230,8 +316,11 @@ TEST_F(ShareProgramTest, SharesABundleOnce) {
   const auto bundle = folder / "Talk.quillant";
   runBlocking(library.exportProject(projectId(), bundle));
   for (int time = 0; time < 2; ++time)
-    EXPECT_EQ(run("share " + bundle.string() + " --resolution source").exitCode, 0);
+    EXPECT_EQ(run("share " + bundle.string() + " --resolution source --title Bundled").exitCode, 0);
   EXPECT_EQ(performed(Step::putVideo), 1);
+  EXPECT_EQ(service.upload(service.videoIds().at(0))["title"], "Bundled");
+  const auto titled = [](const auto& project) { return project.title == "Bundled"; };
+  EXPECT_EQ(std::ranges::count_if(runBlocking(library.projects()), titled), 1);
   EXPECT_EQ(copiedLinks().size(), 1U);
 }
 
@@ -239,10 +328,11 @@ TEST_F(ShareProgramTest, SharesABundleOnce) {
 struct Death {
   std::variant<std::string, Step> at;  ///< As TEST_DIE has it, or while the service takes this request.
   bool isReshare = false;
+  bool hasCaptions = false;
 
   friend std::ostream& operator<<(std::ostream& stream, const Death& death) {
     const auto* step = std::get_if<Step>(&death.at);
-    return stream << (death.isReshare ? "reshare " : "")
+    return stream << (death.hasCaptions ? "captions " : "") << (death.isReshare ? "reshare " : "")
                   << (step ? rawText(*step) : std::get<std::string>(death.at));
   }
 };
@@ -250,6 +340,15 @@ struct Death {
 class KilledShareTest : public ShareProgramTest, public testing::WithParamInterface<Death> {
  protected:
   void die() {
+    hasCaptions = GetParam().hasCaptions;
+    if (hasCaptions) {
+      EXPECT_EQ(run("import {v}").exitCode, 0);
+      edit(18);
+    }
+    if (GetParam().isReshare) {
+      EXPECT_EQ(run(share).exitCode, 0);
+      edit(70);
+    }
     std::atomic<bool> hasKilled = false;
     watch([&](Step step) {
       if (GetParam().at != decltype(Death::at)(step) || hasKilled.exchange(true)) return;
@@ -264,25 +363,20 @@ class KilledShareTest : public ShareProgramTest, public testing::WithParamInterf
   void expectTruth() {
     if (runBlocking(library.projects()).empty()) return;
     if (status() == "safe") {
-      EXPECT_EQ(shown(), rendered());
+      expectShown();
     }
     EXPECT_LE(copiedLinks().size(), 1U);
   }
   void expectSharedInTheEnd() {
     EXPECT_EQ(run(share).exitCode, 0);
-    EXPECT_EQ(status(), "safe");
-    EXPECT_EQ(shown(), rendered());
+    expectShown();
     EXPECT_EQ(copiedLinks().size(), 1U);
-    run("resume");
+    queue.removeLitter();
     EXPECT_TRUE(std::filesystem::is_empty(queue.directory)) << "what the kill has left";
   }
 };
 
 TEST_P(KilledShareTest, HasOneLinkAndTheLastEditBehindItOnceItSaysSafe) {
-  if (GetParam().isReshare) {
-    ASSERT_EQ(run(share).exitCode, 0);
-    edit(70);
-  }
   die();
   expectTruth();
   // The edit that was live before the reshare, or one that was never sent.
@@ -294,10 +388,6 @@ TEST_P(KilledShareTest, HasOneLinkAndTheLastEditBehindItOnceItSaysSafe) {
 }
 
 TEST_P(KilledShareTest, GoesOnWhenItIsRunAgain) {
-  if (GetParam().isReshare) {
-    ASSERT_EQ(run(share).exitCode, 0);
-    edit(70);
-  }
   die();
   expectSharedInTheEnd();
 }
@@ -305,10 +395,10 @@ TEST_P(KilledShareTest, GoesOnWhenItIsRunAgain) {
 std::vector<Death> deaths() {
   std::vector<Death> all;
   const auto add = [&](bool isReshare, std::initializer_list<const char*> places,
-                       std::initializer_list<Step> steps) {
+                       std::initializer_list<Step> steps, bool hasCaptions = false) {
     for (const std::string place : places)
-      for (const auto* side : {" before", " after"}) all.push_back({place + side, isReshare});
-    for (const auto step : steps) all.push_back({step, isReshare});
+      for (const auto* side : {" before", " after"}) all.push_back({place + side, isReshare, hasCaptions});
+    for (const auto step : steps) all.push_back({step, isReshare, hasCaptions});
   };
   // The project is made and its edit kept; the link; what it is to show, and that in the queue; then each
   // object as it is sent; the end.
@@ -320,6 +410,8 @@ std::vector<Death> deaths() {
       {"record 1", "share 1", "poster 1", "save 1", "save 2", "save 3", "save 4", "save 5", "removal 1",
        "record 2"},
       {Step::refreshPresign, Step::putVideo, Step::putThumb, Step::completeUpload});
+  add(false, {"captions 1"}, {Step::putCaptions}, true);
+  add(true, {"captions 1", "save 5"}, {Step::putCaptions}, true);
   return all;
 }
 
