@@ -14,6 +14,12 @@ namespace quillant {
 /// A thread of its own for the coordinator: the test's.
 class CoordinatorFixture : public testing::Test {
  protected:
+  ~CoordinatorFixture() override {
+    // A thread that has handed its result over still lets go of the loop.
+    coordinator.reset();
+    loop.restart();
+    loop.run_for(std::chrono::seconds(20));
+  }
   template <class T>
   T run(Task<T> task) {
     loop.restart();

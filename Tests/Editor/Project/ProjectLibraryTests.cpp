@@ -197,6 +197,10 @@ TEST_F(ProjectLibraryTest, RemovesWhatKilledWritersLeft) {
 }
 
 TEST_F(ProjectLibraryTest, WaitsForALockNotForEver) {
+#ifdef __SANITIZE_THREAD__
+  GTEST_SKIP()
+      << "the thread sanitizer of g++ 12 waits for ever for its own lock in one of these short sleeps";
+#endif
   for (const int error : {0, ENOSYS, EOPNOTSUPP, EINVAL}) {
     FileSystemFaults faults;
     faults.lockError = error;
