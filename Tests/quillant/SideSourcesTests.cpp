@@ -113,9 +113,9 @@ TEST_F(SideSourcesTest, WarnsOfWhatGaveNothingAndRecordsTheRest) {
   EXPECT_THAT(result.errors,
               testing::MatchesRegex(
                   "(.*\n)?quillant: warning: facecam produced no frames — camera stream never delivered\n"
-                  "quillant: warning: cursor telemetry write failed: could not write " +
+                  "quillant: warning: cursor telemetry write failed: output file already exists: " +
                   cursor +
-                  ": .*\nquillant: warning: no microphone signal detected \\(peak -inf dBFS\\) — mic may be "
+                  " .*\nquillant: warning: no microphone signal detected \\(peak -inf dBFS\\) — mic may be "
                   "muted\n"));
   EXPECT_THAT(DecodedMedia::decode(video).errors, IsEmpty());
 }
