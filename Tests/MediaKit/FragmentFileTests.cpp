@@ -7,6 +7,7 @@
 
 #include "Core/AtomicFile.h"
 #include "Core/Error.h"
+#include "MediaKit/MediaError.h"
 #include "MediaKit/Reading/AssetProbe.h"
 #include "MediaKit/Writing/FragmentFile.h"
 #include "MediaKit/Writing/H264Encoder.h"
@@ -149,6 +150,27 @@ TEST(FragmentFile, KeepsEveryPictureHoweverItsLastWriteIsTorn) {
       AtomicFile::write(path, torn);
       expectPictures(path);
     }
+}
+
+TEST(FragmentMuxer, GivesNothingOutBehindAHoleThatAShortageLeft) {
+  const VideoInputSettings settings{192, 108, 30};
+  FragmentMuxer muxer(MediaContainer::mp4);
+  muxer.addVideo(settings, H264Encoder(settings).configuration());
+  muxer.open();
+  muxer.write(0, {std::vector<std::uint8_t>(10), 0, 3000, true});
+  bool fails = false;
+  try {
+    const Allocations::Shortage shortage(0);
+    muxer.closeFragment();
+  } catch (const std::exception&) {
+    fails = true;
+  }
+  EXPECT_TRUE(fails);
+  const auto goOn = [&] {
+    muxer.write(0, {std::vector<std::uint8_t>(10), 3000, 3000, false});
+    muxer.closeFragment();
+  };
+  EXPECT_THROW(goOn(), MediaError);
 }
 
 TEST(FragmentFile, TellsInPlainWordsWhatItCouldNotDo) {
