@@ -32,6 +32,8 @@ bool differsInChangesAlone(const Image& before, const Image& now) {
 /// Rows that one thread draws at once: its part of the frame stays in the cache while layer after layer is
 /// drawn, and little is filtered twice.
 constexpr int bandHeight = 128;
+/// Columns: the filtered rows of so many, and what they are filtered with, stay in the nearest cache.
+constexpr int bandWidth = 2048;
 
 }  // namespace
 
@@ -139,7 +141,9 @@ void Renderer::State::draw(std::span<const Image> now, const std::vector<PixelRe
   bands.clear();
   for (const PixelRect& rect : areas)
     for (int y = 0; y < rect.height; y += bandHeight)
-      bands.push_back({rect.x, rect.y + y, rect.width, std::min(bandHeight, rect.height - y)});
+      for (int x = 0; x < rect.width; x += bandWidth)
+        bands.push_back({rect.x + x, rect.y + y, std::min(bandWidth, rect.width - x),
+                         std::min(bandHeight, rect.height - y)});
   pool.run(static_cast<int>(bands.size()), [&](int worker, int band) {
     drawBand(workers[static_cast<std::size_t>(worker)], bands[static_cast<std::size_t>(band)], end, frame);
   });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -24,12 +25,11 @@ struct AxisPlacement {
   int wholeSample(int sample) const;
 };
 
-/// One sample of a result: `taps` neighbouring samples from `first` on, and their weights, 1 being 2^14.
-/// Where a neighbour is beyond the end, the weight of the nearest has it. `first + taps` may be beyond the
-/// end only if there are fewer than `taps` samples; what is beyond has the weight 0.
+/// One sample of a result: neighbouring samples from `first` on, and their weights. What is beyond an end is
+/// the sample at that end.
 struct AxisTaps {
   int first = 0;
-  std::int16_t weights[RowKernels::taps] = {};
+  std::array<std::int16_t, RowKernels::taps> weights{};
 };
 
 /// The same for rows that have been filtered along x.
@@ -39,8 +39,11 @@ struct RowTaps {
   std::optional<int> copied;  ///< The one row that this row is the same as.
 };
 
-/// Catmull-Rom. The weights' sum is exactly 1.
-AxisTaps axisTaps(const AxisPlacement& placement, int sample);
+/// Catmull-Rom. The weights' sum is exactly `RowKernels::rowOne`.
+AxisTaps rowTaps(const AxisPlacement& placement, int row);
+/// The same with a sum of `RowKernels::columnOne`, for the nearest of the places between two samples whose
+/// weights are kept.
+AxisTaps columnTaps(const AxisPlacement& placement, int column);
 
 /// The filter of a range of columns, in groups as the kernel has them. A source row must have `groupReach`
 /// readable bytes at least.

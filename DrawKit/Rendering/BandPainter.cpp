@@ -43,6 +43,7 @@ void BandPainter::drawGroup(const LayerPlan& layer, PlaneGroup which, const Pixe
   if (const auto* picture = layer.picture()) {
     for (std::size_t plane = planesOf(which).first; plane < planesOf(which).end; ++plane)
       planes_[plane].open(picture->color[plane], group.columns, left, right);
+    below_.resize(std::max(below_.size(), static_cast<std::size_t>(right)));
     if (const auto& alpha = picture->alpha[static_cast<std::size_t>(which)])
       planes_[alphaPlane].open(alpha, group.columns, left, right);
   }
@@ -68,8 +69,6 @@ void BandPainter::drawRow(const LayerPlan& layer, PlaneGroup which, int y, int l
     stretch(row.fullEnd, row.end, coverage.after(y));
   };
   const auto isWhole = [](Coverage part) { return !part.each && part.all == Coverage::full; };
-  const bool rowIsWhole =
-      row.fullBegin <= begin && row.fullEnd >= end && coverage.opacity() == Coverage::full;
 
   const auto* picture = layer.picture();
   const RowTaps* taps = picture ? &layer.group(which).rows.at(y) : nullptr;
@@ -84,18 +83,23 @@ void BandPainter::drawRow(const LayerPlan& layer, PlaneGroup which, int y, int l
         else
           RowKernels::blendValue(value, part, target + from, to - from);
       });
-    } else if (!alpha && rowIsWhole) {
-      planes_[plane].combine(*taps, begin, end, target + begin);
-    } else {
+    } else if (alpha) {
       const std::uint8_t* const samples = planes_[plane].samples(*taps, begin, end);
       inStretches([&](int from, int to, Coverage part) {
-        const std::uint8_t* const source = samples + (from - begin);
-        if (alpha)
-          RowKernels::blendPremultiplied(source, alpha + (from - begin), part, target + from, to - from);
-        else if (isWhole(part))
-          std::memcpy(target + from, source, static_cast<std::size_t>(to - from));
-        else
-          RowKernels::blend(source, part, target + from, to - from);
+        const int at = from - begin;
+        RowKernels::blendPremultiplied(samples + at, alpha + at, part, target + from, to - from);
+      });
+    } else {
+      // All is drawn over, and then blended with what was below where it is not covered whole.
+      inStretches([&](int from, int to, Coverage part) {
+        if (!isWhole(part))
+          std::memcpy(below_.data() + from, target + from, static_cast<std::size_t>(to - from));
+      });
+      planes_[plane].combine(*taps, begin, end, target + begin);
+      inStretches([&](int from, int to, Coverage part) {
+        if (isWhole(part)) return;
+        RowKernels::blend(target + from, part, below_.data() + from, to - from);
+        std::memcpy(target + from, below_.data() + from, static_cast<std::size_t>(to - from));
       });
     }
   }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include "Core/PixelBuffer.h"
 #include "DrawKit/Rendering/FilteredRows.h"
@@ -23,6 +24,8 @@ class BandPainter {
 
   /// Of the present layer's colours and, last, its alpha.
   std::array<FilteredRows, 4> planes_;
+  /// Of a row of the frame, by its columns: what was below the layer.
+  std::vector<std::uint8_t> below_;
 };
 
 }  // namespace quillant

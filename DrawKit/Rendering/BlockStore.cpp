@@ -22,7 +22,7 @@ BlockStore::Block BlockStore::take(std::size_t size) {
     free_.erase(found);
     return block;
   }
-  return {std::unique_ptr<std::uint8_t[]>(new std::uint8_t[size]), size};
+  return {allocatePlaneBytes(size), size};
 }
 
 void BlockStore::giveBack(Block block) {

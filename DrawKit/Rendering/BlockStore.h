@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <memory>
 #include <vector>
+
+#include "DrawKit/Rendering/PlaneBytes.h"
 
 namespace quillant {
 
@@ -12,7 +12,7 @@ namespace quillant {
 class BlockStore {
  public:
   struct Block {
-    std::unique_ptr<std::uint8_t[]> bytes;
+    PlaneBytes bytes;
     std::size_t size = 0;
   };
 

@@ -78,9 +78,9 @@ RangeChange toLimited(ColorEncoding::Range range, PlaneGroup group) {
   return {219.0 / 255, 16 + 128 * 219.0 / 255};
 }
 
-RowTaps rowTaps(const AxisTaps& taps, const RangeChange& change) {
+RowTaps weighted(const AxisTaps& taps, const RangeChange& change) {
   RowTaps result{.first = taps.first};
-  for (int tap = 0; tap < RowKernels::taps; ++tap)
+  for (std::size_t tap = 0; tap < RowKernels::taps; ++tap)
     result.weights.weights[tap] =
         change.gain == 1 ? taps.weights[tap]
                          : static_cast<std::int16_t>(std::lround(taps.weights[tap] * change.gain));

@@ -29,7 +29,7 @@ struct RangeChange {
 RangeChange toLimited(ColorEncoding::Range range, PlaneGroup group);
 
 /// What makes samples of filtered rows, changing their range on the way.
-RowTaps rowTaps(const AxisTaps& taps, const RangeChange& change = {});
+RowTaps weighted(const AxisTaps& taps, const RangeChange& change = {});
 
 /// From BT.601 in some range to BT.709, limited.
 class MatrixChange {

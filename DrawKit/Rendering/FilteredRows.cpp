@@ -13,28 +13,23 @@ void FilteredRows::open(const SamplePlane& plane, const ColumnFilter& columns, i
   columns_ = &columns;
   begin_ = first;
   groups_ = groups;
-  firsts_.fill(-1);
-  const auto atOnce = static_cast<std::size_t>(groups) * rowsAtOnce;
-  if (filtered_.size() < 2 * atOnce) filtered_.resize(2 * atOnce);
+  rows_.fill(-1);
+  const auto needed = static_cast<std::size_t>(groups) * RowKernels::taps;
+  if (filtered_.size() < needed) filtered_.resize(needed);
   if (samples_.size() < static_cast<std::size_t>(groups * size))
     samples_.resize(static_cast<std::size_t>(groups * size));
 }
 
-void FilteredRows::filter(int first) {
-  const std::uint8_t *sources[rowsAtOnce], *next[rowsAtOnce];
-  for (int row = 0; row < rowsAtOnce; ++row) {
-    const auto source = [&](int y) { return plane_.row(std::min(y, plane_.height - 1)); };
-    sources[row] = source(first + row);
-    next[row] = source(first + rowsAtOnce + row);
-  }
-  RowKernels::filterRows(sources, next, columns_->groupAt(begin_), groups_, placeOf(first));
-  firsts_[isSecond(first)] = first;
-}
-
 inline const RowKernels::FilteredGroup* FilteredRows::filtered(int row) {
-  const int inside = std::min(row, plane_.height - 1), first = inside - inside % rowsAtOnce;
-  if (firsts_[isSecond(first)] != first) filter(first);
-  return placeOf(inside);
+  const int inside = std::clamp(row, 0, plane_.height - 1);
+  const auto place = static_cast<std::size_t>(inside % RowKernels::taps);
+  RowKernels::FilteredGroup* const groups = filtered_.data() + place * static_cast<std::size_t>(groups_);
+  if (rows_[place] != inside) {
+    const std::uint8_t* const next = plane_.row(std::min(inside + 1, plane_.height - 1));
+    RowKernels::filterRow(plane_.row(inside), next, columns_->groupAt(begin_), groups_, groups);
+    rows_[place] = inside;
+  }
+  return groups;
 }
 
 std::array<const RowKernels::FilteredGroup*, RowKernels::taps> FilteredRows::filtered(const RowTaps& taps) {

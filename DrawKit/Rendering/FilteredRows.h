@@ -25,20 +25,14 @@ class FilteredRows {
   const std::uint8_t* unfiltered(const RowTaps& taps, int begin, int end) const;
   std::array<const RowKernels::FilteredGroup*, RowKernels::taps> filtered(const RowTaps& taps);
   const RowKernels::FilteredGroup* filtered(int row);
-  /// Those that are filtered at once with `first`, which is the first of them.
-  void filter(int first);
-
-  static constexpr int rowsAtOnce = RowKernels::rowsAtOnce;
-  static bool isSecond(int row) { return row / rowsAtOnce % 2 != 0; }
-  RowKernels::FilteredGroup* placeOf(int row) { return filtered_.data() + row % (2 * rowsAtOnce) * groups_; }
 
   SamplePlane plane_;
   const ColumnFilter* columns_ = nullptr;
   int begin_ = 0;
   int groups_ = 0;
-  /// Twice as many rows as are filtered at once: four in a row touch no more.
+  /// As many rows as one of the result needs, each at its number's remainder.
   std::vector<RowKernels::FilteredGroup> filtered_;
-  std::array<int, 2> firsts_{};  ///< The first row of either half.
+  std::array<int, RowKernels::taps> rows_{};  ///< Which they are.
   std::vector<std::uint8_t> samples_;
 };
 

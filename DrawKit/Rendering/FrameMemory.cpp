@@ -9,7 +9,7 @@ FrameMemory::FrameMemory(int width, int height) {
   constexpr int alignment = 64;
   const int stride = (width + alignment - 1) / alignment * alignment;
   const auto luma = static_cast<std::size_t>(stride) * static_cast<std::size_t>(height);
-  bytes = std::make_unique<std::uint8_t[]>(luma + luma / 2);
+  bytes = allocatePlaneBytes(luma + luma / 2);
   frame.format = PixelFormat::i420;
   frame.width = width;
   frame.height = height;

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <cstdint>
-#include <memory>
-
 #include "Core/PixelBuffer.h"
+#include "DrawKit/Rendering/PlaneBytes.h"
 
 namespace quillant {
 
@@ -13,7 +11,7 @@ struct FrameMemory {
   FrameMemory(int width, int height);
 
   PixelBuffer frame;
-  std::unique_ptr<std::uint8_t[]> bytes;
+  PlaneBytes bytes;
 };
 
 /// Copies an area on even pixels from one frame to the other.

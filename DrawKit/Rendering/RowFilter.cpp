@@ -15,7 +15,7 @@ void RowFilter::set(const AxisPlacement& placement, const ColorMath::RangeChange
   const bool copies = placement.isWhole() && change == ColorMath::RangeChange{};
   for (std::size_t i = 0; i < count; ++i) {
     const int row = begin + static_cast<int>(i);
-    rows_[i] = ColorMath::rowTaps(axisTaps(placement, row), change);
+    rows_[i] = ColorMath::weighted(rowTaps(placement, row), change);
     if (copies) rows_[i].copied = std::clamp(placement.wholeSample(row), 0, placement.count - 1);
   }
 }

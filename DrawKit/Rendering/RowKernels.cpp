@@ -21,12 +21,13 @@ using RowKernels::ColumnGroup;
 using RowKernels::Coverage;
 using RowKernels::FilteredGroup;
 using RowKernels::groupSize;
-using RowKernels::rowsAtOnce;
 using RowKernels::RowWeights;
 using RowKernels::taps;
 
 // The arithmetic of one sample, for what fills no vector.
 
+/// Makes (sample - 128) * 128 of what a filter adds up.
+constexpr int filterOffset = -128 * RowKernels::columnOne;
 constexpr int combineBits = 6;
 constexpr int blendBits = 7;
 
@@ -55,17 +56,17 @@ int coverageAt(Coverage coverage, int i) {
 
 #if HWY_TARGET == HWY_SCALAR
 
-void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_t* const[rowsAtOnce],
-                const ColumnGroup* groups, int count, FilteredGroup* results) {
-  for (int row = 0; row < rowsAtOnce; ++row)
-    for (int g = 0; g < count; ++g)
-      for (int i = 0; i < groupSize; ++i) {
-        const auto* first = sources[row] + groups[g].groupBase + groups[g].groupLanes[2 * i + 1];
-        int sum = 0;
-        for (int tap = 0; tap < taps; ++tap)
-          sum += mulRounded((first[tap] - 128) * 256, groups[g].weights[tap][i]);
-        results[row * count + g].values[i] = static_cast<std::int16_t>(sum);
-      }
+void filterRow(const std::uint8_t* source, const std::uint8_t*, const ColumnGroup* groups, int count,
+               FilteredGroup* results) {
+  for (int g = 0; g < count; ++g)
+    for (int i = 0; i < groupSize; ++i) {
+      int value = filterOffset;
+      for (int pair = 0; pair < taps / 2; ++pair)
+        for (int lane = 2 * i; lane < 2 * i + 2; ++lane)
+          value -= groups[g].opposites[pair][lane] *
+                   source[groups[g].groupBase + groups[g].groupLanes[pair][lane]];
+      results[g].values[i] = static_cast<std::int16_t>(value);
+    }
 }
 
 #else
@@ -83,13 +84,12 @@ HWY_INLINE hn::Vec<PartBytes> loadSamples(const std::uint8_t* source, const Colu
   return hn::LoadU(PartBytes(), source + group.groupBase);
 }
 
-HWY_INLINE hn::Vec<PartBytes> loadLanes(const ColumnGroup& group, int) {
-  return hn::Load(PartBytes(), group.groupLanes);
+HWY_INLINE hn::Vec<PartBytes> loadLanes(const ColumnGroup& group, int pair, int) {
+  return hn::Load(PartBytes(), group.groupLanes[pair]);
 }
 
 HWY_INLINE hn::Vec<PartBytes> lookUp(hn::Vec<PartBytes> samples, hn::Vec<PartBytes> lanes) {
-  constexpr __mmask64 highBytes = 0xAAAAAAAAAAAAAAAA;
-  return hn::Vec<PartBytes>{_mm512_maskz_permutexvar_epi8(highBytes, lanes.raw, samples.raw)};
+  return hn::Vec<PartBytes>{_mm512_permutexvar_epi8(lanes.raw, samples.raw)};
 }
 
 #else
@@ -124,52 +124,52 @@ HWY_INLINE hn::Vec<PartBytes> loadSamples(const std::uint8_t* source, const Colu
 #endif
 }
 
-HWY_INLINE hn::Vec<PartBytes> loadLanes(const ColumnGroup& group, int part) {
-  return hn::Load(PartBytes(), group.partLanes + 2 * RowKernels::partSize * part);
+HWY_INLINE hn::Vec<PartBytes> loadLanes(const ColumnGroup& group, int pair, int part) {
+  return hn::Load(PartBytes(), group.partLanes[pair] + 2 * RowKernels::partSize * part);
 }
 
 HWY_INLINE hn::Vec<PartBytes> lookUp(hn::Vec<PartBytes> samples, hn::Vec<PartBytes> lanes) {
-  return hn::TableLookupBytesOr0(samples, lanes);
+  return hn::TableLookupBytes(samples, lanes);
 }
 
 #endif
 
-void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_t* const next[rowsAtOnce],
-                const ColumnGroup* groups, int count, FilteredGroup* results) {
-  const PartBytes bytes;
+/// The sums of two neighbouring products each, of unsigned and signed bytes. They fit.
+HWY_INLINE hn::Vec<PartWords> weighedPairs(hn::Vec<PartBytes> samples, const std::int8_t* weights) {
+  const hn::RebindToSigned<PartBytes> signedBytes;
+  const auto weighing = hn::Load(signedBytes, weights);
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+  return hn::Vec<PartWords>{_mm512_maddubs_epi16(samples.raw, weighing.raw)};
+#elif HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+  return hn::Vec<PartWords>{_mm256_maddubs_epi16(samples.raw, weighing.raw)};
+#elif HWY_ARCH_X86 && HWY_TARGET <= HWY_SSSE3
+  return hn::Vec<PartWords>{_mm_maddubs_epi16(samples.raw, weighing.raw)};
+#else
   const PartWords words;
-  const auto sign = hn::Set(bytes, std::uint8_t{0x80});
-  const auto toNext = hn::Set(words, std::int16_t{1 << 8});
-  const std::uint8_t *const source0 = sources[0], *const source1 = sources[1], *const source2 = sources[2],
-                            *const source3 = sources[3];
-  const std::uint8_t *const next0 = next[0], *const next1 = next[1], *const next2 = next[2],
-                            *const next3 = next[3];
+  const hn::RebindToUnsigned<PartWords> lanes;
+  const auto both = hn::BitCast(lanes, samples);
+  const auto even = hn::BitCast(words, hn::And(both, hn::Set(lanes, std::uint16_t{0xFF})));
+  const auto odd = hn::BitCast(words, hn::ShiftRight<8>(both));
+  const auto bothWeights = hn::BitCast(words, weighing);
+  const auto evenWeights = hn::ShiftRight<8>(hn::ShiftLeft<8>(bothWeights));
+  return hn::Add(hn::Mul(even, evenWeights), hn::Mul(odd, hn::ShiftRight<8>(bothWeights)));
+#endif
+}
+
+void filterRow(const std::uint8_t* source, const std::uint8_t* next, const ColumnGroup* groups, int count,
+               FilteredGroup* results) {
+  const PartWords words;
+  const auto offset = hn::Set(words, std::int16_t{filterOffset});
   for (int g = 0; g < count; ++g) {
     const ColumnGroup& group = groups[g];
-    // A group reads less than a line of the cache.
-    for (const std::uint8_t* row : {next0, next1, next2, next3}) hwy::Prefetch(row + group.groupBase);
+    hwy::Prefetch(next + group.groupBase);  // a group reads less than a line of the cache
     for (int part = 0; part < RowKernels::groupParts; part += partsAtOnce) {
       const int first = part * RowKernels::partSize;
-      const auto load = [&](const std::uint8_t* row)
-                            HWY_ATTR { return hn::Xor(loadSamples(row, group, part), sign); };
-      const auto samples0 = load(source0), samples1 = load(source1), samples2 = load(source2),
-                 samples3 = load(source3);
-      auto sum0 = hn::Zero(words), sum1 = sum0, sum2 = sum0, sum3 = sum0;
-      // The high byte of each lane names its sample, the low byte stays empty: the sample times 256.
-      auto lanes = hn::BitCast(words, loadLanes(group, part));
-      for (int tap = 0; tap < taps; ++tap) {
-        const auto weights = hn::Load(words, group.weights[tap] + first);
-        const auto add = [&](hn::Vec<PartBytes> samples, hn::Vec<PartWords>& sum) HWY_ATTR {
-          const auto taken = lookUp(samples, hn::BitCast(bytes, lanes));
-          sum = hn::Add(sum, hn::MulFixedPoint15(hn::BitCast(words, taken), weights));
-        };
-        add(samples0, sum0), add(samples1, sum1), add(samples2, sum2), add(samples3, sum3);
-        lanes = hn::Add(lanes, toNext);
-      }
-      hn::Store(sum0, words, results[g].values + first);
-      hn::Store(sum1, words, results[count + g].values + first);
-      hn::Store(sum2, words, results[2 * count + g].values + first);
-      hn::Store(sum3, words, results[3 * count + g].values + first);
+      const auto samples = loadSamples(source, group, part);
+      const auto weighed = [&](int pair) HWY_ATTR {
+        return weighedPairs(lookUp(samples, loadLanes(group, pair, part)), group.opposites[pair] + 2 * first);
+      };
+      hn::Store(hn::Sub(hn::Sub(offset, weighed(0)), weighed(1)), words, results[g].values + first);
     }
   }
 }
@@ -179,6 +179,17 @@ using Bytes = hn::Rebind<std::uint8_t, Words>;
 
 HWY_INLINE auto widened(Words words, const std::uint8_t* row) {
   return hn::PromoteTo(words, hn::LoadU(Bytes(), row));
+}
+
+/// Writes the values of both, one after the other, cut to bytes.
+HWY_INLINE void storeBoth(hn::Vec<Words> low, hn::Vec<Words> high, std::uint8_t* result) {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+  const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+  _mm512_storeu_si512(result, _mm512_permutexvar_epi64(order, _mm512_packus_epi16(low.raw, high.raw)));
+#else
+  hn::StoreU(hn::DemoteTo(Bytes(), low), Bytes(), result);
+  hn::StoreU(hn::DemoteTo(Bytes(), high), Bytes(), result + hn::Lanes(Words()));
+#endif
 }
 
 HWY_INLINE auto coverageOf(Words words, Coverage coverage, int i) {
@@ -198,22 +209,29 @@ void combineRows(const FilteredGroup* const rows[taps], int begin, int end, cons
   const int lanes = static_cast<int>(hn::Lanes(words));
   const auto w0 = hn::Set(words, w[0]), w1 = hn::Set(words, w[1]), w2 = hn::Set(words, w[2]),
              w3 = hn::Set(words, w[3]), rounding = hn::Set(words, bias);
-  const auto combine = [&](int i) HWY_ATTR {
+  const auto sumAt = [&](int i) HWY_ATTR {
     const auto upper = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, first + i), w0),
                                hn::MulFixedPoint15(hn::LoadU(words, second + i), w1));
     const auto lower = hn::Add(hn::MulFixedPoint15(hn::LoadU(words, third + i), w2),
                                hn::MulFixedPoint15(hn::LoadU(words, fourth + i), w3));
-    const auto sum = hn::ShiftRight<combineBits>(hn::Add(hn::Add(upper, lower), rounding));
-    hn::StoreU(hn::DemoteTo(Bytes(), sum), Bytes(), result + (i - begin));
+    return hn::ShiftRight<combineBits>(hn::Add(hn::Add(upper, lower), rounding));
   };
+  const auto combine = [&](int i) HWY_ATTR {
+    hn::StoreU(hn::DemoteTo(Bytes(), sumAt(i)), Bytes(), result + (i - begin));
+  };
+  const auto combineBoth = [&](int i)
+                               HWY_ATTR { storeBoth(sumAt(i), sumAt(i + lanes), result + (i - begin)); };
   if (end - begin >= lanes) {
-    // Whole vectors as they lie in memory; the ends are made with others that overlap them.
+    // Whole vectors as they lie in memory, two of them on a line of the result; the ends are made with others
+    // that overlap them.
     combine(begin);
     int i = begin + lanes - begin % lanes;
-    for (; i + 2 * lanes <= end; i += 2 * lanes) {
+    const auto place = reinterpret_cast<std::uintptr_t>(result + (i - begin));
+    if (i + lanes <= end && place % static_cast<std::size_t>(2 * lanes) != 0) {
       combine(i);
-      combine(i + lanes);
+      i += lanes;
     }
+    for (; i + 2 * lanes <= end; i += 2 * lanes) combineBoth(i);
     if (i + lanes <= end) combine(i);
     combine(end - lanes);
     return;
@@ -342,7 +360,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace quillant::RowKernels {
 
-HWY_EXPORT(filterRows);
+HWY_EXPORT(filterRow);
 HWY_EXPORT(combineRows);
 HWY_EXPORT(blend);
 HWY_EXPORT(blendValue);
@@ -351,9 +369,9 @@ HWY_EXPORT(halve);
 HWY_EXPORT(average);
 HWY_EXPORT(weightedSum);
 
-void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_t* const next[rowsAtOnce],
-                const ColumnGroup* groups, int count, FilteredGroup* results) {
-  HWY_DYNAMIC_DISPATCH(filterRows)(sources, next, groups, count, results);
+void filterRow(const std::uint8_t* source, const std::uint8_t* next, const ColumnGroup* groups, int count,
+               FilteredGroup* results) {
+  HWY_DYNAMIC_DISPATCH(filterRow)(source, next, groups, count, results);
 }
 void combineRows(const FilteredGroup* const rows[taps], int begin, int end, const RowWeights& weights,
                  std::uint8_t* result) {

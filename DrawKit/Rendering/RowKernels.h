@@ -15,34 +15,38 @@ constexpr int groupReach = 64;
 constexpr int partReach = 16;
 constexpr int taps = 4;
 
-/// One of these a group: the weights (1 being 2^14), where the bytes of the group and of its parts begin, and
-/// where in them each output's first tap is (in the high byte of a lane; the low byte is 0x80).
+/// The weight of one source sample along x is `columnOne`: seven bits are what is multiplied fastest.
+constexpr int columnOne = 128;
+
+/// One of these a group: where the bytes of the group and of its parts begin, and for each output's taps, the
+/// first two and the last two side by side, where in these bytes they are and how much they count. That is
+/// turned to its opposite, so that one whole sample fits a byte, and no two side by side count more than
+/// that.
 struct ColumnGroup {
-  alignas(64) std::int16_t weights[taps][groupSize];
-  alignas(64) std::uint8_t groupLanes[2 * groupSize];
-  alignas(64) std::uint8_t partLanes[2 * groupSize];
+  alignas(64) std::int8_t opposites[taps / 2][2 * groupSize];
+  alignas(64) std::uint8_t groupLanes[taps / 2][2 * groupSize];
+  alignas(64) std::uint8_t partLanes[taps / 2][2 * groupSize];
   std::int32_t groupBase;
   std::int32_t partBases[groupParts];
 };
 
-/// A group's outputs of one row, aligned to what is loaded at once: (sample - 128) * 128, rounded.
+/// A group's outputs of one row, aligned to what is loaded at once: (sample - 128) * 128.
 struct alignas(64) FilteredGroup {
   std::int16_t values[groupSize];
 };
 
-/// Rows that are filtered at once.
-constexpr int rowsAtOnce = 4;
+/// Weighs the samples of a row, and meanwhile has `next`, the row that is filtered after it, fetched into the
+/// cache. They come from far: what a decoder wrote is rarely near. Writes `count` groups.
+void filterRow(const std::uint8_t* source, const std::uint8_t* next, const ColumnGroup* groups, int count,
+               FilteredGroup* results);
 
-/// Weighs the samples of rows, and meanwhile has `next`, the rows that are filtered after them, fetched into
-/// the cache. They come from far: what a decoder wrote is rarely near. Writes `count` groups a row, one row
-/// after the other.
-void filterRows(const std::uint8_t* const sources[rowsAtOnce], const std::uint8_t* const next[rowsAtOnce],
-                const ColumnGroup* groups, int count, FilteredGroup* results);
+/// The weight of one filtered row.
+constexpr int rowOne = 1 << 14;
 
 /// What makes samples of filtered rows.
 struct RowWeights {
-  std::int16_t weights[taps];  ///< 1 is 2^14.
-  std::int16_t bias = 0;       ///< In 64ths, with the 128 of filtered samples and the rounding in it.
+  std::int16_t weights[taps];
+  std::int16_t bias = 0;  ///< In 64ths, with the 128 of filtered samples and the rounding in it.
 };
 
 /// Of the filtered rows' columns from `begin` to `end`, counted from the first of their groups.

@@ -98,7 +98,8 @@ void convertMatrix(const PixelBuffer& source, BlockStore& store, BandPool& pool,
     for (std::size_t i = 0; i < 2; ++i) filtered[i].open(result.color[i + 1], columns, 0, y.width);
     for (int line = begin; line < end; ++line) {
       for (std::size_t i = 0; i < 2; ++i) {
-        filtered[i].combine(ColorMath::rowTaps(axisTaps(rows, line)), 0, y.width, planes[i + 1].row(line));
+        const RowTaps taps = ColorMath::weighted(rowTaps(rows, line));
+        filtered[i].combine(taps, 0, y.width, planes[i + 1].row(line));
       }
       change.apply(y.row(line), planes[0].row(line), planes[1].row(line), planes[2].row(line), y.width);
     }

@@ -145,13 +145,16 @@ std::vector<Case> cases() {
 
 TEST(Renderer, ComesNearThePlainRenderer) {
   BandPool pool(2);
-  for (const auto& [name, images] : cases()) {
-    Renderer renderer({.width = width, .height = height}, pool);
+  const auto check = [&](const std::string& name, const Images& images, int columns, int rows) {
+    Renderer renderer({.width = columns, .height = rows}, pool);
     const auto found =
-        PlainRenderer::compare(*renderer.render(images), PlainRenderer::render(images, width, height));
+        PlainRenderer::compare(*renderer.render(images), PlainRenderer::render(images, columns, rows));
     EXPECT_GE(found.luma, 50) << name << ", at most " << found.largest;
     EXPECT_GE(found.chroma, 45) << name << ", at most " << found.largest;
-  }
+  };
+  for (const auto& [name, images] : cases()) check(name, images, width, height);
+  check("wider than a band", {placed(patterned(PixelFormat::i420, 4400, 20), {3.5, 2, 4090, 18.5})}, 4100,
+        24);
 }
 
 // A blur of less than a sample is worked out on the source's grid, not on the canvas's.

@@ -46,10 +46,25 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   return allocate(size);
 }
 
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  ++allocations;
+  const auto step = static_cast<std::size_t>(alignment);
+  if (void* memory = std::aligned_alloc(step, (size + step - 1) / step * step)) return memory;
+  throw std::bad_alloc();
+}
+
 void operator delete(void* memory) noexcept {
   std::free(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::align_val_t) noexcept {
+  std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
   std::free(memory);
 }
