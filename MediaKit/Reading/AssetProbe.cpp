@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <map>
-#include <utility>
 #include <vector>
 
 #include "MediaKit/Reading/MediaInput.h"
@@ -75,7 +74,7 @@ MediaAsset AssetProbe::probe(const std::filesystem::path& path) {
           std::max(track.duration, MediaInput::time(static_cast<std::int64_t>(sum->second.end), stream));
       if (track.kind == MediaTrack::Kind::video && track.duration > MediaTime::zero())
         track.nominalFrameRate =
-            MediaInput::gridRate(std::move(sum->second.intervals), stream,
+            MediaInput::gridRate(sum->second.intervals, stream,
                                  static_cast<double>(sum->second.samples) / track.duration.seconds());
     }
     asset.duration = std::max(asset.duration, track.duration);

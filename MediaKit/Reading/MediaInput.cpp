@@ -82,6 +82,8 @@ namespace {
 constexpr int bufferSize = 64 * 1024;
 /// Frames that are further apart, in seconds, stand still.
 constexpr double longestGridInterval = 0.15;
+/// Fewer intervals in a row are near one another by chance: a click in between two repeats, a last picture.
+constexpr std::ptrdiff_t shortestStretch = 3;
 /// What cameras, screens and editors use.
 constexpr double usualRates[] = {10, 12, 15, 20, 24, 25, 30, 48, 50, 60, 90, 120, 144, 240};
 /// A recorder that is kept from its work is late more often than early, by this part of its rate.
@@ -233,16 +235,26 @@ MediaTrack MediaInput::describe(const AVStream& stream) {
   return track;
 }
 
-double MediaInput::gridRate(std::vector<std::int64_t> intervals, const AVStream& stream, double average) {
+double MediaInput::gridRate(const std::vector<std::int64_t>& intervals, const AVStream& stream,
+                            double average) {
   const double tick = av_q2d(stream.time_base);
-  std::erase_if(intervals, [&](std::int64_t interval) {
-    return interval <= 0 || static_cast<double>(interval) * tick >= longestGridInterval;
-  });
+  const auto moves = [&](std::int64_t interval) {
+    return interval > 0 && static_cast<double>(interval) * tick < longestGridInterval;
+  };
+  std::vector<std::int64_t> kept;
+  for (auto first = intervals.begin(); first != intervals.end();) {
+    first = std::find_if(first, intervals.end(), moves);
+    const auto last = std::find_if_not(first, intervals.end(), moves);
+    if (last - first >= shortestStretch) kept.insert(kept.end(), first, last);
+    first = last;
+  }
   double rate = average;
-  if (!intervals.empty()) {
-    const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
-    std::ranges::nth_element(intervals, middle);
+  if (!kept.empty()) {
+    const auto middle = kept.begin() + static_cast<std::ptrdiff_t>(kept.size() / 2);
+    std::ranges::nth_element(kept, middle);
     rate = std::max(average, 1 / (static_cast<double>(*middle) * tick));
+  } else if (average * longestGridInterval < 1) {
+    return 0;  // what stands still keeps no rate
   }
   const double nearest = *std::ranges::min_element(
       usualRates, {}, [rate](double usual) { return std::abs(usual - rate) / usual; });

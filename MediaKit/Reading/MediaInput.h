@@ -49,9 +49,10 @@ class MediaInput {
   void seek(const AVStream& stream, std::int64_t ticks);
   /// Of a stream that is media.
   MediaTrack describe(const AVStream& stream);
-  /// The rate that the moving stretches of a video keep, snapped to a usual one. `intervals` are the ticks
-  /// between its frames: a screen that mostly stands still has few, and is no video of three a second.
-  static double gridRate(std::vector<std::int64_t> intervals, const AVStream& stream, double average);
+  /// The rate that the moving stretches of a video keep, snapped to a usual one; 0 if it stands still.
+  /// `intervals` are the ticks between its frames: a screen that mostly stands still has few, and is no video
+  /// of three a second.
+  static double gridRate(const std::vector<std::int64_t>& intervals, const AVStream& stream, double average);
   /// Has the copy of a stream turned as the stream is.
   static void copyOrientation(const AVStream& from, AVStream& to);
   /// A stream's ticks as a time; zero for what is before it.

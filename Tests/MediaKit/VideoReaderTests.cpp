@@ -80,16 +80,19 @@ TEST(VideoReader, GivesTheFrameThatIsShownInWhateverOrderItIsAsked) {
 TEST(VideoReader, TellsWhatDiffersFromThePictureBefore) {
   const TemporaryFolder folder;
   const auto path = folder / "still.mp4";
-  {
-    AssetWriter writer(path, MediaContainer::mp4, {1, 2});
+  const auto write = [](const std::filesystem::path& to, std::initializer_list<int> indices) {
+    AssetWriter writer(to, MediaContainer::mp4, {1, 2});
     const auto video = writer.addVideo({640, 360, 30, ColorTagging::p3D65Rec709});
     ASSERT_TRUE(writer.startWriting());
     writer.startSession(MediaTime::zero());
-    for (const int i : {0, 1, 2, 3, 4, 5, 100, 200})
+    for (const int i : indices)
       while (!writer.append(video, StampedFrames::mostlyStill(640, 360, std::uint32_t(i / 2)), {i, 30}))
         ;
     runBlocking(writer.finishWriting());
-  }
+  };
+  write(folder / "clicks.mp4", {0, 30, 34, 60, 61, 91, 121});
+  EXPECT_EQ(VideoReader(folder / "clicks.mp4").track().nominalFrameRate, 0) << "near one another by chance";
+  write(path, {0, 1, 2, 3, 4, 5, 100, 200});
   EXPECT_EQ(VideoReader(path).track().nominalFrameRate, 30) << "not the average of one a second";
   VideoReader reader(path, 0, {.findsChanges = true});
   const auto area = [](const PixelBuffer& picture) {
