@@ -64,4 +64,8 @@ bool UploadError::isSizeChanged(const std::exception& error) {
   return hasReason<SizeChanged>(error);
 }
 
+bool UploadError::isNothingToSend(const std::exception& error) {
+  return hasReason<NothingToSend>(error);
+}
+
 }  // namespace quillant

@@ -38,7 +38,9 @@ class UploadError : public Error {
   /// All was sent, and the service has not called the video live.
   struct NotReady {};
   /// The link is there, and no file was made for it yet.
-  struct NothingToSend {};
+  struct NothingToSend {
+    friend bool operator==(const NothingToSend&, const NothingToSend&) = default;
+  };
   /// Another run has the upload.
   struct UnderWay {
     pid_t process = 0;  ///< 0 if that is not known.
@@ -52,6 +54,8 @@ class UploadError : public Error {
   static bool isCancelled(const std::exception& error);
   /// Whether `error` says that the file is another one by now: the upload fails however often it is tried.
   static bool isSizeChanged(const std::exception& error);
+  /// Whether `error` says that there is no file yet: only another share makes one.
+  static bool isNothingToSend(const std::exception& error);
 
  private:
   Reason reason_;

@@ -38,6 +38,8 @@ std::vector<UploadQueueService::EntrySummary> UploadQueueService::sweep(Date now
       state = UnderWay{*process};
     else if (const auto change = Uploader::sizeChange(entry))
       state = *change;
+    else if (entry.videoPath.empty())
+      state = UploadError::NothingToSend{};
     else if (entry.blockedOnAuth.value_or(false) || !signedIn)
       state = BlockedOnAuth{};
     else if (const double retryIn = secondsUntilDue(entry, now); retryIn > 0)
@@ -96,11 +98,12 @@ Task<std::optional<UploadOutcome>> UploadQueueService::attempt(Run& run, Pending
 std::optional<UploadOutcome> UploadQueueService::recordFailure(Run& run, PendingUpload& entry,
                                                                const std::exception& error) const {
   const bool isLaunch = run.occasion == Occasion::launch;
-  if (UploadError::isSizeChanged(error)) {
+  if (UploadError::isSizeChanged(error) || UploadError::isNothingToSend(error)) {
     run.result.changed.push_back(entry.id);
     entry.lastError = error.what();
     store.saveIfPossible(entry);
-    log(fmt::format("upload {} cannot go on: {} — {}", entry.shortId(), error.what(), entry.videoPath));
+    log(fmt::format("upload {} cannot go on: {}{}{}", entry.shortId(), error.what(),
+                    entry.videoPath.empty() ? "" : " — ", entry.videoPath));
     return UploadOutcome::failed;
   }
   run.result.stillPending.push_back(entry.id);

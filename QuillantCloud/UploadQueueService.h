@@ -36,8 +36,10 @@ struct UploadQueueService {
     pid_t process = 0;  ///< Which runs it; 0 if that is not known.
     friend bool operator==(const UnderWay&, const UnderWay&) = default;
   };
-  /// A file that has changed ends an upload: it waits for nothing any more.
-  using EntryState = std::variant<BackingOff, Eligible, BlockedOnAuth, UnderWay, UploadError::SizeChanged>;
+  /// A file that has changed ends an upload: it waits for nothing any more. One that a share did not come to
+  /// make waits for the next share.
+  using EntryState = std::variant<BackingOff, Eligible, BlockedOnAuth, UnderWay, UploadError::SizeChanged,
+                                  UploadError::NothingToSend>;
 
   struct EntrySummary {
     PendingUpload entry;
@@ -55,7 +57,8 @@ struct UploadQueueService {
   /// command's run met `needAuth`, is in no list.
   struct RunResult {
     std::vector<std::string> completed;
-    std::vector<std::string> changed;  ///< Their file is another one by now; the log says so each time.
+    std::vector<std::string>
+        changed;  ///< Their file is another one by now, or was never made; the log says so.
     std::vector<std::string> stillPending;
     std::vector<std::string> skippedBackoff;
     std::vector<std::string> underWay;  ///< Left to another run, of this process or another one.

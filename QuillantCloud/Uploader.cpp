@@ -180,6 +180,7 @@ Task<std::string> Run::create() {
 Task<std::string> Run::refresh(bool replacingBytes) {
   const auto fresh = co_await uploader_.api->refreshPresign(*entry_.videoId);
   const auto link = webAddress(entry_.shareURL.value_or(fresh.shareURL));
+  if (!entry_.shareURL) entry_.shareURL = link;
   entry_.putVideoURL = fresh.putVideoURL;
   entry_.putThumbURL = fresh.putThumbURL;
   entry_.putCaptionsURL = fresh.putCaptionsURL;

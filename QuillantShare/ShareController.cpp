@@ -171,6 +171,9 @@ Task<> ShareController::followRecord(std::shared_ptr<ShareController> self) {
   const bool isFailure = std::holds_alternative<FailedAfterMint>(shown);
   if (isFailure && self->record_.status == ProjectShareStatus::pending) co_return;
   auto state = self->recordedState();
+  // A record that does not say which edit was sent takes back nothing that is known better here.
+  const bool isVouchedFor = isSameEdit(self->sentFingerprint_, self->parts_.fingerprint());
+  if (std::holds_alternative<Stale>(shown) && std::holds_alternative<Safe>(state) && !isVouchedFor) co_return;
   if (state != shown) self->show(turn, std::move(state));
 }
 
@@ -281,6 +284,7 @@ Task<> ShareController::send(std::string shareURL) {
   } catch (...) {
     refusal_ = describe(std::current_exception());
   }
+  shareURL = record_.shareURL.value_or(std::move(shareURL));  // where the bytes go
   const auto fingerprint = parts_.fingerprint();
   const bool isSent = record_.status == ProjectShareStatus::ready &&
                       isSameEdit(record_.lastUploadedEditFingerprint, fingerprint);  // by another program

@@ -52,16 +52,14 @@ Task<std::optional<TimelineTranscript>> readCache(CaptionTarget target) {
 }
 
 /// The transcript as the cache will give it back.
-Task<TimelineTranscript> writeCache(CaptionTarget target, RecognizedSpeech speech) {
+Task<TimelineTranscript> writeCache(CaptionTarget target, std::uintmax_t bytes, RecognizedSpeech speech) {
   const TimelineTranscript transcript{.source = target.source,
                                       .track = target.track,
                                       .language = std::move(speech.language),
                                       .words = std::move(speech.words)};
   try {
     Json json = transcript;
-    std::error_code unknown;
-    const auto bytes = std::filesystem::file_size(target.url, unknown);
-    if (!unknown) json[bytesKey] = bytes;
+    json[bytesKey] = bytes;
     AtomicFile::write(target.cache, JSON::compact(json));
     co_return JSON::decode<TimelineTranscript>(json);
   } catch (const Error& error) {
@@ -225,12 +223,14 @@ Task<std::optional<TimelineTranscript>> CaptionJobs::transcribe(std::weak_ptr<Ca
       if (const auto current = running(jobs, generation)) current->showProgress(index, done);
     });
   };
+  std::error_code unknown;  // whoever listens will say what is wrong with the file
+  const auto bytes = std::filesystem::file_size(target.url, unknown);
   auto listening = listen(self->transcriber_, target, progress, stop);
   self->show(std::move(status));
   self.reset();
   auto speech = co_await runOn(*queue, std::move(listening));
   if (!speech || !running(jobs, generation)) co_return std::nullopt;
-  co_return co_await runOn(diskExecutor(), writeCache(std::move(target), std::move(*speech)));
+  co_return co_await runOn(diskExecutor(), writeCache(std::move(target), bytes, std::move(*speech)));
 }
 
 void CaptionJobs::landed(const TimelineTranscript& transcript, std::set<std::string> pending) {

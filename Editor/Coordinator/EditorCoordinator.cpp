@@ -551,6 +551,7 @@ Task<> EditorCoordinator::requireTranscripts() const {
 
 Task<EditorCoordinator::Rendering> EditorCoordinator::makeRendering(VideoExportOptions choices,
                                                                     bool burnsCaptions) {
+  burnsCaptions = burnsCaptions && captionsOn();
   if (burnsCaptions) co_await requireTranscripts();
   co_return Rendering{.source = recording_->screenVideo,
                       .options = makeVisualOptions(std::move(choices)),

@@ -39,9 +39,14 @@ struct SoundReader::Implementation {
         stream(audioStream(input, track)),
         decoder(MediaInput::openDecoder(stream)) {
     // Containers are wrong about the rate of some codecs: the first frame that decodes tells.
-    if (!decodeFrame()) throw unreadable("nothing in the audio track can be decoded");
-    sourceRate = frame->sample_rate;
-    restart();
+    if (decodeFrame()) {
+      sourceRate = frame->sample_rate;
+      restart();
+    } else if (hasPackets) {
+      throw unreadable("nothing in the audio track can be decoded");
+    } else {
+      isEmpty = atEnd = true;
+    }
   }
 
   void seek(std::int64_t target);
@@ -68,12 +73,15 @@ struct SoundReader::Implementation {
   std::int64_t madeNext = 0;    ///< The frame that the first sample in `made` is of.
   std::vector<float> made;      ///< Resampled, from `taken` on.
   std::size_t taken = 0;
+  bool hasPackets = false;
+  bool isEmpty = false;   ///< A track that a recording was killed before it got its first sound.
   bool isPlaced = false;  ///< A frame was fed since decoding began anew: those after it follow it.
   bool atEnd = false;
 };
 
 void SoundReader::Implementation::seek(std::int64_t target) {
   position = target;
+  if (isEmpty) return;
   const auto first = madeNext + static_cast<std::int64_t>(taken) / format.channels;
   const auto end = madeNext + static_cast<std::int64_t>(made.size()) / format.channels;
   // A little way ahead is decoded sooner than it is sought.
@@ -117,7 +125,10 @@ bool SoundReader::Implementation::decodeFrame() {
       continue;
     }
     check(read, "the sound could not be read", MediaError::Kind::unreadable);
-    if (packet->stream_index == stream.index) avcodec_send_packet(decoder.get(), packet.get());
+    if (packet->stream_index == stream.index) {
+      hasPackets = true;
+      avcodec_send_packet(decoder.get(), packet.get());
+    }
     av_packet_unref(packet.get());
   }
 }

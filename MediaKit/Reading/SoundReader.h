@@ -17,8 +17,8 @@ struct SoundFormat {
 
 /// One audio track of a file, decoded, resampled and mixed to a format. Frame n is what sounds n / sampleRate
 /// seconds after the file's zero, wherever reading began: seeking is exact to the sample, and what an encoder
-/// put before the sound is left out. Where the track has no sound, there is silence. Mono keeps its level in
-/// every channel.
+/// put before the sound is left out. Where the track has no sound, there is silence; one without any ends at
+/// its beginning. Mono keeps its level in every channel.
 ///
 /// Holds a fraction of a second in memory. Belongs to one thread at a time; blocking. Throws `FileError` if
 /// the file cannot be opened, and `MediaError` of kind unreadable if it has no such track, nothing in it

@@ -129,6 +129,15 @@ TEST(SoundReader, RefusesWhatItCannotRead) {
   std::ofstream(folder.path() / "text.txt") << "no sound";
   EXPECT_THROW(SoundReader(folder.path() / "text.txt", 0, {}), MediaError);
 
+  const auto empty = folder.path() / "empty.mp4";
+  ASSERT_EQ(ChildProcess({"ffmpeg", "-v", "error", "-f", "lavfi", "-i", "testsrc=d=1:s=64x64", "-f", "lavfi",
+                          "-i", "anullsrc=d=1,atrim=end=0", "-c:v", "libx264", "-c:a", "aac", "-movflags",
+                          "frag_keyframe+empty_moov", empty.string()})
+                .wait(),
+            0);
+  SoundReader silent(empty, 0, {});
+  EXPECT_TRUE(read(silent, 0, 100).empty()) << "of a recording that was killed before its first sound";
+
   SoundReader reader(path, 0, {44'100, 1});
   std::filesystem::resize_file(path, 80'000);
   std::vector<float> samples(44'100 * 3);

@@ -320,7 +320,8 @@ The file:
                               of a movie; its short side, or of twoK the long one, 2560
   --size <width>x<height>     instead of a resolution
   --frame-rate source|15|20|24|25|30|60
-                              the recording's if none is given, at most 60 unless --plain; of a GIF 15
+                              the recording's if none is given, at most 60 unless --plain; of a GIF 15,
+                              and at most 50, as players slow down what is faster
   --quality low|medium|highSource
                               of a movie; highSource if none is given
   --aspect auto|wide|square|classic|vertical|tall|portrait

@@ -95,6 +95,9 @@ struct DescribeState {
   std::string operator()(const UploadError::SizeChanged& change) const {
     return "cannot go on: " + UploadError(change).description();
   }
+  std::string operator()(const UploadError::NothingToSend& nothing) const {
+    return "cannot go on: " + UploadError(nothing).description();
+  }
 };
 
 void describe(const UploadQueueService::EntrySummary& summary) {
@@ -106,7 +109,8 @@ void describe(const UploadQueueService::EntrySummary& summary) {
   Console::print(fmt::format("  {}  {}  {}{}", entry.shortId(), name,
                              std::visit(DescribeState{}, summary.state),
                              entry.shareURL ? "  " + *entry.shareURL : ""));
-  const bool isTold = std::holds_alternative<UploadError::SizeChanged>(summary.state);
+  const bool isTold = std::holds_alternative<UploadError::SizeChanged>(summary.state) ||
+                      std::holds_alternative<UploadError::NothingToSend>(summary.state);
   if (entry.lastError && !isTold) Console::print("      last error: " + *entry.lastError);
 }
 
