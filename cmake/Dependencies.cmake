@@ -4,6 +4,7 @@ find_package(PkgConfig REQUIRED)
 find_package(fmt REQUIRED)
 find_package(nlohmann_json REQUIRED)
 find_package(ICU REQUIRED COMPONENTS uc i18n)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
 
 function(quillant_pkg name)
   pkg_check_modules(${name} REQUIRED IMPORTED_TARGET ${ARGN})

@@ -70,6 +70,12 @@ function(quillant_sanitizer_defaults program)
   endif()
 endfunction()
 
+# quillant_uses_qt(<sources>...): for sources that include Qt's headers. Qt's libraries address their own data directly,
+# so that nobody may take a copy of it into the program: -fPIC counts in the place of the -fPIE of all.
+function(quillant_uses_qt)
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -fPIC)
+endfunction()
+
 # quillant_test(<folder> LIBS <targets>... [TIMEOUT <seconds>] [SERIAL] [THREADS])
 # The test program of one folder under Tests/. SERIAL keeps it from running beside another test; THREADS says that what
 # it tests has threads, for the thread sanitizer.

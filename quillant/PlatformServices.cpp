@@ -1,13 +1,16 @@
 #include "quillant/PlatformServices.h"
 
+#include <algorithm>
 #include <unistd.h>
 
 #include "Core/SystemLanguage.h"
+#include "Linux/Camera/CameraDevices.h"
 #include "Linux/Desktop/BrowserSignIn.h"
 #include "Linux/Desktop/DesktopClipboard.h"
 #include "Linux/Desktop/DesktopSession.h"
 #include "Linux/Http/CurlHttpClient.h"
 #include "Linux/Secrets/LinuxSecretStore.h"
+#include "Linux/Sound/MicDevices.h"
 #include "Linux/Speech/InstalledSpeech.h"
 #include "Linux/Speech/PocketSphinxRecognizer.h"
 #include "QuillantCloud/QuillantConfig.h"
@@ -34,6 +37,22 @@ std::shared_ptr<WebAuthenticating> makeSignInPage() {
 
 CaptureServices PlatformServices::captureServices() {
   return {.screen = &screen_, .sound = &sound_, .camera = &camera_};
+}
+
+std::vector<MicOption> PlatformServices::microphones() {
+  const auto devices = sound_.devices();
+  std::vector<MicOption> options;
+  for (const auto& source : MicDevices::available(devices)) options.push_back({source.id, source.name});
+  if (const auto preferred = MicDevices::resolve(devices, std::nullopt))
+    std::ranges::stable_partition(options,
+                                  [&](const MicOption& option) { return option.id == preferred->id; });
+  return options;
+}
+
+std::vector<CameraOption> PlatformServices::cameras() {
+  std::vector<CameraOption> options;
+  for (const auto& device : CameraDevices::available()) options.push_back({device.id, device.name});
+  return options;
 }
 
 CloudServices PlatformServices::cloudServices() {

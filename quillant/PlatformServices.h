@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "CaptureEngine/BrokeredCameraService.h"
 #include "CaptureEngine/CameraSessionBroker.h"
@@ -10,6 +11,8 @@
 #include "Linux/Screen/X11ScreenService.h"
 #include "Linux/Sound/PulseSoundService.h"
 #include "quillant/CloudServices.h"
+#include "quillant/Models/CameraPreview.h"
+#include "quillant/Models/MicMonitor.h"
 
 namespace quillant {
 
@@ -20,6 +23,10 @@ class PlatformServices {
   CaptureServices captureServices();
   /// The camera of `captureServices`, for those who preview it.
   CameraSessionBroker& cameraBroker() { return cameraBroker_; }
+  /// What there is to record sound from, the default one first. Blocking.
+  std::vector<MicOption> microphones();
+  /// The same of cameras.
+  static std::vector<CameraOption> cameras();
   /// The service's token lies in the keyring; a sign-in goes through the desktop's browser, through the
   /// terminal, or through both, as there are.
   static CloudServices cloudServices();

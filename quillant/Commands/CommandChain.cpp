@@ -2,30 +2,21 @@
 
 #include "quillant/Commands/CameraContentionCLI.h"
 #include "quillant/Commands/CloudCLI.h"
-#include "quillant/Commands/Console.h"
 #include "quillant/Commands/EditorCLI.h"
 #include "quillant/Commands/EditorFixtureCLI.h"
 #include "quillant/Commands/HeadlessCLI.h"
 #include "quillant/Commands/HelpCLI.h"
 #include "quillant/Commands/LibraryCLI.h"
+#include "quillant/Commands/PopoverRenderCLI.h"
 #include "quillant/Commands/SignInCallbackCommand.h"
 #include "quillant/Commands/UnavailableCommand.h"
 #include "quillant/Commands/VerifyAreaCLI.h"
 #include "quillant/Commands/VerifyDisplayCLI.h"
+#include "quillant/DesktopApplication.h"
 
 namespace quillant {
 
-namespace {
-
-int runDesktop() {
-  Console::writeError(
-      "quillant: the desktop application is not available in this build; see quillant --help\n");
-  return ExitCode::failure;
-}
-
-}  // namespace
-
-CommandChain::CommandChain(PlatformServices& services) {
+CommandChain::CommandChain(PlatformServices& services) : services_(services) {
   commands_.push_back(std::make_unique<HeadlessCLI>(
       [&services] { return RecordingCoordinator::make(services.captureServices()); }));
   commands_.push_back(
@@ -33,7 +24,8 @@ CommandChain::CommandChain(PlatformServices& services) {
   const auto unavailable = [this](std::initializer_list<const char*> words) {
     for (const char* word : words) commands_.push_back(std::make_unique<UnavailableCommand>(word));
   };
-  unavailable({"render-popover", "render-onboarding", "render-settings", "render-library"});
+  commands_.push_back(std::make_unique<PopoverRenderCLI>());
+  unavailable({"render-onboarding", "render-settings", "render-library"});
   commands_.push_back(std::make_unique<EditorFixtureCLI>());
   unavailable({"render-editor", "open-editor"});
   commands_.push_back(std::make_unique<VerifyDisplayCLI>(services.captureServices()));
@@ -51,7 +43,10 @@ CommandChain::CommandChain(PlatformServices& services) {
 int CommandChain::run(const Arguments& arguments) {
   for (const auto& command : commands_)
     if (command->shouldRun(arguments)) return command->run(arguments);
-  return runDesktop();
+  std::vector<std::filesystem::path> files;
+  for (std::size_t index = 1; index < arguments.size(); ++index)
+    files.push_back(pathArgument(arguments[index]));
+  return DesktopApplication::run(services_, files);
 }
 
 }  // namespace quillant

@@ -18,6 +18,7 @@ class CommandChain {
   int run(const Arguments& arguments);
 
  private:
+  PlatformServices& services_;
   std::vector<std::unique_ptr<Command>> commands_;
 };
 

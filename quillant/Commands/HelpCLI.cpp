@@ -22,6 +22,7 @@ constexpr const char* afterUsage = R"(       quillant login | logout | whoami
        quillant verify-display | verify-area [--display <displayID>]
        quillant facecam-contention
        quillant author-e1-fixture [--dir <directory>]
+       quillant render-popover
        quillant --help | --version
        quillant
 
@@ -47,6 +48,8 @@ Records the screen, makes videos of recordings, and shares them. Without a comma
             camera and recordings do not disturb each other
   author-e1-fixture
             write a made-up recording, to try import and export with
+  render-popover
+            write pictures of the desktop application's panel to build/popover-shots
 
 The cloud commands take --profile <name> to keep several accounts apart.
 

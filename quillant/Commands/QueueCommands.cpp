@@ -17,7 +17,7 @@
 #include "quillant/Commands/Command.h"
 #include "quillant/Commands/Console.h"
 #include "quillant/Commands/UploadLines.h"
-#include "quillant/Models/LaunchResume.h"
+#include "quillant/LaunchResume.h"
 
 namespace quillant::QueueCommands {
 

@@ -453,7 +453,6 @@ Task<> RecorderModel::watchDevices(std::weak_ptr<RecorderModel> weak, std::uint6
     auto self = weak.lock();
     if (!self || self->opening_ != opening) co_return;
     co_await self->refreshPermissions();
-    co_await self->services_.mic->refresh();
     co_await self->services_.camera->refresh();
     if (self->opening_ != opening) co_return;
     self->listen();
@@ -476,7 +475,10 @@ Task<> RecorderModel::watchLevel(std::weak_ptr<RecorderModel> weak, std::uint64_
 
 Task<> RecorderModel::refreshPermissions() {
   inputs_.permissions = co_await services_.permissions->current();
-  if (!micChosenByUser_) inputs_.micOn = inputs_.permissions.microphone == PermissionState::granted;
+  co_await services_.mic->refresh();
+  if (micChosenByUser_) co_return;
+  inputs_.micOn =
+      inputs_.permissions.microphone == PermissionState::granted && !services_.mic->devices().empty();
 }
 
 Task<> RecorderModel::request(Self self, PermissionKind kind) {

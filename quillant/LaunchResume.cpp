@@ -1,4 +1,4 @@
-#include "quillant/Models/LaunchResume.h"
+#include "quillant/LaunchResume.h"
 
 #include <memory>
 #include <utility>
