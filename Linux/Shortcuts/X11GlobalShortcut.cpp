@@ -35,20 +35,20 @@ class Grabs {
     if (shortcut == registered_) return ShortcutRegistration::registered;
     if (keyboard_.keys(shortcut).empty()) return ShortcutRegistration::unavailable;
     const bool isGrabbed = grab(shortcut);
+    if (isGrabbed && registered_) release(*registered_);
+    if (isGrabbed) registered_ = shortcut;
     handleEvents();
     if (!x_.isAlive()) return ShortcutRegistration::unavailable;
-    if (!isGrabbed) return ShortcutRegistration::taken;
-    if (registered_) release(*registered_);
-    registered_ = shortcut;
-    return ShortcutRegistration::registered;
+    return isGrabbed ? ShortcutRegistration::registered : ShortcutRegistration::taken;
   }
 
   bool isFree(const KeyboardShortcut& shortcut) {
     if (shortcut == registered_) return true;
-    if (keyboard_.keys(shortcut).empty() || !grab(shortcut)) return false;
-    release(shortcut);
+    if (keyboard_.keys(shortcut).empty()) return false;
+    const bool isGrabbed = grab(shortcut);
+    if (isGrabbed) release(shortcut);
     handleEvents();
-    return true;
+    return isGrabbed;
   }
 
  private:
@@ -72,11 +72,13 @@ class Grabs {
     return isGrabbed;
   }
 
+  /// Whoever asks the server for it from now on may have it.
   void release(const KeyboardShortcut& shortcut) {
+    std::vector<xcb_void_cookie_t> requests;
     forEachGrab(shortcut, [&](xcb_keycode_t key, std::uint16_t modifiers) {
-      xcb_ungrab_key(x_.get(), key, x_.root(), modifiers);
+      requests.push_back(xcb_ungrab_key_checked(x_.get(), key, x_.root(), modifiers));
     });
-    xcb_flush(x_.get());
+    for (const auto request : requests) x_.succeeded(request);
   }
 
   void waitForEvents() {
