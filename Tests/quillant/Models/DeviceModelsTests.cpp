@@ -1,4 +1,3 @@
-#include <asio/io_context.hpp>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <limits>
@@ -7,6 +6,7 @@
 #include "Tests/Support/Eventually.h"
 #include "Tests/Support/ScriptedSession.h"
 #include "Tests/Support/TemporaryFolder.h"
+#include "Tests/quillant/Models/MainLoop.h"
 #include "quillant/Models/CameraPreview.h"
 #include "quillant/Models/DiskSpaceMonitor.h"
 #include "quillant/Models/MicMonitor.h"
@@ -33,7 +33,7 @@ TEST(DiskSpaceMonitor, ReadsAgainAndAgainUntilItIsStopped) {
   static_assert(diskStatus(5'000'000'000) == DiskStatus::ok);
   constexpr auto unreadable = std::numeric_limits<std::int64_t>::max();
   EXPECT_EQ(DiskSpaceMonitor::availableBytes("/proc/self/fd/nothing"), 0);  // a volume without room
-  asio::io_context loop;
+  auto& loop = makeMainLoop();
   const TemporaryFolder folder;
   const auto monitor = DiskSpaceMonitor::make(
       loop.get_executor(), {.directory = folder / "later" / "on", .interval = milliseconds(1)});
@@ -104,7 +104,7 @@ struct SpokenStream : SoundStream {
 };
 
 TEST(MicMonitor, HearsTheOneThatIsChosenAndOpensItAgainWhenItIsSilent) {
-  asio::io_context loop;
+  auto& loop = makeMainLoop();
   std::atomic<int> open = 0;
   std::atomic<int> opens = 0;
   std::atomic<bool> isThere = true;
@@ -168,7 +168,7 @@ TEST(CameraPreview, OpensTheCameraForWhoeverLooks) {
   struct Layer : CameraPreviewLayer {
     void show(PixelBufferRef) override {}
   };
-  asio::io_context loop;
+  auto& loop = makeMainLoop();
   auto owned = std::make_unique<WatchedCamera>();
   auto& camera = *owned;
   CameraSessionBroker broker(std::move(owned));

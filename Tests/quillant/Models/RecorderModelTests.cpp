@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <asio/io_context.hpp>
 #include <fstream>
 #include <gmock/gmock.h>
 
@@ -7,6 +6,7 @@
 #include "Tests/Support/Media/TestRecording.h"
 #include "Tests/Support/ScriptedSession.h"
 #include "Tests/Support/TemporaryFolder.h"
+#include "Tests/quillant/Models/MainLoop.h"
 #include "quillant/Models/RecorderModel.h"
 
 namespace quillant {
@@ -52,7 +52,7 @@ struct ScriptedDesktop : PermissionAsking, RecorderPresenting {
     return std::make_unique<Shown>(countdownsShown);
   }
 
-  asio::io_context loop{1};
+  asio::io_context& loop = makeMainLoop();
   Permissions permissions{PermissionState::granted, PermissionState::granted, PermissionState::denied};
   std::function<void()> whileAsked;
   std::vector<Alert> alerts;
@@ -105,6 +105,10 @@ class RecorderModelTest : public testing::Test {
   }
   ~RecorderModelTest() override {
     if (model && model->hudState().mode != Mode::hidden) stop();
+    model.reset();
+    bool listed = false;  // the last thing that is asked of this desktop
+    asio::co_spawn(desktop.loop, sources->enumerate(), [&](const std::exception_ptr&) { listed = true; });
+    EXPECT_TRUE(runUntil([&] { return listed; }));
     testing::internal::GetCapturedStderr();
   }
 
