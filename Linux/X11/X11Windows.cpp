@@ -13,7 +13,7 @@ namespace {
 std::vector<std::uint32_t> numbers(X11Connection& x, xcb_window_t window, std::string_view property) {
   const std::string bytes = x.property(window, x.atom(property));
   std::vector<std::uint32_t> result(bytes.size() / sizeof(std::uint32_t));
-  std::memcpy(result.data(), bytes.data(), result.size() * sizeof(std::uint32_t));
+  if (!result.empty()) std::memcpy(result.data(), bytes.data(), result.size() * sizeof(std::uint32_t));
   return result;
 }
 

@@ -36,6 +36,7 @@ struct GIFFileWriter::Implementation {
   void encode(const AVFrame* frame);
 
   StagedOutput output;
+  bool hasTrailer = false;
   int width;
   int height;
   AVStream* stream = nullptr;
@@ -88,7 +89,10 @@ GIFFileWriter::GIFFileWriter(const std::filesystem::path& target, int width, int
   av_dict_free(&options);
   self.output.check(result, "could not start the file");
 }
-GIFFileWriter::~GIFFileWriter() = default;
+GIFFileWriter::~GIFFileWriter() {
+  // The muxer keeps the last picture until its trailer.
+  if (implementation_ && !implementation_->hasTrailer) av_write_trailer(&implementation_->output.context());
+}
 
 void GIFFileWriter::write(const PixelBuffer& picture, std::int64_t time) {
   auto& self = *implementation_;
@@ -127,6 +131,7 @@ void GIFFileWriter::finish(std::int64_t end) {
   av_opt_set_int(self.output.context().priv_data, "final_delay",
                  std::clamp<std::int64_t>(end - self.lastTime, 1, 65'535), 0);
   self.encode(nullptr);
+  self.hasTrailer = true;
   self.output.check(av_write_trailer(&self.output.context()), "could not finish the file");
   self.output.publish();
 }
