@@ -1,6 +1,7 @@
 #include "Linux/Shortcuts/X11GlobalShortcut.h"
 
 #include <asio/posix/stream_descriptor.hpp>
+#include <memory>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -159,9 +160,9 @@ class Registering : public GlobalShortcutRegistering {
     try {
       if (!grabs_ || !grabs_->isAlive()) {
         grabs_.reset();
-        grabs_.emplace(displayName_, queue_, onPressed_);
+        grabs_ = std::make_unique<Grabs>(displayName_, queue_, onPressed_);
       }
-      return &*grabs_;
+      return grabs_.get();
     } catch (const X11Error&) {
       return nullptr;
     }
@@ -169,7 +170,8 @@ class Registering : public GlobalShortcutRegistering {
 
   const std::string displayName_;
   const std::function<void()> onPressed_;
-  std::optional<Grabs> grabs_;  ///< Of the queue.
+  std::unique_ptr<Grabs>
+      grabs_;  ///< Of the queue. Not optional: g++ 14 takes what it destroys for uninitialised.
   SerialQueue queue_{"quillant.shortcut"};
 };
 
