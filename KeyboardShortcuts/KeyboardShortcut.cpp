@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
+
+#include "Core/Text.h"
 
 namespace quillant {
 
@@ -21,8 +22,7 @@ constexpr std::array modifiers{
     Modifier{"Shift", &KeyboardShortcut::shift}, Modifier{"Super", &KeyboardShortcut::super}};
 
 bool equalWithoutCase(std::string_view first, std::string_view second) {
-  return std::ranges::equal(
-      first, second, [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
+  return Text::lowercased(first) == Text::lowercased(second);
 }
 
 /// Neither types nor moves anything in a text.
@@ -33,9 +33,10 @@ bool isFreeKey(std::string_view name) {
 /// As it is written in a label; empty if there is no such key.
 std::string canonicalKey(std::string_view word) {
   if (word.size() == 1) {
-    const auto character = static_cast<unsigned char>(std::toupper(static_cast<unsigned char>(word[0])));
+    const bool isLower = word[0] >= 'a' && word[0] <= 'z';
+    const char character = isLower ? static_cast<char>(word[0] - 'a' + 'A') : word[0];
     const bool known = (character >= 'A' && character <= 'Z') || (character >= '0' && character <= '9');
-    return known ? std::string(1, static_cast<char>(character)) : std::string();
+    return known ? std::string(1, character) : std::string();
   }
   for (int number = 1; number <= functionKeys; ++number)
     if (const auto name = "F" + std::to_string(number); equalWithoutCase(word, name)) return name;
@@ -65,6 +66,11 @@ std::optional<KeyboardShortcut> KeyboardShortcut::parse(std::string_view label) 
   }
   result.key = canonicalKey(label);
   return result.isUsable() ? std::optional(std::move(result)) : std::nullopt;
+}
+
+KeyboardShortcut KeyboardShortcut::chosen(const std::optional<std::string>& label) {
+  const auto parsed = label ? parse(*label) : std::nullopt;
+  return parsed.value_or(standard());
 }
 
 bool KeyboardShortcut::isKey(std::string_view name) {

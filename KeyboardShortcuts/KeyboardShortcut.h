@@ -23,6 +23,9 @@ struct KeyboardShortcut {
   /// used.
   static std::optional<KeyboardShortcut> parse(std::string_view label);
 
+  /// That of a label; the standard one if there is none, or it is none that could be used.
+  static KeyboardShortcut chosen(const std::optional<std::string>& label);
+
   /// Whether there is such a key: a letter from A to Z, a digit, "F1" to "F24", "Space", "Print", "Pause",
   /// "Insert", "Delete", "Home", "End", "Up", "Down", "Left", "Right".
   static bool isKey(std::string_view name);

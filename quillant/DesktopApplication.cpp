@@ -124,9 +124,7 @@ class Application {
   }
 
   static Task<> registerShortcut(Application* self) {
-    const auto& chosen = self->preferences_->value().shortcut;
-    const auto parsed = chosen ? KeyboardShortcut::parse(*chosen) : std::nullopt;
-    const auto wanted = parsed.value_or(KeyboardShortcut::standard());
+    const auto wanted = KeyboardShortcut::chosen(self->preferences_->value().shortcut);
     const auto outcome = co_await ShortcutPolicy::use(*self->shortcut_, wanted);
     if (!outcome.problem.empty())
       self->menuBar_->notify({.title = "The shortcut does not work", .text = outcome.problem});

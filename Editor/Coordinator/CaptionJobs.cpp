@@ -67,9 +67,18 @@ Task<TimelineTranscript> writeCache(CaptionTarget target, std::uintmax_t bytes, 
   }
 }
 
-Task<std::optional<RecognizedSpeech>> listen(Transcriber transcriber, CaptionTarget target,
-                                             std::function<void(double)> progress, std::stop_token stop) {
-  co_return transcriber.transcribe(target.url, target.trackIndex, target.name, progress, std::move(stop));
+struct Heard {
+  std::optional<RecognizedSpeech> speech;  ///< None if it was stopped.
+  std::uintmax_t bytes = 0;                ///< Of the file, before it was listened to.
+};
+
+Task<Heard> listen(Transcriber transcriber, CaptionTarget target, std::function<void(double)> progress,
+                   std::stop_token stop) {
+  std::error_code unknown;  // the transcriber says what is wrong with the file
+  Heard heard{.speech = {}, .bytes = std::filesystem::file_size(target.url, unknown)};
+  heard.speech =
+      transcriber.transcribe(target.url, target.trackIndex, target.name, progress, std::move(stop));
+  co_return heard;
 }
 
 }  // namespace
@@ -223,12 +232,10 @@ Task<std::optional<TimelineTranscript>> CaptionJobs::transcribe(std::weak_ptr<Ca
       if (const auto current = running(jobs, generation)) current->showProgress(index, done);
     });
   };
-  std::error_code unknown;  // whoever listens will say what is wrong with the file
-  const auto bytes = std::filesystem::file_size(target.url, unknown);
   auto listening = listen(self->transcriber_, target, progress, stop);
   self->show(std::move(status));
   self.reset();
-  auto speech = co_await runOn(*queue, std::move(listening));
+  auto [speech, bytes] = co_await runOn(*queue, std::move(listening));
   if (!speech || !running(jobs, generation)) co_return std::nullopt;
   co_return co_await runOn(diskExecutor(), writeCache(std::move(target), bytes, std::move(*speech)));
 }

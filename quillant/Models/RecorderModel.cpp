@@ -63,11 +63,6 @@ RecordingHandoffFields handoffFields(const RecordingSession& session) {
           .sourceName = session.sourceName};
 }
 
-std::string shortcutLabel(const Preferences& preferences) {
-  const auto chosen = preferences.shortcut ? KeyboardShortcut::parse(*preferences.shortcut) : std::nullopt;
-  return chosen.value_or(KeyboardShortcut::standard()).label();
-}
-
 HUDState::Mode hudMode(Coordinator::Phase phase) {
   switch (phase) {
     case Coordinator::Phase::idle:
@@ -582,7 +577,7 @@ void RecorderModel::recompute() {
   inputs_.mics = services_.mic->devices();
   inputs_.cameras = services_.camera->devices();
   inputs_.update = services_.update ? services_.update() : std::nullopt;
-  inputs_.shortcutLabel = shortcutLabel(services_.preferences->value());
+  inputs_.shortcutLabel = KeyboardShortcut::chosen(services_.preferences->value().shortcut).label();
   auto state = quillant::recompute(inputs_);
   if (state == viewState_) return;
   viewState_ = std::move(state);

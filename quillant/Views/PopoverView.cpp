@@ -7,9 +7,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
+#include "HUDKit/HUDState.h"
 #include "quillant/Views/CameraView.h"
 #include "quillant/Views/DeviceRow.h"
 #include "quillant/Views/LevelMeter.h"
@@ -23,7 +23,6 @@ namespace {
 
 constexpr int panelWidth = 360;
 constexpr int margin = 16;
-constexpr int levelBars = 12;
 
 QFrame* line() {
   auto* frame = new QFrame;
@@ -85,7 +84,7 @@ QWidget* PopoverView::makeSound() {
   auto* layout = new QVBoxLayout(box);
   layout->setContentsMargins(0, 0, 0, 0);
   mic_ = new DeviceRow(tr("Microphone"), actions_.setMic);
-  level_ = new LevelMeter(levelBars);
+  level_ = new LevelMeter(HUDState::levelSteps);
   mic_->addBeside(level_);
   mics_ = new QComboBox;
   mics_->setAccessibleName(tr("Which microphone"));
@@ -149,7 +148,7 @@ void PopoverView::apply(const PopoverViewState& state) {
   sources_->setVisible(!state.showPermissions);
   sources_->apply(state);
   mic_->setOn(state.micOn);
-  level_->setLit(state.micOn ? static_cast<int>(std::lround(state.micLevel * levelBars)) : 0);
+  level_->setLit(state.micOn ? HUDState::levelStep(state.micLevel) : 0);
   applyMics(state);
   systemAudio_->setOn(state.systemAudioOn);
   camera_->setOn(state.cameraOn);
