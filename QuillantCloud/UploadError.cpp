@@ -60,12 +60,8 @@ bool UploadError::isCancelled(const std::exception& error) {
   return hasReason<Cancelled>(error);
 }
 
-bool UploadError::isSizeChanged(const std::exception& error) {
-  return hasReason<SizeChanged>(error);
-}
-
-bool UploadError::isNothingToSend(const std::exception& error) {
-  return hasReason<NothingToSend>(error);
+bool UploadError::isFinal(const std::exception& error) {
+  return hasReason<SizeChanged>(error) || hasReason<NothingToSend>(error);
 }
 
 }  // namespace quillant

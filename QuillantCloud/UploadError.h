@@ -52,10 +52,9 @@ class UploadError : public Error {
   const Reason& reason() const { return reason_; }
   /// Whether `error` says that its run was cancelled.
   static bool isCancelled(const std::exception& error);
-  /// Whether `error` says that the file is another one by now: the upload fails however often it is tried.
-  static bool isSizeChanged(const std::exception& error);
-  /// Whether `error` says that there is no file yet: only another share makes one.
-  static bool isNothingToSend(const std::exception& error);
+  /// Whether `error` says that the upload fails however often it is tried: its file is another one by now, or
+  /// was never made.
+  static bool isFinal(const std::exception& error);
 
  private:
   Reason reason_;

@@ -98,7 +98,7 @@ Task<std::optional<UploadOutcome>> UploadQueueService::attempt(Run& run, Pending
 std::optional<UploadOutcome> UploadQueueService::recordFailure(Run& run, PendingUpload& entry,
                                                                const std::exception& error) const {
   const bool isLaunch = run.occasion == Occasion::launch;
-  if (UploadError::isSizeChanged(error) || UploadError::isNothingToSend(error)) {
+  if (UploadError::isFinal(error)) {
     run.result.changed.push_back(entry.id);
     entry.lastError = error.what();
     store.saveIfPossible(entry);

@@ -335,7 +335,7 @@ std::optional<UploadError::SizeChanged> Uploader::sizeChange(const PendingUpload
 void Uploader::recordFailure(PendingUpload& entry, const std::exception& error) const {
   if (APIError::isTokenExpired(error))
     entry.recordExpiredSignIn(error.what(), clock.now());
-  else if (UploadError::isSizeChanged(error))
+  else if (UploadError::isFinal(error))
     entry.lastError = error.what();
   else
     entry.recordFailure(error.what(), clock.now());

@@ -92,11 +92,9 @@ struct DescribeState {
     return state.process > 0 ? fmt::format("under way in process {}", state.process)
                              : "under way in another process";
   }
-  std::string operator()(const UploadError::SizeChanged& change) const {
-    return "cannot go on: " + UploadError(change).description();
-  }
-  std::string operator()(const UploadError::NothingToSend& nothing) const {
-    return "cannot go on: " + UploadError(nothing).description();
+  template <class Final>
+  std::string operator()(const Final& reason) const {
+    return "cannot go on: " + UploadError(reason).description();
   }
 };
 

@@ -121,10 +121,9 @@ Task<> send(const Uploader& uploader, PendingUpload& entry) {
       Console::tell("recording is safe: " + entry.videoPath);
     } else {
       Console::tell("upload failed: " + error.description());
-      if (!UploadError::isSizeChanged(error))
-        Console::tell("recording is SAFE on disk and the upload is queued.");
+      if (!UploadError::isFinal(error)) Console::tell("recording is SAFE on disk and the upload is queued.");
       Console::tell("  file: " + entry.videoPath);
-      if (!UploadError::isSizeChanged(error)) Console::tell("  resume with: quillant status --resume");
+      if (!UploadError::isFinal(error)) Console::tell("  resume with: quillant status --resume");
     }
     throw record(uploader, entry, error);
   }
